@@ -1,0 +1,149 @@
+// Small text tools that the libraries share: one bounded copy, one number reader, one way to take a text apart. They
+// work on views; the fixed buffers of the public interfaces are filled by CopyText alone.
+#pragma once
+
+#include <charconv>
+#include <cstdint>
+#include <cstring>
+#include <limits>
+#include <string>
+#include <string_view>
+
+namespace MeterText {
+
+// The text behind a pointer of the public interface: null counts as empty.
+inline std::string_view View(const char* text) {
+    return text == nullptr ? std::string_view() : std::string_view(text);
+}
+
+// Copies `text` into `dst` of `size` bytes, terminator included, cut to fit. A null `dst` or a size below 1 means that
+// the text is not wanted. `text` may lie inside `dst`. True when nothing was cut.
+inline bool CopyText(char* dst, int size, std::string_view text) {
+    if (dst == nullptr || size < 1)
+        return true;
+    const std::size_t room = static_cast<std::size_t>(size) - 1;
+    const std::size_t count = text.size() < room ? text.size() : room;
+    if (count != 0)
+        std::memmove(dst, text.data(), count);
+    dst[count] = '\0';
+    return count == text.size();
+}
+
+// Letters of ASCII only: names mean the same in every locale.
+constexpr char ToLower(char c) {
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+}
+
+inline bool EqualIgnoringCase(std::string_view a, std::string_view b) {
+    if (a.size() != b.size())
+        return false;
+    for (std::size_t i = 0; i < a.size(); ++i)
+        if (ToLower(a[i]) != ToLower(b[i]))
+            return false;
+    return true;
+}
+
+inline bool Contains(std::string_view letters, char letter) {
+    return letters.find(letter) != std::string_view::npos;
+}
+
+inline bool ContainsAny(std::string_view letters, std::string_view wanted) {
+    return letters.find_first_of(wanted) != std::string_view::npos;
+}
+
+constexpr bool IsBlank(char c) {
+    return c == ' ' || c == '\t';
+}
+
+inline std::string_view TrimBlanks(std::string_view text) {
+    while (!text.empty() && IsBlank(text.front()))
+        text.remove_prefix(1);
+    while (!text.empty() && IsBlank(text.back()))
+        text.remove_suffix(1);
+    return text;
+}
+
+// The text without the double quotes that enclose it; as it stands when none do.
+inline std::string_view WithoutQuotes(std::string_view text) {
+    if (text.size() < 2 || text.front() != '"' || text.back() != '"')
+        return text;
+    return text.substr(1, text.size() - 2);
+}
+
+// Takes the first token off `*rest`. A token ends at a delimiter or at the end; one that begins with a double quote
+// runs to the first double quote that is followed by a delimiter or the end, when there is such a quote. `*more` tells
+// whether a delimiter, and so another token (which may be empty), follows; `*rest` is then what stands behind it.
+inline std::string_view TakeToken(std::string_view* rest, std::string_view delimiters, bool* more) {
+    std::size_t end = std::string_view::npos;
+    if (!rest->empty() && rest->front() == '"') {
+        for (std::size_t quote = rest->find('"', 1); quote != std::string_view::npos;
+             quote = rest->find('"', quote + 1)) {
+            if (quote + 1 != rest->size() && !Contains(delimiters, (*rest)[quote + 1]))
+                continue;
+            end = quote + 1;
+            break;
+        }
+    }
+    if (end == std::string_view::npos)
+        end = rest->find_first_of(delimiters);
+    *more = end != std::string_view::npos && end < rest->size();
+    const std::string_view token = rest->substr(0, end);
+    *rest = *more ? rest->substr(end + 1) : std::string_view();
+    return token;
+}
+
+// Token `index` (from 1) of `source`; false when it has no such token. An empty source has none; otherwise n delimiters
+// make n + 1 tokens.
+inline bool FindToken(std::string_view source, std::int64_t index, std::string_view delimiters,
+                      std::string_view* token) {
+    if (source.empty() || index < 1)
+        return false;
+    for (bool more = true; more; --index) {
+        *token = TakeToken(&source, delimiters, &more);
+        if (index == 1)
+            return true;
+    }
+    return false;
+}
+
+// The integer at the start of `text`, read like atoi: white space, a sign, digits; the rest is ignored, no digits give
+// 0. A value that does not fit is clamped to the type.
+template <typename Integer>
+Integer ToInteger(std::string_view text) {
+    const std::size_t start = text.find_first_not_of(" \t\n\v\f\r");
+    if (start == std::string_view::npos)
+        return 0;
+    text.remove_prefix(start);
+    const bool negative = text.front() == '-';
+    if (negative || text.front() == '+')
+        text.remove_prefix(1);
+    using Limits = std::numeric_limits<Integer>;
+    Integer value = 0;
+    for (const char c : text) {
+        if (c < '0' || c > '9')
+            break;
+        const Integer digit = static_cast<Integer>(c - '0');
+        // Digits are gathered below zero, where one more value fits.
+        if (value < (Limits::min() + digit) / 10)
+            return negative ? Limits::min() : Limits::max();
+        value = static_cast<Integer>(value * 10 - digit);
+    }
+    if (negative)
+        return value;
+    return value == Limits::min() ? Limits::max() : static_cast<Integer>(-value);
+}
+
+inline int ToInt(std::string_view text) {
+    return ToInteger<int>(text);
+}
+
+inline std::int64_t ToInt64(std::string_view text) {
+    return ToInteger<std::int64_t>(text);
+}
+
+// The decimal number at the start of `text`, read like atof in the C locale whatever locale the process has set: white
+// space, a sign, digits with a point, an exponent; the rest is ignored. Text that is no such number (infinities, NaN and
+// hexadecimal forms among it) reads as 0; too large a number as infinity, too small a one as 0.
+double ToDouble(std::string_view text);
+
+}  // namespace MeterText
