@@ -184,12 +184,44 @@ public:
     // their definitions. 1 when an alarm holds, else 0, also without a data file, a parser or a current meter.
     int StartParser(CMeterInterface* iface);
 
-    // ---- general data ---------------------------------------------------------------------------------------------
+    // ---- items and user stamp -------------------------------------------------------------------------------------
 
-    // A value of section "State" of the app file. Setting one saves the app file at once; when that fails the error
-    // flags of the data file and the app file are set and the result is false.
+    // Items are entries without sub-fields: their whole text, as it stands. Into dst; false when the key does not exist.
+    bool GetMeterItem(const char* key, char* dst, int size);
+    bool GetMeterItemMain(const char* key, char* dst, int size);
+    bool SetMeterItem(const char* key, const char* text);
+    bool SetMeterItemMain(const char* key, const char* text);
+
+    // Stamps the main record of the current meter with the actual user ("UserID") and the local time ("LastChanges",
+    // YYYYMMDDhhmmss), and sets the general data "Dirty" to "Yes". True when all three were written.
+    bool SetUser();
+
+    // ---- general data and database information --------------------------------------------------------------------
+
+    // A value of section "State" of the app file. Setting or deleting one saves the app file at once; when that fails
+    // the error flags of the data file and the app file are set and the result is false.
     bool GetGeneralData(const char* key, char* value, int valueLen);
     bool SetGeneralData(const char* key, const char* value);
+    bool DeleteGeneralData(const char* key);
+
+    // True when "Dirty" of the general data is "Yes", ignoring case.
+    bool GetDirtyFlag();
+
+    // A value of section "General" of the data file; "DBInfo" is the description, "CompanyID" the company. Setting one
+    // saves nothing. Reading is false for a null output or a size below 1.
+    bool GetDBInfo(char* info, int infoLen);
+    bool GetDBGeneralData(const char* key, char* value, int valueLen);
+    bool SetDBGeneralData(const char* key, const char* value);
+    bool SetCompany(const char* company);
+
+    // The client number, 1 to 1000; 1 when none is set.
+    int GetClient();
+
+    // The user whom stamps name; at most 255 characters are kept. Always true.
+    bool SetActualUser(const char* user);
+
+    // Sets the access level and settles whether it is respected ("RespectAccessLevel" of the system ini).
+    void SetAccessLevel(int level);
 
 protected:
     // Renumbers the records in the order of their headers, corrects "Meters" and the client number, and saves what
