@@ -285,7 +285,11 @@ private:
     std::string RecordSection() const;  // of the current record
     std::string MainSection() const;    // of the current meter's main record
     const char* Text(int slot) const;   // never null
-    std::string ConfiguredFile(const char* key, bool moduleMode);
-    void ResolvePath(wchar_t (&dst)[kPathChars], const std::string& value, const wchar_t* base);
+    std::string ConfiguredFile(const char* key, bool moduleMode) const;
+    bool FindFile(wchar_t (&path)[kPathChars], const char* key, bool moduleMode) const;
+    void FindParameterFiles();
+    std::string LanguageFile();
+    std::string ActionText() const;
+    std::string ChangeText() const;
     bool SaveAppFile();
 };

@@ -22,6 +22,13 @@ inline std::optional<std::string> ReadText(const CMeterIniFile& store, const cha
     return std::string(buffer);
 }
 
+// The integer under a key whose text is read up to size - 1 bytes (size at most kNameBytes); 0 when the key does
+// not exist.
+inline int ReadNumber(const CMeterIniFile& store, const char* section, const char* key, int size) {
+    char buffer[kNameBytes];
+    return store.ReadString(section, key, buffer, size) ? MeterText::ToInt(buffer) : 0;
+}
+
 // The value entry under a key; nothing when the key does not exist.
 inline std::optional<ValueEntry> ReadEntry(const CMeterIniFile& store, const std::string& section, const char* key) {
     char buffer[kEntryBytes];

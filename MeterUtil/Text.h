@@ -8,12 +8,17 @@
 #include <limits>
 #include <string>
 #include <string_view>
+#include <type_traits>
 
 namespace MeterText {
 
 // The text behind a pointer of the public interface: null counts as empty.
 inline std::string_view View(const char* text) {
     return text == nullptr ? std::string_view() : std::string_view(text);
+}
+
+inline std::wstring_view View(const wchar_t* text) {
+    return text == nullptr ? std::wstring_view() : std::wstring_view(text);
 }
 
 // Copies `text` into `dst` of `size` bytes, terminator included, cut to fit. A null `dst` or a size below 1 means that
@@ -27,6 +32,23 @@ inline bool CopyText(char* dst, int size, std::string_view text) {
         std::memmove(dst, text.data(), count);
     dst[count] = '\0';
     return count == text.size();
+}
+
+// Copies like CopyText and fills what is behind the text with zeros, as the fields of an object and whole fixed
+// buffers want it. Also for wide text.
+template <typename Char>
+void CopyPadded(Char* dst, int size, std::common_type_t<std::basic_string_view<Char>> text) {
+    if (dst == nullptr || size < 1)
+        return;
+    const std::size_t room = static_cast<std::size_t>(size) - 1;
+    const std::size_t count = text.size() < room ? text.size() : room;
+    std::char_traits<Char>::move(dst, text.data(), count);
+    std::char_traits<Char>::assign(dst + count, room + 1 - count, Char());
+}
+
+template <typename Char, std::size_t Size>
+void CopyPadded(Char (&dst)[Size], std::common_type_t<std::basic_string_view<Char>> text) {
+    CopyPadded(dst, static_cast<int>(Size), text);
 }
 
 // Letters of ASCII only: names mean the same in every locale.

@@ -1,0 +1,520 @@
+// The database object: its configuration, its three stores, its display texts, and the opening and closing of
+// the data file. Owns the rules by which configured files are found, by which the texts of a language replace
+// the built-in ones, and by which the records of an opened data file are brought into order. Records
+// themselves are left to the other units.
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+#include <iterator>
+#include <new>
+#include <optional>
+
+#include "MeterDatabase/MeterDatabase.h"
+#include "MeterDatabase/StoreAccess.h"
+#include "MeterDatabase/TextSlots.h"
+#include "MeterUtil/Text.h"
+#include "Platform/Platform.h"
+
+using MeterRecords::ReadNumber;
+using MeterRecords::ReadText;
+
+namespace {
+
+enum TextMode { kForget = 1, kSetDefault, kLoad, kRelease };
+
+constexpr const char* kTextSection = "StringTexts";
+
+struct DisplayText {
+    const char* key;  // spelled as the language files in the field have it
+    const char* text;
+};
+
+constexpr DisplayText kDisplayTexts[] = {
+    {"RawMeterReadingStandart", "read standard list"},
+    {"RawList2", "read list 2"},
+    {"RawList3", "read list 3"},
+    {"RawMeterReadingStdRF", "read standard with radio"},
+    {"RawActualValues", "read actual values"},
+    {"RawDetermineMetertype", "determine metertype"},
+    {"RawLoadProfile", "read load profile"},
+    {"RawLogfile", "read logbook"},
+    {"RawValueProfile", "read value profile"},
+    {"RawGetDateTime", "read date / time"},
+    {"RawSetDateTime", "set  date / time"},
+    {"RawDoMaxReset", "maximum demand reset"},
+    {"RawDoClearError", "clear error"},
+    {"RawDoGetActualValues", "table/graphic actual values"},
+    {"RawDoGetParams", "read configuration"},
+    {"RawDoSetParams", "write configuration"},
+    {"RawDoShowStateStd", "show actual state"},
+    {"RawNewDataRecord", "new appended"},
+    {"RawInfoRecord", "info record"},
+    {"RawInUse", "in modification"},
+    {"RawNotUsed", "unhandled"},
+    {"RawUsed", "handled"},
+    {"RawCardLeft", "card left"},
+    {"RawReadOnly", "read only"},
+    {"RawDeferPlant", "deferred"},
+    {"RawSaveError", "save error"},
+    {"ActionMeterChange", "change"},
+    {"ActionMeterChangeable", "marked to change"},
+    {"ActionMeterUnmount", "unmount"},
+    {"ActionMeterUnmountable", "marked to unmount"},
+    {"ActionMeterMount", "mount"},
+    {"ActionMeterReadout", "read out"},
+    {"ActionMeterCollect", "collect"},
+    {"ActionMeterSwitchOn", "switch on"},
+    {"ActionMeterSwitchOff", "switch off"},
+};
+static_assert(std::size(kDisplayTexts) == MeterRecords::kTextSlots, "every slot has its key and default");
+
+constexpr std::size_t kFieldListBytes = 8800;
+static_assert(kFieldListBytes % sizeof(Type_DataField) == 0, "a list holds whole fields");
+
+constexpr int kNumberBytes = 20;  // counts and client numbers
+constexpr int kLanguageBytes = 40;
+constexpr int kMostLanguages = 20;
+
+void ReplaceText(char** slot, std::string_view text) {
+    Platform::LocalFree(*slot);
+    *slot = static_cast<char*>(Platform::LocalAlloc(0, text.size() + 1));
+    if (*slot == nullptr)
+        Platform::MessageBoxW(nullptr, L"Systemfehler: KEIN SPEICHER !", L"xxx", 0);
+    else
+        MeterText::CopyText(*slot, static_cast<int>(text.size()) + 1, text);
+}
+
+void LoadText(const CMeterIniFile& store, char** slot, const char* section, const char* key) {
+    char text[MeterRecords::kEntryBytes];
+    if (!store.ReadString(section, key, text, MeterRecords::kEntryBytes))
+        return;
+    CMeterIniFile::EliminateQuotes(text);
+    ReplaceText(slot, text);
+}
+
+// Text composed by the system's formatter, which wants more room than a path field has.
+struct Composed {
+    template <typename... Parts>
+    explicit Composed(const wchar_t* format, Parts... parts) {
+        Platform::wsprintfW(text, format, parts...);
+    }
+    wchar_t text[Platform::kFormattedChars + 1];
+};
+
+template <std::size_t Size>
+void FormPath(wchar_t (&path)[Size], const wchar_t* base, const std::string& file) {
+    if (Platform::IsAbsolutePath(Platform::WideFromNarrow(file)))
+        MeterText::CopyPadded(path, Composed(L"%S", file.c_str()).text);
+    else
+        MeterText::CopyPadded(path, Composed(L"%s\\%S", base, file.c_str()).text);
+}
+
+struct Language {
+    std::string code;
+    std::string file;  // of its texts
+};
+
+std::string BareToken(std::string_view list, int index) {
+    std::string_view token;
+    return std::string(MeterText::FindToken(list, index, ",", &token) ? MeterText::WithoutQuotes(token)
+                                                                      : std::string_view());
+}
+
+Language ReadLanguage(const CMeterIniFile& systemIni, int number) {
+    const std::string key = "Language" + std::to_string(number);
+    const std::string entry = ReadText(systemIni, "Languages", key.c_str()).value_or("");
+    return {BareToken(entry, 1).substr(0, kLanguageBytes - 1), BareToken(entry, 2)};
+}
+
+bool AddDefault(CMeterIniFile& store, const char* section, const char* key, const char* value) {
+    char present[kNumberBytes];
+    if (store.ReadString(section, key, present, sizeof present))
+        return true;
+    return store.WriteString(section, key, value) && store.UpdateFile();
+}
+
+// Old and new numbers of the meters that were renumbered, at most 10000 pairs; of those with the same old
+// number the first counts. Kept in the order of the old numbers, so that the appendices of a long route find
+// theirs quickly. Without memory there are no pairs.
+class Renumbering {
+public:
+    Renumbering() : m_pairs(static_cast<Pair*>(Platform::LocalAlloc(0, kMostPairs * sizeof(Pair)))) {}
+    ~Renumbering() { Platform::LocalFree(m_pairs); }
+    Renumbering(const Renumbering&) = delete;
+    Renumbering& operator=(const Renumbering&) = delete;
+
+    void Add(std::int32_t oldNumber, std::int32_t newNumber) {
+        if (m_pairs == nullptr || m_added == kMostPairs)
+            return;
+        ++m_added;
+        Pair* const place = Place(oldNumber);
+        if (place != End() && place->oldNumber == oldNumber)
+            return;
+        std::move_backward(place, End(), End() + 1);
+        *place = {oldNumber, newNumber};
+        ++m_kept;
+    }
+
+    std::optional<std::int32_t> NewNumber(std::int32_t oldNumber) const {
+        const Pair* const place = Place(oldNumber);
+        if (place == End() || place->oldNumber != oldNumber)
+            return std::nullopt;
+        return place->newNumber;
+    }
+
+private:
+    struct Pair {
+        std::int32_t oldNumber;
+        std::int32_t newNumber;
+    };
+    static constexpr std::size_t kMostPairs = 10000;
+
+    Pair* End() const { return m_pairs + m_kept; }
+    Pair* Place(std::int32_t oldNumber) const {
+        return std::lower_bound(m_pairs, End(), oldNumber, [](const Pair& pair, std::int32_t number) {
+            return pair.oldNumber < number;
+        });
+    }
+
+    Pair* m_pairs;
+    std::size_t m_added = 0;
+    std::size_t m_kept = 0;
+};
+
+bool BeginsWith(std::string_view text, std::string_view start) {
+    return text.substr(0, start.size()) == start;
+}
+
+// Gives a meter header its number. True when it had another.
+bool RenumberMeter(CMeterIniFile& store, int line, std::string_view number, int newNumber,
+                   Renumbering* renumbering) {
+    const int oldNumber = MeterText::ToInt(number);
+    if (oldNumber == newNumber)
+        return false;
+    store.SetString(line, ("[#_" + std::to_string(newNumber) + "]").c_str());
+    renumbering->Add(oldNumber, newNumber);
+    return true;
+}
+
+// Lets an appendix header, which holds `name` behind "[#", follow its meter.
+void RenumberAppendix(CMeterIniFile& store, int line, std::string_view name, const Renumbering& renumbering) {
+    name = name.substr(0, name.find(']'));
+    const std::size_t split = name.find('_');
+    if (split == std::string_view::npos)
+        return;
+    const std::optional<std::int32_t> meter = renumbering.NewNumber(MeterText::ToInt(name.substr(split + 1)));
+    if (!meter)
+        return;
+    const std::string appendix = std::to_string(MeterText::ToInt(name.substr(0, split)));
+    store.SetString(line, ("[#" + appendix + "_" + std::to_string(*meter) + "]").c_str());
+}
+
+// Numbers the meters in the order of their headers. Number of meters; sets `*changed` when one had another
+// number.
+int RenumberRecords(CMeterIniFile& store, bool* changed) {
+    Renumbering renumbering;
+    int meters = 0;
+    char text[20];  // enough for the numbers; the rest of a line does not matter
+    for (int line = store.FindBracketLine(0); line >= 0; line = store.FindBracketLine(line + 1)) {
+        store.GetString(line, text, sizeof text);
+        const std::string_view header = text;
+        if (BeginsWith(header, "[#_"))
+            *changed |= RenumberMeter(store, line, header.substr(3), ++meters, &renumbering);
+        else if (BeginsWith(header, "[#"))
+            RenumberAppendix(store, line, header.substr(2), renumbering);
+    }
+    return meters;
+}
+
+// Brings the client numbers of data file and app file together: that of the data file wins. True when the
+// data file took the one of the app file and has to be saved.
+bool SettleClient(CMeterIniFile& dataFile, CMeterIniFile& appFile) {
+    char mandator[40];
+    char client[40];
+    appFile.ReadString("State", "MandatorIdx", mandator, sizeof mandator);
+    dataFile.ReadString("General", "Client", client, sizeof client);
+    const int mandatorNumber = MeterText::ToInt(mandator);
+    const int clientNumber = MeterText::ToInt(client);
+    if (mandatorNumber > 0 && clientNumber == 0) {
+        dataFile.WriteString("General", "Client", mandator);
+        return true;
+    }
+    if (clientNumber > 0 && clientNumber != mandatorNumber) {
+        appFile.WriteString("State", "MandatorIdx", client);
+        appFile.UpdateFile();
+    }
+    return false;
+}
+
+}  // namespace
+
+// ---- object and configuration -----------------------------------------------------------------------------
+
+CMeterDatabase::CMeterDatabase(const wchar_t* applicationPath)
+    : m_systemIniName(),
+      m_systemIniPath(),
+      m_dataFilePath(),
+      m_appFilePath(),
+      m_rawFilePath(),
+      m_parameterRootPath(),
+      m_parameterFilePath(),
+      m_appMirrorPath(),
+      m_dataMirrorPath(),
+      m_rawMirrorPath(),
+      m_functionListFlagA(false),
+      m_functionListFlagB(false),
+      m_dataFile(nullptr),
+      m_systemIni(nullptr),
+      m_appFile(nullptr),
+      m_spareText(),
+      m_currentMeter(0),
+      m_currentAppendix(0),
+      m_actualUser(),
+      m_masterValue(),
+      m_languageCode(),
+      m_accessLevel(0),
+      m_accessFlag(false),
+      m_fieldLists() {
+    MeterText::CopyPadded(m_applicationPath, MeterText::View(applicationPath));
+    MeterText::CopyPadded(m_downloadedIniPath, Composed(L"%s\\DOWNLOADED_INI.TMP", m_applicationPath).text);
+    MeterText::CopyPadded(m_downloadedTempPath, Composed(L"%s\\DOWNLOADED_TMP.TMP", m_applicationPath).text);
+    HandleAllTexts(nullptr, kForget);
+    HandleAllTexts(nullptr, kSetDefault);
+    for (FieldList& list : m_fieldLists) {
+        list.fields = static_cast<Type_DataField*>(Platform::LocalAlloc(0, kFieldListBytes));
+        if (list.fields != nullptr)
+            std::memset(list.fields, 0, kFieldListBytes);
+    }
+}
+
+CMeterDatabase::~CMeterDatabase() {
+    for (int i = kFieldLists; i-- > 0;)
+        Platform::LocalFree(m_fieldLists[i].fields);
+    HandleAllTexts(nullptr, kRelease);
+    delete m_systemIni;
+    for (CMeterIniFile* store : {m_dataFile, m_appFile}) {
+        if (store != nullptr)
+            store->UpdateFile();
+        delete store;
+    }
+}
+
+bool CMeterDatabase::SetIniFile(const wchar_t* name) {
+    MeterText::CopyPadded(m_systemIniName, MeterText::View(name));
+    if (m_systemIniName[0] == L'\0') {
+        delete m_systemIni;
+        m_systemIni = nullptr;
+        return true;
+    }
+    if (Platform::IsAbsolutePath(m_systemIniName))
+        MeterText::CopyPadded(m_systemIniPath, m_systemIniName);
+    else
+        MeterText::CopyPadded(m_systemIniPath, Composed(L"%s\\%s", m_applicationPath, m_systemIniName).text);
+    m_systemIni = new (std::nothrow) CMeterIniFile(m_systemIniPath);
+    return true;
+}
+
+bool CMeterDatabase::IniFileError() {
+    const CMeterIniFile* const stores[] = {m_dataFile, m_systemIni, m_appFile};
+    return std::any_of(std::begin(stores), std::end(stores),
+                       [](const CMeterIniFile* store) { return store != nullptr && store->m_error; });
+}
+
+void CMeterDatabase::SetDataMirror(const wchar_t* path) {
+    MeterText::CopyPadded(m_dataMirrorPath, MeterText::View(path));
+    if (m_dataFile == nullptr)
+        return;
+    m_dataFile->SetMirror(m_dataMirrorPath);
+    m_dataFile->PowerButtonControl(m_applicationPath);
+}
+
+void CMeterDatabase::SetAppMirror(const wchar_t* path) {
+    MeterText::CopyPadded(m_appMirrorPath, MeterText::View(path));
+    if (m_appFile == nullptr)
+        return;
+    m_appFile->SetMirror(m_appMirrorPath);
+    m_appFile->PowerButtonControl(m_applicationPath);
+}
+
+void CMeterDatabase::SetRawMirror(const wchar_t* path) {
+    MeterText::CopyPadded(m_rawMirrorPath, MeterText::View(path));
+}
+
+void CMeterDatabase::NoSave(bool off) {
+    if (!off)
+        return;
+    for (CMeterIniFile* store : {m_systemIni, m_dataFile, m_appFile})
+        if (store != nullptr)
+            store->SetMirror(L"");
+}
+
+void CMeterDatabase::GetApplicationPath(wchar_t* dst, int size) {
+    MeterText::CopyPadded(dst, size, m_applicationPath);
+}
+
+CMeterIniFile* CMeterDatabase::GetPtrToIniFile() {
+    return m_systemIni;
+}
+
+CMeterIniFile* CMeterDatabase::GetPtrToAppFile() {
+    return m_appFile;
+}
+
+// ---- texts and language -----------------------------------------------------------------------------------
+
+void CMeterDatabase::HandleText(CMeterIniFile* store, int mode, char** slot, const char* section,
+                                const char* key, const char* text) {
+    switch (mode) {
+        case kSetDefault:
+            ReplaceText(slot, MeterText::View(text));
+            return;
+        case kLoad:
+            if (store != nullptr)
+                LoadText(*store, slot, section, key);
+            return;
+        case kRelease:
+            Platform::LocalFree(*slot);
+            [[fallthrough]];
+        case kForget:
+            *slot = nullptr;
+            return;
+        default:
+            return;
+    }
+}
+
+void CMeterDatabase::HandleAllTexts(CMeterIniFile* store, int mode) {
+    static_assert(kTexts == MeterRecords::kTextSlots, "the object has a place for every text");
+    for (int i = 0; i < kTexts; ++i)
+        HandleText(store, mode, &m_texts[i], kTextSection, kDisplayTexts[i].key, kDisplayTexts[i].text);
+}
+
+void CMeterDatabase::DefineTexts() {
+    if (ReadNumber(*m_systemIni, "Languages", "Languages", MeterRecords::kNameBytes) < 1) {
+        HandleAllTexts(m_systemIni, kLoad);
+        return;
+    }
+    const Composed path(L"%s\\%S", m_applicationPath, LanguageFile().c_str());
+    if (CMeterIniFile::FileExists(path.text)) {
+        CMeterIniFile texts(path.text);
+        HandleAllTexts(texts.m_error ? m_systemIni : &texts, kLoad);
+        return;
+    }
+    HandleAllTexts(m_systemIni, kLoad);
+}
+
+// The file with the texts of the current language. A language that is not listed gives way to the first one,
+// which becomes the current one.
+std::string CMeterDatabase::LanguageFile() {
+    const int listed = ReadNumber(*m_systemIni, "Languages", "Languages", MeterRecords::kNameBytes);
+    const std::string current = ReadText(*m_appFile, "System", "Language", kLanguageBytes).value_or("");
+    for (int i = 1; i <= std::min(listed, kMostLanguages); ++i) {
+        const Language language = ReadLanguage(*m_systemIni, i);
+        if (MeterText::EqualIgnoringCase(language.code, current) && !language.file.empty())
+            return language.file;
+    }
+    const Language first = ReadLanguage(*m_systemIni, 1);
+    if (!first.code.empty() && !first.file.empty()) {
+        m_appFile->WriteString("System", "Language", first.code.c_str());
+        m_appFile->UpdateFile();
+    }
+    return first.file;
+}
+
+const char* CMeterDatabase::Text(int slot) const {
+    return m_texts[slot] == nullptr ? "" : m_texts[slot];
+}
+
+void CMeterDatabase::SetLanguageCode(const char* code) {
+    MeterText::CopyPadded(m_languageCode, MeterText::View(code));
+}
+
+// ---- opening and closing ----------------------------------------------------------------------------------
+
+bool CMeterDatabase::OpenDataFile(bool moduleMode) try {
+    if (m_systemIni == nullptr)
+        return false;
+    CloseDataFile();
+    if (!FindFile(m_appFilePath, "AppFile", moduleMode))
+        return false;
+    m_appFile = new (std::nothrow) CMeterIniFile(m_appFilePath);
+    if (m_appFile == nullptr || !FindFile(m_rawFilePath, "RawFile", moduleMode))
+        return false;
+    FindParameterFiles();
+    if (!FindFile(m_dataFilePath, "DataFile", moduleMode))
+        return false;
+    DefineTexts();
+    m_dataFile = new (std::nothrow) CMeterIniFile(m_dataFilePath);
+    if (m_dataFile == nullptr || !AddDefault(*m_dataFile, "General", "Meters", "0") ||
+        !AddDefault(*m_appFile, "State", "Dirty", "No"))
+        return false;
+    m_currentMeter = CheckConsistency() >= 1 ? 1 : 0;
+    m_currentAppendix = 0;
+    const Composed saveError(L"%S", Text(MeterRecords::kSaveError));
+    for (CMeterIniFile* store : {m_systemIni, m_appFile, m_dataFile})
+        store->SetSaveErrorText(saveError.text);
+    return true;
+} catch (const std::bad_alloc&) {
+    return false;
+}
+
+// The name that the system ini gives a file; "" when it gives none.
+std::string CMeterDatabase::ConfiguredFile(const char* key, bool moduleMode) const {
+    const std::string own = ReadText(*m_systemIni, "ModuleMode", key).value_or("");
+    if (moduleMode && !own.empty())
+        return own;
+    return ReadText(*m_systemIni, "System", key).value_or("");
+}
+
+bool CMeterDatabase::FindFile(wchar_t (&path)[kPathChars], const char* key, bool moduleMode) const {
+    const std::string file = ConfiguredFile(key, moduleMode);
+    if (file.empty())
+        return false;
+    FormPath(path, m_applicationPath, file);
+    return true;
+}
+
+// The parameter file stands below the parameter root, whatever that is, and not below the application.
+void CMeterDatabase::FindParameterFiles() {
+    if (!FindFile(m_parameterRootPath, "ParDefRoot", false))
+        MeterText::CopyPadded(m_parameterRootPath, L"");
+    const std::string file = ConfiguredFile("ParDefFile", false);
+    if (file.empty())
+        MeterText::CopyPadded(m_parameterFilePath, L"");
+    else
+        FormPath(m_parameterFilePath, m_parameterRootPath, file);
+}
+
+int CMeterDatabase::CheckConsistency() {
+    const int recorded = ReadNumber(*m_dataFile, "General", "Meters", kNumberBytes);
+    bool changed = false;
+    const int meters = RenumberRecords(*m_dataFile, &changed);
+    if (meters != recorded) {
+        m_dataFile->WriteString("General", "Meters", std::to_string(meters).c_str());
+        changed = true;
+    }
+    if (m_appFile != nullptr && SettleClient(*m_dataFile, *m_appFile))
+        changed = true;
+    return !changed || m_dataFile->UpdateFile() ? meters : 0;
+}
+
+bool CMeterDatabase::CloseDataFile() {
+    delete m_dataFile;
+    delete m_appFile;
+    m_dataFile = nullptr;
+    m_appFile = nullptr;
+    m_currentMeter = 0;
+    m_currentAppendix = 0;
+    return true;
+}
+
+bool CMeterDatabase::DeleteAllData() {
+    if (m_systemIni == nullptr || m_dataFile == nullptr || m_appFile == nullptr)
+        return false;
+    CloseDataFile();
+    Platform::DeleteFileW(m_dataFilePath);
+    Platform::DeleteFileW(m_rawFilePath);
+    OpenDataFile(false);
+    SetGeneralData("Dirty", "No");
+    return true;
+}
