@@ -1,18 +1,21 @@
-// The meter-reading database of a handheld data terminal: the records of a route of meters, their values and states,
-// and what a meter's parser reads into them.
+// The meter-reading database of a handheld data terminal: the records of a route of meters, their values and
+// states, and what a meter's parser reads into them.
 //
-// The object works with four files, all INI-style texts but the last: the system ini (configuration), the data file
-// (meter records), the app file (application state) and the raw data file. docs/files.md describes them.
+// The object works with four files, all INI-style texts but the last: the system ini (configuration), the
+// data file (meter records), the app file (application state) and the raw data file. docs/files.md describes
+// them.
 //
-// Records. The data file holds one main record per meter, section "#_N" of meter N (from 1), and up to 100 appendix
-// records of it, section "#A_N" of appendix A (from 1). Operations work on the current record: the current meter (0:
-// none) and its current appendix (0: the main record).
+// Records. The data file holds one main record per meter, section "#_N" of meter N (from 1), and up to 100
+// appendix records of it, section "#A_N" of appendix A (from 1). Operations work on the current record: the
+// current meter (0: none) and its current appendix (0: the main record).
 //
 // Conventions
-// - Sizes are in bytes, terminator included (wide texts: in characters). A null output, or a size below 1, means that
+// - Sizes are in bytes, terminator included (wide texts: in characters). A null output, or a size below 1,
+// means that
 //   the output is not wanted. Outputs are emptied first, always terminated, and cut to fit.
 // - A null input counts as an empty text, except where it has a meaning of its own.
-// - Nothing throws. A bool is false when a store is missing, there is no current record, a key or section is not found,
+// - Nothing throws. A bool is false when a store is missing, there is no current record, a key or section is
+// not found,
 //   or a write or save failed; the records are then as they were.
 // - Edits change the data file in memory; the destructor saves. What a call puts on the medium is said there.
 // - The object starts no threads and takes no locks: one thread at a time.
@@ -36,28 +39,30 @@ static_assert(sizeof(Type_DataField) == 44, "200 fields fill a work buffer of 88
 
 class METERDATABASE_API CMeterDatabase {
 public:
-    // ---- object and configuration ---------------------------------------------------------------------------------
+    // ---- object and configuration
+    // ---------------------------------------------------------------------------------
 
-    // Builds a database without stores. `applicationPath`: directory of the application, without a closing separator, at
-    // most 259 characters; every relative path starts there.
+    // Builds a database without stores. `applicationPath`: directory of the application, without a closing
+    // separator, at most 259 characters; every relative path starts there.
     explicit CMeterDatabase(const wchar_t* applicationPath);
 
-    // Saves the data file and the app file and releases everything. Failures are ignored: save before where they matter.
+    // Saves the data file and the app file and releases everything. Failures are ignored: save before where
+    // they matter.
     virtual ~CMeterDatabase();
 
     CMeterDatabase(const CMeterDatabase&) = default;
     CMeterDatabase& operator=(const CMeterDatabase&) = default;
 
-    // Opens the system ini; a relative name starts at the application path. An earlier one stays allocated, so that
-    // pointers that GetPtrToIniFile gave stay valid: whoever holds one may delete it. The empty name closes and releases
-    // the system ini. Always true.
+    // Opens the system ini; a relative name starts at the application path. An earlier one stays allocated,
+    // so that pointers that GetPtrToIniFile gave stay valid: whoever holds one may delete it. The empty name
+    // closes and releases the system ini. Always true.
     bool SetIniFile(const wchar_t* name);
 
     // True when one of the stores failed to load or to save.
     bool IniFileError();
 
-    // Set the second place to which the data file, the app file and the raw data file are also written ("": none), for
-    // the stores that are open now: opening does not apply an earlier mirror.
+    // Set the second place to which the data file, the app file and the raw data file are also written ("":
+    // none), for the stores that are open now: opening does not apply an earlier mirror.
     void SetDataMirror(const wchar_t* path);
     void SetAppMirror(const wchar_t* path);
     void SetRawMirror(const wchar_t* path);
@@ -65,41 +70,48 @@ public:
     // true: turns the mirrors of all open stores off; their paths are kept. false: nothing.
     void NoSave(bool off);
 
-    // Copies the application path into dst of `size` characters; what is behind the text is filled with zeros.
+    // Copies the application path into dst of `size` characters; what is behind the text is filled with
+    // zeros.
     void GetApplicationPath(wchar_t* dst, int size);
 
-    // The stores, owned by the database; null when there is none. The data file is reached through the database alone.
+    // The stores, owned by the database; null when there is none. The data file is reached through the
+    // database alone.
     CMeterIniFile* GetPtrToIniFile();
     CMeterIniFile* GetPtrToAppFile();
 
-    // ---- opening and closing --------------------------------------------------------------------------------------
+    // ---- opening and closing
+    // --------------------------------------------------------------------------------------
 
-    // Opens the app file and the data file that the system ini names, loads the texts of the language, adds missing
-    // defaults, brings the numbers of the records into order and makes meter 1 current when there is one. An open
-    // database is closed first, without saving.
+    // Opens the app file and the data file that the system ini names, loads the texts of the language, adds
+    // missing defaults, brings the numbers of the records into order and makes meter 1 current when there is
+    // one. An open database is closed first, without saving.
     //   moduleMode  lets section "ModuleMode" override "System" for the three file names
-    // False without a system ini, when "AppFile", "RawFile" or "DataFile" is not set, or when a default could not be
-    // saved; stores that are open by then stay open. New defaults and new numbers are on the medium on return.
+    // False without a system ini, when "AppFile", "RawFile" or "DataFile" is not set, or when a default could
+    // not be saved; stores that are open by then stay open. New defaults and new numbers are on the medium on
+    // return.
     bool OpenDataFile(bool moduleMode);
 
     // Drops the data file and the app file without saving; no meter is current. Always true.
     bool CloseDataFile();
 
-    // Deletes the data file and the raw data file from the disk and opens an empty data file. False, with nothing done,
-    // unless all stores are open.
+    // Deletes the data file and the raw data file from the disk and opens an empty data file. False, with
+    // nothing done, unless all stores are open.
     bool DeleteAllData();
 
-    // ---- texts and language ---------------------------------------------------------------------------------------
+    // ---- texts and language
+    // ---------------------------------------------------------------------------------------
 
     // Chooses the language of sections such as "Functions_de"; at most 39 characters are kept.
     void SetLanguageCode(const char* code);
 
-    // ---- navigation -----------------------------------------------------------------------------------------------
+    // ---- navigation
+    // -----------------------------------------------------------------------------------------------
 
     // Number of meter records; -1 without a data file.
     int GetNumberOfMeters();
 
-    // Number of the current meter; 0 when there is none or it lies behind the last one; -1 without a data file.
+    // Number of the current meter; 0 when there is none or it lies behind the last one; -1 without a data
+    // file.
     int GetActualPosition();
 
     // Makes the main record of a meter (from 1) current. An unknown number changes nothing.
@@ -108,98 +120,113 @@ public:
     // Number of appendices of the current meter, counted from 1 up to the first gap, at most 100.
     int GetAppendixCount();
 
-    // Makes an appendix (from 1) of the current meter current, or its main record (below 1). False, with nothing changed,
-    // when there is no such appendix or no current meter.
+    // Makes an appendix (from 1) of the current meter current, or its main record (below 1). False, with
+    // nothing changed, when there is no such appendix or no current meter.
     bool SetAppendix(int appendix);
 
     // The current appendix; 0 for the main record.
     int GetAppendix();
 
-    // Copies one line of the current record: its section name in brackets (`line` below 1) or its line `line` (from 1).
-    // False when the line does not exist.
+    // Copies one line of the current record: its section name in brackets (`line` below 1) or its line `line`
+    // (from 1). False when the line does not exist.
     bool GetRecordData(int line, char* dst, int size);
 
-    // ---- record state and meter action ----------------------------------------------------------------------------
+    // ---- record state and meter action
+    // ----------------------------------------------------------------------------
 
-    // State letters of the current meter into dst, at least 40 bytes. False without a current meter or a state.
+    // State letters of the current meter into dst, at least 40 bytes. False without a current meter or a
+    // state.
     bool GetRecordState(char* dst);
     bool SetRecordState(const char* state);
 
-    // State of the current meter as the user reads it, with the meter's action in parentheses. `dst` must hold the state
-    // text, " (", 39 characters and ")".
+    // State of the current meter as the user reads it, with the meter's action in parentheses. `dst` must
+    // hold the state text, " (", 39 characters and ")".
     void GetRecordStateText(wchar_t* dst);
 
-    // Text of a plant state that the caller holds; "<DEFER>" is a deferred plant. `dst` must hold the state text.
+    // Text of a plant state that the caller holds; "<DEFER>" is a deferred plant. `dst` must hold the state
+    // text.
     void GetPlantStateText(const char* state, wchar_t* dst);
 
-    // What is to be done with the current meter, a word such as "Change", into dst, at least 255 bytes; "" when it is
-    // simply to be read. Always true.
+    // What is to be done with the current meter, a word such as "Change", into dst, at least 255 bytes; ""
+    // when it is simply to be read. Always true.
     bool GetMeterAction(char* dst);
 
     // The action as the user reads it; "" for an unknown word. Always true.
     bool GetMeterActionText(char* dst, int size);
 
-    // ---- values ---------------------------------------------------------------------------------------------------
+    // ---- values
+    // ---------------------------------------------------------------------------------------------------
 
-    // Values are entries with five sub-fields: attributes, status, definition, value, "text". Sub-fields are handed out
-    // as they stand in the file, enclosing quotes included; the fifth is everything behind the fourth comma.
+    // Values are entries with five sub-fields: attributes, status, definition, value, "text". Sub-fields are
+    // handed out as they stand in the file, enclosing quotes included; the fifth is everything behind the
+    // fourth comma.
 
     // Sub-fields of a value of the current record. False when the record has no such entry.
     bool GetMeterValue(const char* name, char* attributes, int attributesSize, char* status, int statusSize,
-                       char* definition, int definitionSize, char* value, int valueSize, char* text, int textSize);
-    bool GetMeterValueMain(const char* name, char* attributes, int attributesSize, char* status, int statusSize,
-                           char* definition, int definitionSize, char* value, int valueSize, char* text, int textSize);
+                       char* definition, int definitionSize, char* value, int valueSize, char* text,
+                       int textSize);
+    bool GetMeterValueMain(const char* name, char* attributes, int attributesSize, char* status,
+                           int statusSize, char* definition, int definitionSize, char* value, int valueSize,
+                           char* text, int textSize);
 
-    // Entry number `index` (from 1) of the current record. `key`: at least 256 bytes, or null; it is not emptied first.
-    bool GetMeterValueByIndex(int index, char* key, char* attributes, int attributesSize, char* status, int statusSize,
-                              char* definition, int definitionSize, char* value, int valueSize, char* text,
-                              int textSize);
+    // Entry number `index` (from 1) of the current record. `key`: at least 256 bytes, or null; it is not
+    // emptied first.
+    bool GetMeterValueByIndex(int index, char* key, char* attributes, int attributesSize, char* status,
+                              int statusSize, char* definition, int definitionSize, char* value,
+                              int valueSize, char* text, int textSize);
 
-    // Writes a value of the current record; a null sub-field is kept. A new entry starts from A,U,8,,"". Of the first
-    // four sub-fields at most 255 characters are written, without double quotes; one that holds a comma and is shorter
-    // than 253 characters is enclosed in quotes. The text is written as given between quotes. A line break becomes a
-    // blank. True once there is a current record.
+    // Writes a value of the current record; a null sub-field is kept. A new entry starts from A,U,8,,"". Of
+    // the first four sub-fields at most 255 characters are written, without double quotes; one that holds a
+    // comma and is shorter than 253 characters is enclosed in quotes. The text is written as given between
+    // quotes. A line break becomes a blank. True once there is a current record.
     bool SetMeterValue(const char* name, const char* attributes, const char* status, const char* definition,
                        const char* value, const char* text);
-    bool SetMeterValueMain(const char* name, const char* attributes, const char* status, const char* definition,
-                           const char* value, const char* text);
+    bool SetMeterValueMain(const char* name, const char* attributes, const char* status,
+                           const char* definition, const char* value, const char* text);
 
     // Removes an entry of the current record. True once there is a current record.
     bool DeleteMeterValue(const char* name);
 
-    // ---- checking -------------------------------------------------------------------------------------------------
+    // ---- checking
+    // -------------------------------------------------------------------------------------------------
 
-    // Tests a value against the first check token of a definition: "Cl;u" (range; l > u: forbidden band), "Xe" (expected
-    // value), "Vname" (equal to another value of the current record).
+    // Tests a value against the first check token of a definition: "Cl;u" (range; l > u: forbidden band),
+    // "Xe" (expected value), "Vname" (equal to another value of the current record).
     //   0  passes, or nothing to check
     //   1  deviates, or cannot be checked (no data file, no such other value)
     //   2  below the lower limit
     //   3  above the upper limit
     int CheckValue(const char* value, const char* definition);
 
-    // ---- reading --------------------------------------------------------------------------------------------------
+    // ---- reading
+    // --------------------------------------------------------------------------------------------------
 
-    // Asks the meter's parser for every value of the current record whose attributes contain R, stores what it finds with
-    // a status - DR, CR (its check found something) or W (so did that of the master value) - and tests the alarm tokens of
-    // their definitions. 1 when an alarm holds, else 0, also without a data file, a parser or a current meter.
+    // Asks the meter's parser for every value of the current record whose attributes contain R, stores what
+    // it finds with a status - DR, CR (its check found something) or W (so did that of the master value) -
+    // and tests the alarm tokens of their definitions. 1 when an alarm holds, else 0, also without a data
+    // file, a parser or a current meter.
     int StartParser(CMeterInterface* iface);
 
-    // ---- items and user stamp -------------------------------------------------------------------------------------
+    // ---- items and user stamp
+    // -------------------------------------------------------------------------------------
 
-    // Items are entries without sub-fields: their whole text, as it stands. Into dst; false when the key does not exist.
+    // Items are entries without sub-fields: their whole text, as it stands. Into dst; false when the key does
+    // not exist.
     bool GetMeterItem(const char* key, char* dst, int size);
     bool GetMeterItemMain(const char* key, char* dst, int size);
     bool SetMeterItem(const char* key, const char* text);
     bool SetMeterItemMain(const char* key, const char* text);
 
-    // Stamps the main record of the current meter with the actual user ("UserID") and the local time ("LastChanges",
-    // YYYYMMDDhhmmss), and sets the general data "Dirty" to "Yes". True when all three were written.
+    // Stamps the main record of the current meter with the actual user ("UserID") and the local time
+    // ("LastChanges", YYYYMMDDhhmmss), and sets the general data "Dirty" to "Yes". True when all three were
+    // written.
     bool SetUser();
 
-    // ---- general data and database information --------------------------------------------------------------------
+    // ---- general data and database information
+    // --------------------------------------------------------------------
 
-    // A value of section "State" of the app file. Setting or deleting one saves the app file at once; when that fails
-    // the error flags of the data file and the app file are set and the result is false.
+    // A value of section "State" of the app file. Setting or deleting one saves the app file at once; when
+    // that fails the error flags of the data file and the app file are set and the result is false.
     bool GetGeneralData(const char* key, char* value, int valueLen);
     bool SetGeneralData(const char* key, const char* value);
     bool DeleteGeneralData(const char* key);
@@ -207,8 +234,8 @@ public:
     // True when "Dirty" of the general data is "Yes", ignoring case.
     bool GetDirtyFlag();
 
-    // A value of section "General" of the data file; "DBInfo" is the description, "CompanyID" the company. Setting one
-    // saves nothing. Reading is false for a null output or a size below 1.
+    // A value of section "General" of the data file; "DBInfo" is the description, "CompanyID" the company.
+    // Setting one saves nothing. Reading is false for a null output or a size below 1.
     bool GetDBInfo(char* info, int infoLen);
     bool GetDBGeneralData(const char* key, char* value, int valueLen);
     bool SetDBGeneralData(const char* key, const char* value);
@@ -224,15 +251,15 @@ public:
     void SetAccessLevel(int level);
 
 protected:
-    // Renumbers the records in the order of their headers, corrects "Meters" and the client number, and saves what
-    // changed. Number of meter records, 0 when a save failed. The data file must be open.
+    // Renumbers the records in the order of their headers, corrects "Meters" and the client number, and saves
+    // what changed. Number of meter records, 0 when a save failed. The data file must be open.
     int CheckConsistency();
 
     // Loads the texts of the current language.
     void DefineTexts();
 
-    // Applies a mode to one display text or to all: 1 forgets it, 2 sets its default, 3 loads it from the store (a missing
-    // key changes nothing), 4 releases it. `store` is used by mode 3 only.
+    // Applies a mode to one display text or to all: 1 forgets it, 2 sets its default, 3 loads it from the
+    // store (a missing key changes nothing), 4 releases it. `store` is used by mode 3 only.
     void HandleText(CMeterIniFile* store, int mode, char** slot, const char* section, const char* key,
                     const char* text);
     void HandleAllTexts(CMeterIniFile* store, int mode);
@@ -262,15 +289,16 @@ protected:
     char* m_texts[kTexts];  // blocks of the local heap; null without memory
 
 public:
-    // Switches of the function list, set by the application: A offers the functions 6, 7 and 200, B withdraws 101.
+    // Switches of the function list, set by the application: A offers the functions 6, 7 and 200, B withdraws
+    // 101.
     bool m_functionListFlagA;
     bool m_functionListFlagB;
 
 protected:
-    CMeterIniFile* m_dataFile;   // owned; null when no data file is open
-    CMeterIniFile* m_systemIni;  // owned; null when none is set
-    CMeterIniFile* m_appFile;    // owned; null when no data file is open
-    wchar_t m_spareText[256];    // not used
+    CMeterIniFile* m_dataFile;       // owned; null when no data file is open
+    CMeterIniFile* m_systemIni;      // owned; null when none is set
+    CMeterIniFile* m_appFile;        // owned; null when no data file is open
+    wchar_t m_spareText[256];        // not used
     std::int32_t m_currentMeter;     // from 1; 0: none
     std::int32_t m_currentAppendix;  // from 1; 0: the main record
     char m_actualUser[256];

@@ -1,5 +1,5 @@
-// The meter interface: what the reading application implements for one kind of meter, and what the database asks
-// of it. It knows how a meter is reached and how its answer is parsed; the database knows neither.
+// The meter interface: what the reading application implements for one kind of meter, and what the database
+// asks of it. It knows how a meter is reached and how its answer is parsed; the database knows neither.
 #pragma once
 
 class CMeterInterface {
@@ -15,7 +15,8 @@ public:
     //   name       name of the value entry, terminated, at most 255 characters
     //   value      receives the value as terminated text; holds "" on entry
     //   valueSize  bytes in value, terminator included
-    //   status     the entry's status letters so far, at most 255 characters; may be overwritten, which is ignored
+    //   status     the entry's status letters so far, at most 255 characters; may be overwritten, which is
+    //   ignored
     // True when the answer holds the value and it was written.
     virtual bool SearchValue(char* name, char* value, int valueSize, char* status) = 0;
 
@@ -30,7 +31,8 @@ public:
     //   number     null: not wanted
     //   name       receives the name of the type, 40 bytes
     //   maker      null: not wanted
-    //   functions  receives the codes of the functions that the type supports, one byte each, closed by a zero;
+    //   functions  receives the codes of the functions that the type supports, one byte each, closed by a
+    //   zero;
     //              256 bytes
     // False when the type is unknown.
     virtual bool GetMeterType(int type, int* number, char* name, char* maker, unsigned char* functions) = 0;

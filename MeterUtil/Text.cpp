@@ -8,8 +8,8 @@ namespace {
 
 constexpr std::string_view kDigits = "0123456789";
 
-// True when a number beyond the range of double is too large, false when it is too small: the sign of the decimal
-// exponent of its first digit that counts decides.
+// True when a number beyond the range of double is too large, false when it is too small: the sign of the
+// decimal exponent of its first digit that counts decides.
 bool IsTooLarge(std::string_view number) {
     const std::size_t exponentMark = number.find_first_of("eE");
     const std::int64_t exponent =
@@ -17,7 +17,8 @@ bool IsTooLarge(std::string_view number) {
     const std::string_view mantissa = number.substr(0, exponentMark);
     const auto firstDigit = static_cast<std::int64_t>(mantissa.find_first_of("123456789"));
     const std::size_t pointFound = mantissa.find('.');
-    const auto point = static_cast<std::int64_t>(pointFound == std::string_view::npos ? mantissa.size() : pointFound);
+    const auto point =
+        static_cast<std::int64_t>(pointFound == std::string_view::npos ? mantissa.size() : pointFound);
     const std::int64_t magnitude = point - firstDigit;
     return exponent > 0 ? exponent > -magnitude : magnitude > -exponent;
 }

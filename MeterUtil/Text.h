@@ -1,5 +1,5 @@
-// Small text tools that the libraries share: one bounded copy, one number reader, one way to take a text apart. They
-// work on views; the fixed buffers of the public interfaces are filled by CopyText alone.
+// Small text tools that the libraries share: one bounded copy, one number reader, one way to take a text
+// apart. They work on views; the fixed buffers of the public interfaces are filled by CopyText alone.
 #pragma once
 
 #include <charconv>
@@ -21,8 +21,8 @@ inline std::wstring_view View(const wchar_t* text) {
     return text == nullptr ? std::wstring_view() : std::wstring_view(text);
 }
 
-// Copies `text` into `dst` of `size` bytes, terminator included, cut to fit. A null `dst` or a size below 1 means that
-// the text is not wanted. `text` may lie inside `dst`. True when nothing was cut.
+// Copies `text` into `dst` of `size` bytes, terminator included, cut to fit. A null `dst` or a size below 1
+// means that the text is not wanted. `text` may lie inside `dst`. True when nothing was cut.
 inline bool CopyText(char* dst, int size, std::string_view text) {
     if (dst == nullptr || size < 1)
         return true;
@@ -34,8 +34,8 @@ inline bool CopyText(char* dst, int size, std::string_view text) {
     return count == text.size();
 }
 
-// Copies like CopyText and fills what is behind the text with zeros, as the fields of an object and whole fixed
-// buffers want it. Also for wide text.
+// Copies like CopyText and fills what is behind the text with zeros, as the fields of an object and whole
+// fixed buffers want it. Also for wide text.
 template <typename Char>
 void CopyPadded(Char* dst, int size, std::common_type_t<std::basic_string_view<Char>> text) {
     if (dst == nullptr || size < 1)
@@ -92,9 +92,10 @@ inline std::string_view WithoutQuotes(std::string_view text) {
     return text.substr(1, text.size() - 2);
 }
 
-// Takes the first token off `*rest`. A token ends at a delimiter or at the end; one that begins with a double quote
-// runs to the first double quote that is followed by a delimiter or the end, when there is such a quote. `*more` tells
-// whether a delimiter, and so another token (which may be empty), follows; `*rest` is then what stands behind it.
+// Takes the first token off `*rest`. A token ends at a delimiter or at the end; one that begins with a double
+// quote runs to the first double quote that is followed by a delimiter or the end, when there is such a
+// quote. `*more` tells whether a delimiter, and so another token (which may be empty), follows; `*rest` is
+// then what stands behind it.
 inline std::string_view TakeToken(std::string_view* rest, std::string_view delimiters, bool* more) {
     std::size_t end = std::string_view::npos;
     if (!rest->empty() && rest->front() == '"') {
@@ -114,8 +115,8 @@ inline std::string_view TakeToken(std::string_view* rest, std::string_view delim
     return token;
 }
 
-// Token `index` (from 1) of `source`; false when it has no such token. An empty source has none; otherwise n delimiters
-// make n + 1 tokens.
+// Token `index` (from 1) of `source`; false when it has no such token. An empty source has none; otherwise n
+// delimiters make n + 1 tokens.
 inline bool FindToken(std::string_view source, std::int64_t index, std::string_view delimiters,
                       std::string_view* token) {
     if (source.empty() || index < 1)
@@ -128,8 +129,8 @@ inline bool FindToken(std::string_view source, std::int64_t index, std::string_v
     return false;
 }
 
-// The integer at the start of `text`, read like atoi: white space, a sign, digits; the rest is ignored, no digits give
-// 0. A value that does not fit is clamped to the type.
+// The integer at the start of `text`, read like atoi: white space, a sign, digits; the rest is ignored, no
+// digits give 0. A value that does not fit is clamped to the type.
 template <typename Integer>
 Integer ToInteger(std::string_view text) {
     const std::size_t start = text.find_first_not_of(" \t\n\v\f\r");
@@ -163,9 +164,10 @@ inline std::int64_t ToInt64(std::string_view text) {
     return ToInteger<std::int64_t>(text);
 }
 
-// The decimal number at the start of `text`, read like atof in the C locale whatever locale the process has set: white
-// space, a sign, digits with a point, an exponent; the rest is ignored. Text that is no such number (infinities, NaN and
-// hexadecimal forms among it) reads as 0; too large a number as infinity, too small a one as 0.
+// The decimal number at the start of `text`, read like atof in the C locale whatever locale the process has
+// set: white space, a sign, digits with a point, an exponent; the rest is ignored. Text that is no such
+// number (infinities, NaN and hexadecimal forms among it) reads as 0; too large a number as infinity, too
+// small a one as 0.
 double ToDouble(std::string_view text);
 
 }  // namespace MeterText

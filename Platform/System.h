@@ -1,6 +1,7 @@
 // The seam: the calls that reach the operating system, one function each, with one implementation per system
-// (SystemPosix.cpp, SystemWindows.cpp). Everything else in the libraries is written above it. A program that is linked
-// with another implementation sees other times, failing allocations or failing disks; the libraries do not know.
+// (SystemPosix.cpp, SystemWindows.cpp). Everything else in the libraries is written above it. A program that
+// is linked with another implementation sees other times, failing allocations or failing disks; the libraries
+// do not know.
 #pragma once
 
 #include <cstddef>
@@ -46,9 +47,9 @@ std::wstring ResolveLinks(const std::wstring& path);
 
 File OpenForReading(const std::wstring& path) noexcept;  // kNoFile on failure
 
-// Creates a file that did not exist; kNoFile when it did or cannot be created. It gets the owner and the permissions
-// of the file `like` when there is one (whose owner may differ only where the system forbids to give files away), else
-// those of any new file.
+// Creates a file that did not exist; kNoFile when it did or cannot be created. It gets the owner and the
+// permissions of the file `like` when there is one (whose owner may differ only where the system forbids to
+// give files away), else those of any new file.
 File CreateNew(const std::wstring& path, const std::wstring& like) noexcept;
 
 // Bytes read or written, which may be fewer than asked for; 0 at the end of the file; negative on failure.
@@ -58,7 +59,8 @@ bool Flush(File file) noexcept;  // to the medium
 bool Close(File file) noexcept;  // the file is closed also on failure
 
 bool Rename(const std::wstring& from, const std::wstring& to) noexcept;  // replaces `to` in one step
-bool RenameWasBlocked() noexcept;  // the last failed Rename of this thread may succeed later (another program looks)
+bool RenameWasBlocked() noexcept;  // the last failed Rename of this thread may succeed later (another program
+                                   // looks)
 bool Remove(const std::wstring& path) noexcept;
 bool FlushDirectory(const std::wstring& fileInIt) noexcept;  // true where the system has no such thing
 

@@ -1,0 +1,119 @@
+// What one line of an INI text is: its line end, whether it is a header or an entry, and how names are
+// compared.
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+#include <string_view>
+
+#include "MeterUtil/Text.h"
+
+namespace MeterUtil {
+
+constexpr std::string_view kLf = "\n";
+constexpr std::string_view kCrLf = "\r\n";
+constexpr std::string_view kNoLineEnd = "";
+
+// The line end that a line has: none, LF or CR LF. Not a view of the line.
+inline std::string_view LineEndOf(std::string_view raw) {
+    if (raw.empty() || raw.back() != '\n')
+        return kNoLineEnd;
+    return raw.size() > 1 && raw[raw.size() - 2] == '\r' ? kCrLf : kLf;
+}
+
+inline std::string_view WithoutLineEnd(std::string_view raw) {
+    return raw.substr(0, raw.size() - LineEndOf(raw).size());
+}
+
+inline bool IsBlankLine(std::string_view text) {
+    return MeterText::TrimBlanks(text).empty();
+}
+
+// True when the text is a header; `name` is then what stands between '[' and the first ']'.
+inline bool IsHeader(std::string_view text, std::string_view* name) {
+    std::size_t open = 0;
+    while (open < text.size() && MeterText::IsBlank(text[open]))
+        ++open;
+    if (open == text.size() || text[open] != '[')
+        return false;
+    const std::size_t close = text.find(']', open);
+    if (close == std::string_view::npos)
+        return false;
+    *name = text.substr(open + 1, close - open - 1);
+    return true;
+}
+
+// Splits a line that is no header at its first '='. False when it is no entry.
+inline bool SplitEntry(std::string_view text, std::string_view* key, std::string_view* value) {
+    const std::size_t equals = text.find('=');
+    if (equals == std::string_view::npos)
+        return false;
+    *key = MeterText::TrimBlanks(text.substr(0, equals));
+    *value = text.substr(equals + 1);
+    return !key->empty() && key->front() != ';';
+}
+
+// True when the text is an entry with this key, which has no blanks around it; `value` is then its value.
+inline bool IsEntryOf(std::string_view text, std::string_view key, std::string_view* value) {
+    std::size_t at = 0;
+    while (at < text.size() && MeterText::IsBlank(text[at]))
+        ++at;
+    if (text.size() - at <= key.size())
+        return false;
+    const std::string_view found = text.substr(at, key.size());
+    if (found != key && !MeterText::EqualIgnoringCase(found, key))
+        return false;
+    at += key.size();
+    while (at < text.size() && MeterText::IsBlank(text[at]))
+        ++at;
+    if (at == text.size() || text[at] != '=')
+        return false;
+    *value = text.substr(at + 1);
+    return true;
+}
+
+// Negative, zero or positive as name a stands before, is or stands behind name b.
+inline int CompareNames(std::string_view a, std::string_view b) {
+    const std::size_t common = std::min(a.size(), b.size());
+    for (std::size_t i = 0; i < common; ++i) {
+        const int difference = MeterText::ToLower(a[i]) - MeterText::ToLower(b[i]);
+        if (difference != 0)
+            return difference;
+    }
+    return (a.size() > b.size() ? 1 : 0) - (a.size() < b.size() ? 1 : 0);
+}
+
+// A hash that is the same for names that differ in the case of letters alone. Bit 5 is set in every byte,
+// which makes some other characters equal as well; whoever finds a hash compares the names.
+inline std::uint32_t FoldedHash(std::string_view name) {
+    constexpr std::uint64_t kFold = 0x2020202020202020U;
+    constexpr std::uint64_t kFactor = 0x9E3779B97F4A7C15U;
+    std::uint64_t hash = name.size() * kFactor;
+    while (!name.empty()) {
+        std::uint64_t word = 0;
+        const std::size_t taken = std::min(name.size(), sizeof word);
+        std::memcpy(&word, name.data(), taken);
+        hash = (hash ^ (word | kFold)) * kFactor;
+        hash ^= hash >> 29U;
+        name.remove_prefix(taken);
+    }
+    return static_cast<std::uint32_t>(hash >> 32U);
+}
+
+constexpr std::uint8_t kNoEntryTag = 0;
+
+// One byte of the folded key.
+inline std::uint8_t KeyTag(std::string_view key) {
+    const auto tag = static_cast<std::uint8_t>(FoldedHash(key) >> 24U);
+    return tag == kNoEntryTag ? 1 : tag;
+}
+
+// The tag of a line's key; kNoEntryTag for a line that is no entry.
+inline std::uint8_t LineTag(std::string_view text) {
+    std::string_view key;
+    std::string_view value;
+    return SplitEntry(text, &key, &value) ? KeyTag(key) : kNoEntryTag;
+}
+
+}  // namespace MeterUtil

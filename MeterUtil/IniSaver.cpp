@@ -1,0 +1,118 @@
+#include "MeterUtil/IniSaver.h"
+
+#include <utility>
+
+#include "Platform/Platform.h"
+
+namespace MeterUtil {
+namespace {
+
+// Whom the process wants to be told about failed saves.
+struct ErrorListener {
+    std::mutex mutex;
+    CMeterIniFile::SaveErrorHandler handler = nullptr;
+    void* context = nullptr;
+};
+
+ErrorListener& Listener() {
+    static ErrorListener listener;
+    return listener;
+}
+
+void ReportFailure(const std::wstring& path, const std::wstring& text) {
+    ErrorListener& listener = Listener();
+    CMeterIniFile::SaveErrorHandler handler = nullptr;
+    void* context = nullptr;
+    {
+        const std::lock_guard<std::mutex> lock(listener.mutex);
+        handler = listener.handler;
+        context = listener.context;
+    }
+    // Called without the lock: the handler may set another one, or save.
+    if (handler != nullptr)
+        handler(context, path.c_str(), text.c_str());
+}
+
+bool SaveTo(const std::wstring& path, const std::vector<std::string_view>& pieces,
+            const std::wstring& errorText) {
+    if (Platform::ReplaceFile(path, pieces))
+        return true;
+    ReportFailure(path, errorText);
+    return false;
+}
+
+bool HasMirror(const SaveTarget& target) {
+    return !target.mirror.empty() && !Platform::SamePath(target.path, target.mirror);
+}
+
+}  // namespace
+
+void SetSaveErrorHandler(CMeterIniFile::SaveErrorHandler handler, void* context) noexcept {
+    ErrorListener& listener = Listener();
+    const std::lock_guard<std::mutex> lock(listener.mutex);
+    listener.handler = handler;
+    listener.context = context;
+}
+
+bool SaveText(const SaveTarget& target, const std::vector<std::string_view>& pieces) noexcept {
+    try {
+        Platform::KeepAwake(true);
+        const bool hasMirror = HasMirror(target);
+        const bool saved = SaveTo(target.path, pieces, target.errorText);
+        const bool mirrored = !hasMirror || SaveTo(target.mirror, pieces, target.errorText);
+        Platform::KeepAwake(false);
+        return saved && mirrored;
+    } catch (...) {
+        Platform::KeepAwake(false);
+        return false;
+    }
+}
+
+BackgroundSaver::~BackgroundSaver() {
+    if (!m_thread.joinable())
+        return;
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_ending = true;
+    }
+    m_changed.notify_all();
+    m_thread.join();
+}
+
+void BackgroundSaver::Save(SaveTarget target, TextSnapshot text) {
+    auto job = std::make_unique<Job>(Job{std::move(target), std::move(text)});
+    if (!m_thread.joinable())
+        m_thread = std::thread(&BackgroundSaver::Run, this);
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_waiting.swap(job);
+    }
+    m_changed.notify_all();
+}
+
+void BackgroundSaver::Wait() {
+    if (!m_thread.joinable())
+        return;
+    std::unique_lock<std::mutex> lock(m_mutex);
+    m_changed.wait(lock, [this] { return !m_busy && m_waiting == nullptr; });
+}
+
+void BackgroundSaver::Run() {
+    std::unique_lock<std::mutex> lock(m_mutex);
+    for (;;) {
+        m_changed.wait(lock, [this] { return m_waiting != nullptr || m_ending; });
+        if (m_waiting == nullptr)
+            return;
+        std::unique_ptr<Job> job = std::move(m_waiting);
+        m_busy = true;
+        lock.unlock();
+        if (!SaveText(job->target, job->text.pieces))
+            *m_error = true;
+        job.reset();
+        lock.lock();
+        m_busy = false;
+        m_changed.notify_all();
+    }
+}
+
+}  // namespace MeterUtil

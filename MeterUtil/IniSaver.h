@@ -1,0 +1,63 @@
+// Saving a text to its file and its mirror, now or on a thread of its own.
+#pragma once
+
+#include <atomic>
+#include <condition_variable>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <thread>
+#include <vector>
+
+#include "MeterUtil/IniText.h"
+#include "MeterUtil/MeterIniFile.h"
+
+namespace MeterUtil {
+
+// Where a text goes, and what is said when it cannot.
+struct SaveTarget {
+    std::wstring path;
+    std::wstring mirror;  // empty: none
+    std::wstring errorText;
+};
+
+// Writes the file, then the mirror, which is written also when the file failed. False when either failed; the
+// handler of the process has then been called for each.
+bool SaveText(const SaveTarget& target, const std::vector<std::string_view>& pieces) noexcept;
+
+void SetSaveErrorHandler(CMeterIniFile::SaveErrorHandler handler, void* context) noexcept;
+
+// Saves snapshots one after the other on a thread that the first one starts. Of those that wait only the
+// latest is written. A failed save sets the error flag.
+class BackgroundSaver {
+public:
+    explicit BackgroundSaver(std::atomic<bool>* error) : m_error(error) {}
+    ~BackgroundSaver();  // writes what still waits
+    BackgroundSaver(const BackgroundSaver&) = delete;
+    BackgroundSaver& operator=(const BackgroundSaver&) = delete;
+
+    // Arranges a save. Throws, with nothing arranged, when there is no thread to be had.
+    void Save(SaveTarget target, TextSnapshot text);
+
+    // Returns when nothing is under way and nothing waits.
+    void Wait();
+
+private:
+    struct Job {
+        SaveTarget target;
+        TextSnapshot text;
+    };
+
+    void Run();
+
+    std::atomic<bool>* m_error;
+    std::mutex m_mutex;
+    std::condition_variable m_changed;
+    std::unique_ptr<Job> m_waiting;
+    bool m_busy = false;
+    bool m_ending = false;
+    std::thread m_thread;
+};
+
+}  // namespace MeterUtil

@@ -1,0 +1,422 @@
+// Loading a text, finding sections, entries and lines in it, and handing it out for saving.
+#include "MeterUtil/IniText.h"
+
+#include <algorithm>
+#include <functional>
+#include <new>
+
+#include "MeterUtil/IniLine.h"
+
+namespace MeterUtil {
+namespace {
+
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+
+}  // namespace
+
+IniText::IniText() {
+    Load(Platform::FileBytes());
+}
+
+// ---- loading
+// ------------------------------------------------------------------------------------------------------
+
+bool IniText::Load(Platform::FileBytes bytes) {
+    m_lineEnd = kCrLf;
+    m_sections.clear();
+    m_order.assign(1, 0);
+    m_firstLine.assign(1, 0);
+    m_sections.emplace_back();
+    m_startCount = 0;
+    const std::size_t size = bytes.size;
+    if (size > kMostBytes)
+        return false;
+    m_base = OwnBlock(std::move(bytes));
+
+    const std::string_view text(size == 0 ? "" : m_base.get(), size);
+    m_hasByteOrderMark = text.substr(0, kByteOrderMark.size()) == kByteOrderMark;
+    const std::size_t skipped = m_hasByteOrderMark ? kByteOrderMark.size() : 0;
+    m_textBytes = size - skipped;
+    ScanLines(text.data() + skipped, text.data() + size);
+    BuildNameIndex();
+    return true;
+}
+
+std::shared_ptr<const char> IniText::OwnBlock(Platform::FileBytes bytes) {
+    const std::shared_ptr<char> block(bytes.data.release(), Platform::FreeBlock());
+    return block;
+}
+
+// One pass over the text: where each line begins, and which lines are headers.
+void IniText::ScanLines(const char* begin, const char* end) {
+    const std::size_t skipped = m_hasByteOrderMark ? kByteOrderMark.size() : 0;
+    for (const char* line = begin; line != end;) {
+        const auto* lf =
+            static_cast<const char*>(std::memchr(line, '\n', static_cast<std::size_t>(end - line)));
+        const char* const next = lf == nullptr ? end : lf + 1;
+        if (*line == '[' || MeterText::IsBlank(*line))
+            OpenSection({line, static_cast<std::size_t>(next - line)});
+        AddLineStart(skipped + static_cast<std::size_t>(line - begin));
+        line = next;
+    }
+    CloseSection();
+    m_numbered = static_cast<std::uint32_t>(m_order.size());
+    m_lineCount = static_cast<std::uint32_t>(m_startCount);
+    AddLineStart(skipped + static_cast<std::size_t>(end - begin));
+    if (m_lineCount != 0 && LineEndOf({begin, m_starts[1] - skipped}) == kLf)
+        m_lineEnd = kLf;
+    // A tag that was never written costs no memory: the system gives zeroed pages when they are first
+    // touched.
+    m_tags.reset(static_cast<std::uint8_t*>(std::calloc(m_startCount, 1)));
+    if (m_tags == nullptr)
+        throw std::bad_alloc();
+}
+
+void IniText::AddLineStart(std::size_t offset) {
+    if (m_startCount == m_startCapacity) {
+        // realloc moves the pages of a large block instead of copying them.
+        const std::size_t capacity = m_startCapacity + m_startCapacity / 2 + 1024;
+        void* const block = std::realloc(m_starts.get(), capacity * sizeof(std::uint32_t));
+        if (block == nullptr)
+            throw std::bad_alloc();
+        static_cast<void>(m_starts.release());  // realloc has taken it
+        m_starts.reset(static_cast<std::uint32_t*>(block));
+        m_startCapacity = capacity;
+    }
+    m_starts[m_startCount++] = static_cast<std::uint32_t>(offset);
+}
+
+// Begins a section with the next line, when it is a header.
+void IniText::OpenSection(std::string_view raw) {
+    std::string_view name;
+    if (!IsHeader(raw, &name)) {
+        m_sections.back().hasBracketLines |= raw.front() == '[';
+        return;
+    }
+    CloseSection();
+    SectionData section;
+    section.header = {raw.data(), static_cast<std::uint32_t>(raw.size()), 0};
+    section.first = static_cast<std::uint32_t>(m_startCount) + 1;
+    section.hash = FoldedHash(name);
+    section.position = static_cast<std::uint32_t>(m_order.size());
+    m_order.push_back(static_cast<Section>(m_sections.size()));
+    m_firstLine.push_back(static_cast<std::uint32_t>(m_startCount));
+    m_sections.push_back(std::move(section));
+}
+
+void IniText::CloseSection() {
+    SectionData& section = m_sections.back();
+    section.count = static_cast<std::uint32_t>(m_startCount) - section.first;
+}
+
+// ---- lines
+// --------------------------------------------------------------------------------------------------------
+
+std::string_view IniText::Raw(const SectionData& section, std::uint32_t index) const {
+    if (section.edited != nullptr)
+        return section.edited->lines[index].Raw();
+    const std::size_t line = section.first + index;
+    return {m_base.get() + m_starts[line], m_starts[line + 1] - m_starts[line]};
+}
+
+const std::uint8_t* IniText::Tags(const SectionData& section) const {
+    return section.edited != nullptr ? section.edited->tags.data() : m_tags.get() + section.first;
+}
+
+std::uint32_t IniText::LinesOf(const SectionData& section) const {
+    return section.count + (section.header.size != 0 ? 1 : 0);
+}
+
+// The line end that a new line with this text, or a last line that lacks one, gets. A CR at the end of a text
+// stays text only with a CR LF behind it.
+std::string_view IniText::LineEndFor(std::string_view text) const {
+    return !text.empty() && text.back() == '\r' ? kCrLf : m_lineEnd;
+}
+
+std::string_view IniText::NameOf(const SectionData& section) const {
+    std::string_view name;
+    IsHeader(section.header.Raw(), &name);
+    return name;
+}
+
+// ---- finding
+// ------------------------------------------------------------------------------------------------------
+
+bool IniText::SameName(const SectionData& section, std::uint32_t hash, std::string_view name) const {
+    return section.hash == hash && MeterText::EqualIgnoringCase(NameOf(section), name);
+}
+
+IniText::Section IniText::FindSection(std::string_view name) const {
+    return FindSection(FoldedHash(name), name);
+}
+
+IniText::Section IniText::FindSection(std::uint32_t hash, std::string_view name) const {
+    Section section = m_buckets[hash & (m_buckets.size() - 1)];
+    while (section != kNoSection && !SameName(m_sections[section], hash, name))
+        section = m_sections[section].nextInBucket;
+    return section;
+}
+
+void IniText::Tag(SectionData& section) {
+    std::uint8_t* tags = m_tags.get() + section.first;
+    if (section.edited != nullptr) {
+        section.edited->tags.resize(section.count);
+        tags = section.edited->tags.data();
+    }
+    for (std::uint32_t i = 0; i < section.count; ++i)
+        tags[i] = LineTag(WithoutLineEnd(Raw(section, i)));
+    section.leading = static_cast<std::uint32_t>(std::find(tags, tags + section.count, kNoEntryTag) - tags);
+    section.tagged = true;
+}
+
+std::uint32_t IniText::FindEntry(Section id, std::string_view key, std::string_view* value) {
+    SectionData& section = m_sections[id];
+    if (!section.tagged)
+        Tag(section);
+    const std::uint8_t* const tags = Tags(section);
+    const std::uint8_t tag = KeyTag(key);
+    for (std::uint32_t i = 0; i < section.count; ++i) {
+        const void* const found = std::memchr(tags + i, tag, section.count - i);
+        if (found == nullptr)
+            return kNoLine;
+        i = static_cast<std::uint32_t>(static_cast<const std::uint8_t*>(found) - tags);
+        if (!IsEntryOf(Raw(section, i), key, value))
+            continue;
+        *value = WithoutLineEnd(*value);
+        return i;
+    }
+    return kNoLine;
+}
+
+bool IniText::FindValue(Section section, std::string_view key, std::string_view* value) {
+    return FindEntry(section, key, value) != kNoLine;
+}
+
+bool IniText::EntryAt(Section id, std::uint32_t index, std::string_view* key, std::string_view* value) {
+    SectionData& section = m_sections[id];
+    if (!section.tagged)
+        Tag(section);
+    if (index < section.leading)
+        return SplitEntry(WithoutLineEnd(Raw(section, index)), key, value);
+
+    // Behind the leading entries other lines stand between: walk on from where the last walk ended.
+    const bool goOn = m_cursor.section == id && m_cursor.entry <= index && m_cursor.entry >= section.leading;
+    std::uint32_t entry = goOn ? m_cursor.entry : section.leading;
+    std::uint32_t line = goOn ? m_cursor.line : section.leading;
+    const std::uint8_t* const tags = Tags(section);
+    for (; line < section.count; ++line) {
+        if (tags[line] == kNoEntryTag)
+            continue;
+        if (entry == index)
+            break;
+        ++entry;
+    }
+    m_cursor = {id, entry, line};
+    return line < section.count && SplitEntry(WithoutLineEnd(Raw(section, line)), key, value);
+}
+
+bool IniText::LineOfSection(Section id, std::uint32_t index, std::string_view* text) const {
+    const SectionData& section = m_sections[id];
+    if (index >= section.count)
+        return false;
+    *text = WithoutLineEnd(Raw(section, index));
+    return true;
+}
+
+void IniText::NumberLines() {
+    for (; m_numbered < m_order.size(); ++m_numbered) {
+        const std::uint32_t before = m_numbered - 1;  // the first is always numbered
+        m_firstLine[m_numbered] = m_firstLine[before] + LinesOf(m_sections[m_order[before]]);
+    }
+}
+
+// Where line `line` stands; it must exist.
+IniText::Place IniText::Locate(std::uint32_t line) {
+    NumberLines();
+    const auto holds = [&](std::uint32_t position) {
+        return position < m_order.size() && m_firstLine[position] <= line &&
+               line - m_firstLine[position] < LinesOf(m_sections[m_order[position]]);
+    };
+    std::uint32_t position = m_lastPosition;
+    if (!holds(position) && !holds(++position)) {
+        // The last section that begins at or before the line; only the first one may be without any line.
+        const auto behind = std::upper_bound(m_firstLine.begin(), m_firstLine.end(), line);
+        position = static_cast<std::uint32_t>(behind - m_firstLine.begin()) - 1;
+    }
+    m_lastPosition = position;
+    const std::uint32_t index = line - m_firstLine[position];
+    if (m_sections[m_order[position]].header.size == 0)
+        return {position, index};
+    return {position, index == 0 ? kHeaderLine : index - 1};
+}
+
+bool IniText::LineAt(std::uint32_t line, std::string_view* text) {
+    if (line >= m_lineCount)
+        return false;
+    const Place place = Locate(line);
+    const SectionData& section = m_sections[m_order[place.position]];
+    *text = WithoutLineEnd(place.index == kHeaderLine ? section.header.Raw() : Raw(section, place.index));
+    return true;
+}
+
+std::uint32_t IniText::FindBracketLine(std::uint32_t line) {
+    if (line >= m_lineCount)
+        return m_lineCount;
+    Place place = Locate(line);
+    for (; place.position < m_order.size(); place = {place.position + 1, kHeaderLine}) {
+        const SectionData& section = m_sections[m_order[place.position]];
+        m_lastPosition = place.position;
+        const std::uint32_t behindHeader = m_firstLine[place.position] + (section.header.size != 0 ? 1 : 0);
+        if (place.index == kHeaderLine && section.header.size != 0 && section.header.text[0] == '[')
+            return behindHeader - 1;
+        if (!section.hasBracketLines)
+            continue;
+        for (std::uint32_t i = place.index == kHeaderLine ? 0 : place.index; i < section.count; ++i)
+            if (Raw(section, i).front() == '[')
+                return behindHeader + i;
+    }
+    return m_lineCount;
+}
+
+// ---- names
+// --------------------------------------------------------------------------------------------------------
+
+void IniText::BuildNameIndex() {
+    std::size_t buckets = 16;
+    while (buckets < m_sections.size())
+        buckets *= 2;
+    m_buckets.assign(buckets, kNoSection);
+    for (const Section section : m_order) {
+        m_sections[section].nextInBucket = kNoSection;
+        m_sections[section].nextSame = kNoSection;
+        m_sections[section].prevSame = kNoSection;
+    }
+    for (std::size_t position = 1; position < m_order.size(); ++position)
+        Link(m_order[position]);
+}
+
+// Enters a section under its name. Sections of one name form a list in the order of the file, of which the
+// first alone stands in the bucket; the first knows the last one, so that a file of equal names is no slower.
+// A copy of a deleted section of that name is dropped: the name means this section now.
+void IniText::Link(Section id) {
+    SectionData& section = m_sections[id];
+    const auto deleted = m_copiesOfDeleted.find(NameOf(section));
+    if (deleted != m_copiesOfDeleted.end())
+        m_copiesOfDeleted.erase(deleted);
+    const Section first = FindSection(section.hash, NameOf(section));
+    Section& bucket = m_buckets[section.hash & (m_buckets.size() - 1)];
+    if (first == kNoSection) {
+        section.nextSame = kNoSection;
+        section.prevSame = id;
+        section.nextInBucket = bucket;
+        bucket = id;
+        return;
+    }
+    SectionData& head = m_sections[first];
+    if (section.position < head.position) {
+        section.nextSame = first;
+        section.prevSame = head.prevSame;
+        head.prevSame = id;
+        RemoveFromBucket(first, id);
+        m_copies.erase(first);
+        return;
+    }
+    Section before = head.prevSame;
+    while (m_sections[before].position > section.position)
+        before = m_sections[before].prevSame;
+    const Section after = m_sections[before].nextSame;
+    section.prevSame = before;
+    section.nextSame = after;
+    m_sections[before].nextSame = id;
+    (after == kNoSection ? head : m_sections[after]).prevSame = id;
+}
+
+void IniText::Unlink(Section id) {
+    SectionData& section = m_sections[id];
+    const Section next = section.nextSame;
+    const Section before = section.prevSame;
+    const bool isFirst = m_sections[before].nextSame != id;
+    if (isFirst)
+        RemoveFromBucket(id, next);
+    else
+        m_sections[before].nextSame = next;
+    if (next != kNoSection)
+        m_sections[next].prevSame = before;
+    else if (!isFirst)
+        m_sections[FindSection(section.hash, NameOf(section))].prevSame = before;  // the first knows the last
+}
+
+// Takes the first section of a name out of its bucket and puts another of the same name there, if any.
+void IniText::RemoveFromBucket(Section id, Section replacement) {
+    const SectionData& section = m_sections[id];
+    Section* link = &m_buckets[section.hash & (m_buckets.size() - 1)];
+    while (*link != id)
+        link = &m_sections[*link].nextInBucket;
+    *link = section.nextInBucket;
+    if (replacement == kNoSection)
+        return;
+    m_sections[replacement].nextInBucket = *link;
+    *link = replacement;
+}
+
+// ---- saving
+// -------------------------------------------------------------------------------------------------------
+
+bool IniText::IsInBase(std::string_view piece) const {
+    const std::less<const char*> before;
+    const char* const base = m_base.get();
+    return base != nullptr && !before(piece.data(), base) &&
+           before(piece.data(), base + m_starts[m_startCount - 1]);
+}
+
+std::vector<std::string_view> IniText::Pieces() const {
+    std::vector<std::string_view> pieces;
+    const char* baseEnd = nullptr;  // of the last piece, when it lies in the base
+    const auto add = [&](std::string_view piece) {
+        if (piece.empty())
+            return;
+        if (piece.data() == baseEnd)
+            pieces.back() = {pieces.back().data(), pieces.back().size() + piece.size()};
+        else
+            pieces.push_back(piece);
+        baseEnd = IsInBase(piece) ? piece.data() + piece.size() : nullptr;
+    };
+    if (m_hasByteOrderMark)
+        pieces.push_back(kByteOrderMark);
+    for (const Section id : m_order) {
+        const SectionData& section = m_sections[id];
+        add(section.header.Raw());
+        if (section.edited != nullptr) {
+            for (const Line& line : section.edited->lines)
+                add(line.Raw());
+        } else if (section.count != 0) {
+            const std::uint32_t start = m_starts[section.first];
+            add({m_base.get() + start, m_starts[section.first + section.count] - start});
+        }
+    }
+    return pieces;
+}
+
+TextSnapshot IniText::Snapshot() const {
+    TextSnapshot snapshot;
+    snapshot.pieces = Pieces();
+    snapshot.base = m_base;
+    const auto isShared = [this](std::string_view piece) {
+        return piece.data() == kByteOrderMark.data() || IsInBase(piece);
+    };
+    std::size_t changedBytes = 0;
+    for (const std::string_view piece : snapshot.pieces)
+        changedBytes += isShared(piece) ? 0 : piece.size();
+    snapshot.changed.reset(new char[changedBytes]);
+    char* next = snapshot.changed.get();
+    for (std::string_view& piece : snapshot.pieces) {
+        if (isShared(piece))
+            continue;
+        std::memcpy(next, piece.data(), piece.size());
+        piece = {next, piece.size()};
+        next += piece.size();
+    }
+    return snapshot;
+}
+
+}  // namespace MeterUtil

@@ -1,0 +1,206 @@
+// The text of an INI file in memory: every byte of it, as lines in sections.
+//
+// How it is held. The file is read into one block, the base, which never changes; a line of it is an offset.
+// A section is a run of lines of the base until it is edited; then it gets a list of its own, whose changed
+// lines lie in an arena. So loading costs a scan for line ends, memory stays close to the size of the file,
+// an edit touches one section, and a snapshot for a background save copies the changed lines alone.
+//
+// Sections are found by a hash of their folded name, entries by one byte a line, a tag made of the folded
+// key, which is compared before the text. The tags of a section are made when it is first asked for a key.
+//
+// What is refused, and everything about files on a medium, is settled above this class.
+#pragma once
+
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <initializer_list>
+#include <map>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "MeterUtil/IniLine.h"
+#include "MeterUtil/LineArena.h"
+#include "Platform/Platform.h"
+
+namespace MeterUtil {
+
+// A text to be saved that stays as it is while the text that it was taken from is edited.
+struct TextSnapshot {
+    std::vector<std::string_view> pieces;  // the text is their concatenation
+    std::shared_ptr<const char> base;      // what the pieces refer to
+    std::unique_ptr<char[]> changed;
+};
+
+class IniText {
+public:
+    using Section = std::uint32_t;  // stays the same while the section exists
+    static constexpr Section kNoSection = UINT32_MAX;
+
+    IniText();
+
+    // Takes the bytes of a file. False, with the text empty, when they are more than the offsets reach.
+    bool Load(Platform::FileBytes bytes);
+
+    // ---- look-ups; the views are valid until the next edit
+    // ----------------------------------------------------------
+
+    Section FindSection(std::string_view name) const;
+    bool FindValue(Section section, std::string_view key, std::string_view* value);
+    bool EntryAt(Section section, std::uint32_t index, std::string_view* key,
+                 std::string_view* value);                                                   // from 0
+    bool LineOfSection(Section section, std::uint32_t index, std::string_view* text) const;  // from 0
+    bool LineAt(std::uint32_t line, std::string_view* text);
+    std::uint32_t LineCount() const { return m_lineCount; }
+
+    // First line at or behind `line` that begins with '['; LineCount() when there is none.
+    std::uint32_t FindBracketLine(std::uint32_t line);
+
+    // ---- edits; each either happens whole or, without memory, throws and changes nothing
+    // ------------------------------
+
+    void SetValue(Section section, std::string_view key, std::string_view value);
+    void AddSection(std::string_view name, std::string_view key, std::string_view value);
+    void SetLine(std::uint32_t line, std::string_view text);  // line < LineCount()
+    void AppendLine(std::string_view text);
+    void DeleteSection(Section section);
+    bool DeleteKey(Section section, std::string_view key);
+
+    // Copies of sections: see CMeterIniFile::BackupSection.
+    void KeepCopy(Section section);
+    bool RestoreCopy(std::string_view name);
+
+    // ---- saving
+    // -----------------------------------------------------------------------------------------------------
+
+    std::vector<std::string_view> Pieces() const;
+    TextSnapshot Snapshot() const;
+
+private:
+    struct EditedLines {
+        std::vector<Line> lines;
+        std::vector<std::uint8_t> tags;  // as many as lines once the section is tagged
+    };
+
+    struct SectionData {
+        Line header;                          // of size 0 for the lines before the first header
+        std::unique_ptr<EditedLines> edited;  // null: lines [first, first + count) of the base
+        std::uint32_t first = 0;
+        std::uint32_t count = 0;  // lines behind the header
+        std::uint32_t hash = 0;
+        std::uint32_t nextInBucket = kNoSection;
+        std::uint32_t nextSame = kNoSection;  // of the same name, in the order of the file
+        std::uint32_t prevSame = kNoSection;  // of the first: the last one
+        std::uint32_t position = 0;           // in m_order
+        std::uint32_t leading = 0;            // so many first lines are all entries; once tagged
+        bool tagged = false;
+        bool hasBracketLines = false;  // a line behind the header may begin with '['
+    };
+
+    struct Copy {
+        std::string header;  // as it stood when the section was deleted
+        std::string lines;
+    };
+
+    struct NameOrder {
+        using is_transparent = void;
+        bool operator()(std::string_view a, std::string_view b) const { return CompareNames(a, b) < 0; }
+    };
+
+    // Where the last search for an entry of a high number ended.
+    struct Cursor {
+        Section section = kNoSection;
+        std::uint32_t entry = 0;
+        std::uint32_t line = 0;
+    };
+
+    struct Place {
+        std::uint32_t position;  // of the section in m_order
+        std::uint32_t index;     // of the line behind its header; kHeaderLine for the header
+    };
+    static constexpr std::uint32_t kHeaderLine = UINT32_MAX;
+    static constexpr std::uint32_t kNoLine = UINT32_MAX;
+
+    // lines
+    std::string_view Raw(const SectionData& section, std::uint32_t index) const;
+    const std::uint8_t* Tags(const SectionData& section) const;
+    std::uint32_t LinesOf(const SectionData& section) const;
+    std::string_view LineEndFor(std::string_view text) const;
+    std::string_view NameOf(const SectionData& section) const;
+    bool IsInBase(std::string_view piece) const;
+
+    // finding
+    void Tag(SectionData& section);
+    Section FindSection(std::uint32_t hash, std::string_view name) const;
+    std::uint32_t FindEntry(Section section, std::string_view key, std::string_view* value);
+    void NumberLines();
+    Place Locate(std::uint32_t line);
+
+    // names
+    bool SameName(const SectionData& section, std::uint32_t hash, std::string_view name) const;
+    void BuildNameIndex();
+    void Link(Section section);
+    void Unlink(Section section);
+    void RemoveFromBucket(Section section, Section replacement);
+
+    // loading
+    static std::shared_ptr<const char> OwnBlock(Platform::FileBytes bytes);
+    void ScanLines(const char* begin, const char* end);
+    void OpenSection(std::string_view raw);
+    void CloseSection();
+    void AddLineStart(std::size_t offset);
+
+    // editing: what is prepared may throw, what is committed may not
+    EditedLines& Edit(SectionData& section);
+    Line NewLine(std::initializer_list<std::string_view> parts);
+    void ReplaceTail(Line& line, std::size_t kept, std::string_view text, std::string_view lineEnd);
+    void ReplaceLine(SectionData& section, std::uint32_t index, std::string_view text);
+    void AddEntry(Section section, std::string_view key, std::string_view value);
+    void EndLastLine();
+    bool IsLast(const SectionData& section) const;
+    std::unique_ptr<EditedLines> LinesFrom(std::string_view raw);
+    void ReserveSection();
+    Section NewSection(const Line& header, std::unique_ptr<EditedLines> lines,
+                       std::uint32_t position) noexcept;
+    void RemoveSection(Section section);
+    void RenameHeader(Section section, std::string_view text);
+    void SplitSection(Section section, std::uint32_t index, std::string_view headerText);
+    void JoinToPrevious(Section section, std::string_view text);
+    void ReplaceLines(Section section, std::string_view raw);
+    void GrowBuckets();
+    void RenumberFrom(std::uint32_t position);
+    void LinesChangedFrom(std::uint32_t position);
+    std::size_t BytesOf(const SectionData& section) const;
+    void Tidy() noexcept;
+    void Rebase();
+
+    static constexpr std::size_t kMostBytes = UINT32_MAX - 1;  // offsets have 32 bits
+
+    std::shared_ptr<const char> m_base;
+    std::unique_ptr<std::uint32_t[], LineStartsFree> m_starts;  // of the base's lines, and its end
+    std::size_t m_startCount = 0;
+    std::size_t m_startCapacity = 0;
+    std::unique_ptr<std::uint8_t[], LineStartsFree> m_tags;  // of the base's lines
+    LineArena m_arena;
+
+    std::vector<SectionData> m_sections;  // by Section
+    std::vector<Section> m_unused;        // of m_sections
+    std::vector<Section> m_order;  // in the order of the file; the first holds the lines before any header
+    std::vector<std::uint32_t> m_firstLine;  // number of the first line, by position; valid below m_numbered
+    std::uint32_t m_numbered = 0;
+    std::vector<Section> m_buckets;  // first section of each chain; a power of two
+    std::uint32_t m_lineCount = 0;
+    std::size_t m_textBytes = 0;  // without the byte order mark
+    std::string_view m_lineEnd;   // of new lines
+    bool m_hasByteOrderMark = false;
+
+    Cursor m_cursor;
+    std::uint32_t m_lastPosition = 0;  // where the last line by number was found
+
+    std::map<Section, Copy> m_copies;  // of sections that exist
+    std::map<std::string, Copy, NameOrder> m_copiesOfDeleted;
+};
+
+}  // namespace MeterUtil

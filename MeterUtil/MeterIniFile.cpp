@@ -1,0 +1,327 @@
+// The public face of the store: pointers and sizes become views, exceptions become failed calls. Owns the
+// rules of what is refused.
+#include "MeterUtil/MeterIniFile.h"
+
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "MeterUtil/IniSaver.h"
+#include "MeterUtil/IniText.h"
+#include "MeterUtil/Text.h"
+#include "Platform/Platform.h"
+
+namespace MeterUtil {
+
+class IniStore {
+public:
+    IniStore(const wchar_t* path, std::atomic<bool>* error);
+
+    IniText text;
+    SaveTarget target;
+    std::wstring applicationPath;
+    bool isLoaded = true;
+    std::unique_ptr<BackgroundSaver> saver;
+};
+
+IniStore::IniStore(const wchar_t* path, std::atomic<bool>* error) : saver(new BackgroundSaver(error)) {
+    if (path != nullptr)
+        target.path = path;
+    Platform::FileBytes bytes;
+    const Platform::LoadResult result = Platform::LoadFile(target.path, &bytes);
+    if (result == Platform::LoadResult::Loaded)
+        isLoaded = text.Load(std::move(bytes));
+    else
+        isLoaded = result == Platform::LoadResult::Missing;
+    *error = !isLoaded;
+}
+
+}  // namespace MeterUtil
+
+namespace {
+
+using MeterText::CopyText;
+using MeterText::View;
+using MeterUtil::IniText;
+
+// A text of 2 GiB and more is refused: lines and sizes of the interface are ints.
+constexpr std::size_t kMostLineBytes = 0x7FFFFFFF;
+
+bool FitsOneLine(std::string_view text) {
+    return text.size() < kMostLineBytes && text.find_first_of("\r\n") == std::string_view::npos;
+}
+
+bool IsWritableSection(std::string_view name) {
+    return !name.empty() && FitsOneLine(name) && !MeterText::Contains(name, ']');
+}
+
+bool IsWritableKey(std::string_view key) {
+    return !key.empty() && FitsOneLine(key) && !MeterText::Contains(key, '=') && key.front() != '[' &&
+           key.front() != ';';
+}
+
+// A first line that begins like this would have no text there once it is loaded again.
+bool BeginsWithByteOrderMark(std::string_view text) {
+    return text.substr(0, 3) == "\xEF\xBB\xBF";
+}
+
+// Runs an operation; what it throws, for want of memory, is its failure.
+template <typename Result, typename Operation>
+Result Guarded(Result failure, Operation operation) noexcept {
+    try {
+        return operation();
+    } catch (...) {
+        return failure;
+    }
+}
+
+IniText::Section FindSection(const MeterUtil::IniStore* store, const char* name) {
+    return store == nullptr || name == nullptr ? IniText::kNoSection : store->text.FindSection(name);
+}
+
+}  // namespace
+
+CMeterIniFile::CMeterIniFile(const wchar_t* path) : m_error(false), m_store(nullptr) {
+    m_store = Guarded<MeterUtil::IniStore*>(nullptr, [&] { return new MeterUtil::IniStore(path, &m_error); });
+    if (m_store == nullptr)
+        m_error = true;
+}
+
+CMeterIniFile::~CMeterIniFile() {
+    delete m_store;
+}
+
+// ---- look-ups
+// -----------------------------------------------------------------------------------------------------
+
+bool CMeterIniFile::ReadString(const char* section, const char* key, char* dst, int size) const {
+    CopyText(dst, size, {});
+    const IniText::Section found = FindSection(m_store, section);
+    if (found == IniText::kNoSection || key == nullptr)
+        return false;
+    const std::string_view name = MeterText::TrimBlanks(key);
+    if (name.empty() || MeterText::Contains(name, '='))
+        return false;
+    return Guarded(false, [&] {
+        std::string_view value;
+        if (!m_store->text.FindValue(found, name, &value))
+            return false;
+        CopyText(dst, size, value);
+        return true;
+    });
+}
+
+bool CMeterIniFile::ReadByIndex(const char* section, int index, char* key, int keySize, char* value,
+                                int valueSize) const {
+    CopyText(key, keySize, {});
+    CopyText(value, valueSize, {});
+    const IniText::Section found = FindSection(m_store, section);
+    if (found == IniText::kNoSection || index < 1)
+        return false;
+    return Guarded(false, [&] {
+        std::string_view foundKey;
+        std::string_view foundValue;
+        if (!m_store->text.EntryAt(found, static_cast<std::uint32_t>(index) - 1, &foundKey, &foundValue))
+            return false;
+        CopyText(key, keySize, foundKey);
+        CopyText(value, valueSize, foundValue);
+        return true;
+    });
+}
+
+bool CMeterIniFile::ReadLineByIndex(const char* section, int index, char* dst, int size) const {
+    CopyText(dst, size, {});
+    const IniText::Section found = FindSection(m_store, section);
+    std::string_view text;
+    if (found == IniText::kNoSection || index < 1 ||
+        !m_store->text.LineOfSection(found, static_cast<std::uint32_t>(index) - 1, &text))
+        return false;
+    CopyText(dst, size, text);
+    return true;
+}
+
+bool CMeterIniFile::GetString(int line, char* dst, int size) const {
+    CopyText(dst, size, {});
+    std::string_view text;
+    if (m_store == nullptr || line < 0 || !m_store->text.LineAt(static_cast<std::uint32_t>(line), &text))
+        return false;
+    CopyText(dst, size, text);
+    return true;
+}
+
+int CMeterIniFile::FindBracketLine(int line) const {
+    if (m_store == nullptr || line < 0)
+        return -1;
+    const std::uint32_t found = m_store->text.FindBracketLine(static_cast<std::uint32_t>(line));
+    return found == m_store->text.LineCount() ? -1 : static_cast<int>(found);
+}
+
+bool CMeterIniFile::SectionExists(const char* section) const {
+    return FindSection(m_store, section) != IniText::kNoSection;
+}
+
+// ---- edits
+// --------------------------------------------------------------------------------------------------------
+
+bool CMeterIniFile::WriteString(const char* section, const char* key, const char* value) {
+    if (m_store == nullptr || section == nullptr || key == nullptr)
+        return false;
+    const std::string_view name = MeterText::TrimBlanks(key);
+    const std::string_view text = View(value);
+    if (!IsWritableSection(section) || !IsWritableKey(name) || !FitsOneLine(text))
+        return false;
+    return Guarded(false, [&] {
+        const IniText::Section found = m_store->text.FindSection(section);
+        if (found != IniText::kNoSection)
+            m_store->text.SetValue(found, name, text);
+        else
+            m_store->text.AddSection(section, name, text);
+        return true;
+    });
+}
+
+bool CMeterIniFile::SetString(int line, const char* text) {
+    const std::string_view newText = View(text);
+    if (m_store == nullptr || line < 0 || static_cast<std::uint32_t>(line) >= m_store->text.LineCount() ||
+        !FitsOneLine(newText) || (line == 0 && BeginsWithByteOrderMark(newText)))
+        return false;
+    return Guarded(false, [&] {
+        m_store->text.SetLine(static_cast<std::uint32_t>(line), newText);
+        return true;
+    });
+}
+
+int CMeterIniFile::AppendString(const char* text) {
+    const std::string_view newText = View(text);
+    if (m_store == nullptr || !FitsOneLine(newText) ||
+        (m_store->text.LineCount() == 0 && BeginsWithByteOrderMark(newText)))
+        return -1;
+    return Guarded(-1, [&] {
+        m_store->text.AppendLine(newText);
+        return static_cast<int>(m_store->text.LineCount()) - 1;
+    });
+}
+
+bool CMeterIniFile::DeleteSection(const char* section) {
+    const IniText::Section found = FindSection(m_store, section);
+    if (found == IniText::kNoSection)
+        return false;
+    return Guarded(false, [&] {
+        m_store->text.DeleteSection(found);
+        return true;
+    });
+}
+
+bool CMeterIniFile::DeleteKey(const char* section, const char* key) {
+    const IniText::Section found = FindSection(m_store, section);
+    if (found == IniText::kNoSection || key == nullptr)
+        return false;
+    const std::string_view name = MeterText::TrimBlanks(key);
+    if (name.empty() || MeterText::Contains(name, '='))
+        return false;
+    return Guarded(false, [&] { return m_store->text.DeleteKey(found, name); });
+}
+
+bool CMeterIniFile::BackupSection(const char* section) {
+    const IniText::Section found = FindSection(m_store, section);
+    if (found == IniText::kNoSection)
+        return false;
+    return Guarded(false, [&] {
+        m_store->text.KeepCopy(found);
+        return true;
+    });
+}
+
+bool CMeterIniFile::RestoreSection(const char* section) {
+    if (m_store == nullptr || section == nullptr)
+        return false;
+    return Guarded(false, [&] { return m_store->text.RestoreCopy(section); });
+}
+
+// ---- saving
+// -------------------------------------------------------------------------------------------------------
+
+bool CMeterIniFile::UpdateFile() {
+    if (m_store == nullptr || !m_store->isLoaded)
+        return false;
+    const bool saved = Guarded(false, [&] {
+        m_store->saver->Wait();
+        return SaveText(m_store->target, m_store->text.Pieces());
+    });
+    if (!saved)
+        m_error = true;
+    return saved;
+}
+
+bool CMeterIniFile::UpdateFileBackground() {
+    if (m_store == nullptr || !m_store->isLoaded)
+        return false;
+    const bool arranged = Guarded(false, [&] {
+        m_store->saver->Save(m_store->target, m_store->text.Snapshot());
+        return true;
+    });
+    // Better late than not at all: without memory for a snapshot the caller waits.
+    if (!arranged)
+        UpdateFile();
+    return true;
+}
+
+void CMeterIniFile::SetMirror(const wchar_t* path) {
+    if (m_store == nullptr)
+        return;
+    Guarded(false, [&] {
+        m_store->target.mirror = path == nullptr ? L"" : path;
+        return true;
+    });
+}
+
+bool CMeterIniFile::PowerButtonControl(const wchar_t* path) {
+    if (m_store == nullptr)
+        return true;
+    return Guarded(true, [&] {
+        m_store->applicationPath = path == nullptr ? L"" : path;
+        return true;
+    });
+}
+
+void CMeterIniFile::SetSaveErrorText(const wchar_t* text) {
+    if (m_store == nullptr)
+        return;
+    Guarded(false, [&] {
+        m_store->target.errorText = text == nullptr ? L"" : text;
+        return true;
+    });
+}
+
+const wchar_t* CMeterIniFile::GetSaveErrorText() const {
+    return m_store == nullptr ? L"" : m_store->target.errorText.c_str();
+}
+
+void CMeterIniFile::SetSaveErrorHandler(SaveErrorHandler handler, void* context) {
+    MeterUtil::SetSaveErrorHandler(handler, context);
+}
+
+// ---- helpers
+// ------------------------------------------------------------------------------------------------------
+
+bool CMeterIniFile::FileExists(const wchar_t* path) {
+    return path != nullptr && Platform::FileExists(path);
+}
+
+void CMeterIniFile::EliminateQuotes(char* text) {
+    if (text == nullptr)
+        return;
+    const std::string_view bare = MeterText::WithoutQuotes(text);
+    CopyText(text, static_cast<int>(bare.size()) + 1, bare);
+}
+
+char* CMeterIniFile::ExtractTokenDelimitedBy(const char* source, char* dst, int dstSize, int index,
+                                             const char* delimiters) {
+    if (dst == nullptr || dstSize < 1)
+        return nullptr;
+    const std::int64_t number = index < 0 ? -std::int64_t{index} : index;
+    std::string_view token;
+    const bool found = MeterText::FindToken(View(source), number, View(delimiters), &token);
+    CopyText(dst, dstSize, found ? token : std::string_view());
+    return found ? dst : nullptr;
+}
