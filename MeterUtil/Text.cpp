@@ -12,15 +12,14 @@ constexpr std::string_view kDigits = "0123456789";
 // decimal exponent of its first digit that counts decides.
 bool IsTooLarge(std::string_view number) {
     const std::size_t exponentMark = number.find_first_of("eE");
-    const std::int64_t exponent =
-        exponentMark == std::string_view::npos ? 0 : ToInt64(number.substr(exponentMark + 1));
+    // As an int: the sum with a place in the text fits, however many digits the exponent has.
+    const int exponent = exponentMark == std::string_view::npos ? 0 : ToInt(number.substr(exponentMark + 1));
     const std::string_view mantissa = number.substr(0, exponentMark);
     const auto firstDigit = static_cast<std::int64_t>(mantissa.find_first_of("123456789"));
     const std::size_t pointFound = mantissa.find('.');
     const auto point =
         static_cast<std::int64_t>(pointFound == std::string_view::npos ? mantissa.size() : pointFound);
-    const std::int64_t magnitude = point - firstDigit;
-    return exponent > 0 ? exponent > -magnitude : magnitude > -exponent;
+    return point - firstDigit + exponent > 0;
 }
 
 }  // namespace

@@ -1,0 +1,337 @@
+// The text tools: bounded copies, comparing, quotes and tokens, and the two number readers.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <clocale>
+#include <cmath>
+#include <limits>
+#include <locale>
+
+#include "MeterUtil/Text.h"
+#include "tests/support/GuardedBuffer.h"
+
+using namespace MeterText;
+
+namespace {
+
+std::string Copied(int size, std::string_view text) {
+    GuardedBuffer buffer(size);
+    CopyText(buffer.Data(), buffer.Size(), text);
+    return buffer.Text();
+}
+
+}  // namespace
+
+// ---- views and copies -------------------------------------------------------------------------------------
+
+TEST(TextView, OfANullPointerIsEmpty) {
+    EXPECT_EQ(View(static_cast<const char*>(nullptr)), "");
+    EXPECT_EQ(View(static_cast<const wchar_t*>(nullptr)), L"");
+    EXPECT_EQ(View("abc"), "abc");
+}
+
+TEST(CopyText, CutsAtTheBufferAndTerminates) {
+    EXPECT_EQ(Copied(1, "abcd"), "");
+    EXPECT_EQ(Copied(2, "abcd"), "a");
+    EXPECT_EQ(Copied(4, "abcd"), "abc");
+    EXPECT_EQ(Copied(5, "abcd"), "abcd");
+    EXPECT_EQ(Copied(6, "abcd"), "abcd");
+    EXPECT_EQ(Copied(1, ""), "");
+}
+
+TEST(CopyText, TellsWhetherItCut) {
+    char buffer[4];
+    EXPECT_TRUE(CopyText(buffer, 4, "abc"));
+    EXPECT_FALSE(CopyText(buffer, 4, "abcd"));
+    EXPECT_FALSE(CopyText(buffer, 1, "a"));
+    EXPECT_TRUE(CopyText(buffer, 1, ""));
+}
+
+TEST(CopyText, LeavesAnOutputAloneThatIsNotWanted) {
+    GuardedBuffer buffer(4);
+    EXPECT_TRUE(CopyText(buffer.Data(), 0, "abc"));
+    EXPECT_TRUE(CopyText(buffer.Data(), -1, "abc"));
+    EXPECT_TRUE(CopyText(nullptr, 4, "abc"));
+    EXPECT_TRUE(buffer.Untouched());
+}
+
+TEST(CopyText, TakesTextFromInsideItsOwnBuffer) {
+    char buffer[8] = "abcdef";
+    CopyText(buffer, 8, std::string_view(buffer + 2));
+    EXPECT_STREQ(buffer, "cdef");
+    CopyText(buffer + 1, 7, std::string_view(buffer));
+    EXPECT_STREQ(buffer, "ccdef");
+}
+
+TEST(CopyPadded, FillsWhatIsBehindTheTextWithZeros) {
+    for (const int size : {1, 3, 4, 5, 9}) {
+        GuardedBuffer narrow(size);
+        GuardedBuffer<wchar_t> wide(size);
+        CopyPadded(narrow.Data(), size, "abcd");
+        CopyPadded(wide.Data(), size, L"abcd");
+        const std::size_t length = std::min<std::size_t>(4, static_cast<std::size_t>(size) - 1);
+        std::string expected = std::string("abcd", length);
+        expected.resize(static_cast<std::size_t>(size));
+        EXPECT_EQ(std::string(narrow.Data(), expected.size()), expected);
+        EXPECT_EQ(std::wstring(wide.Data(), expected.size()), std::wstring(expected.begin(), expected.end()));
+    }
+}
+
+TEST(CopyPadded, TakesTheSizeOfAnArray) {
+    char buffer[4] = {'#', '#', '#', '#'};
+    CopyPadded(buffer, "a");
+    EXPECT_EQ(std::string(buffer, 4), std::string("a\0\0\0", 4));
+    CopyPadded(buffer, "abcdef");
+    EXPECT_STREQ(buffer, "abc");
+}
+
+TEST(CopyPadded, LeavesAnOutputAloneThatIsNotWanted) {
+    GuardedBuffer buffer(4);
+    CopyPadded(buffer.Data(), 0, "abc");
+    CopyPadded(buffer.Data(), -1, "abc");
+    CopyPadded(static_cast<char*>(nullptr), 4, "abc");
+    EXPECT_TRUE(buffer.Untouched());
+}
+
+// ---- letters ----------------------------------------------------------------------------------------------
+
+TEST(TextCase, IsIgnoredForAsciiLettersOnly) {
+    EXPECT_TRUE(EqualIgnoringCase("AbZ[", "aBz["));
+    EXPECT_TRUE(EqualIgnoringCase("", ""));
+    EXPECT_FALSE(EqualIgnoringCase("ab", "abc"));
+    EXPECT_FALSE(EqualIgnoringCase("abc", "abd"));
+    EXPECT_FALSE(EqualIgnoringCase("@[", "`{")) << "neighbours of the letters are no letters";
+    EXPECT_FALSE(EqualIgnoringCase("\xC4", "\xE4"));
+}
+
+TEST(TextLetters, ArePresentOrNot) {
+    EXPECT_TRUE(Contains("DR", 'R'));
+    EXPECT_FALSE(Contains("DR", 'r'));
+    EXPECT_FALSE(Contains("", 'R'));
+    EXPECT_TRUE(ContainsAny("DR", "WR"));
+    EXPECT_FALSE(ContainsAny("DR", "WC"));
+    EXPECT_FALSE(ContainsAny("DR", ""));
+}
+
+TEST(TextBlanks, AreSpacesAndTabsAtTheEnds) {
+    EXPECT_EQ(TrimBlanks(" \t a b\t "), "a b");
+    EXPECT_EQ(TrimBlanks(" \t"), "");
+    EXPECT_EQ(TrimBlanks(""), "");
+    EXPECT_EQ(TrimBlanks("\ra\n"), "\ra\n");
+}
+
+// ---- quotes and tokens ------------------------------------------------------------------------------------
+
+TEST(TextQuotes, AreRemovedOnlyWhereTheyEnclose) {
+    const std::vector<std::pair<std::string, std::string>> rows = {
+        {R"("abc")", "abc"},        {R"("")", ""},          {R"(")", R"(")"},       {"", ""},
+        {R"("abc)", R"("abc)"},     {R"(abc")", R"(abc")"}, {R"(""a"")", R"("a")"}, {R"( "a")", R"( "a")"},
+        {R"("a","b")", R"(a","b)"},
+    };
+    for (const auto& [text, bare] : rows)
+        EXPECT_EQ(WithoutQuotes(text), bare) << text;
+}
+
+TEST(TextTokens, AreSplitAtDelimitersOutsideQuotes) {
+    struct Row {
+        std::string source;
+        std::vector<std::string> tokens;
+    };
+    const std::vector<Row> rows = {
+        {"", {}},
+        {",", {"", ""}},
+        {"a", {"a"}},
+        {"a,b,,c,", {"a", "b", "", "c", ""}},
+        {R"("a,b",c)", {R"("a,b")", "c"}},
+        {R"(x,"a,b")", {"x", R"("a,b")"}},
+        {R"("",c)", {R"("")", "c"}},
+        {R"("a"b,c",d)", {R"("a"b,c")", "d"}},
+        {R"("a,b)", {R"("a)", "b"}},
+        {R"(")", {R"(")"}},
+        {R"(",b)", {R"(")", "b"}},
+        {R"(a"b,c"d)", {R"(a"b)", R"(c"d)"}},
+        {R"( "a,b")", {R"( "a)", R"(b")"}},
+        {R"("",",x)", {R"("")", R"(")", "x"}},
+        {R"(""",x)", {R"(""")", "x"}},
+        {R"(a;b,c)", {"a;b", "c"}},
+    };
+    for (const Row& row : rows) {
+        std::vector<std::string> tokens;
+        std::string_view token;
+        for (std::int64_t i = 1; FindToken(row.source, i, ",", &token); ++i)
+            tokens.emplace_back(token);
+        EXPECT_EQ(tokens, row.tokens) << row.source;
+    }
+}
+
+TEST(TextTokens, EndAtAnyOfSeveralDelimiters) {
+    std::string_view token;
+    EXPECT_TRUE(FindToken(R"("a;b";c,d)", 1, ",;", &token));
+    EXPECT_EQ(token, R"("a;b")");
+    EXPECT_TRUE(FindToken("a;b,c", 2, ",;", &token));
+    EXPECT_EQ(token, "b");
+    EXPECT_TRUE(FindToken("a;b,c", 1, "", &token));
+    EXPECT_EQ(token, "a;b,c") << "without delimiters the source is one token";
+}
+
+TEST(TextTokens, AreNumberedFromOne) {
+    std::string_view token = "kept";
+    EXPECT_FALSE(FindToken("a,b", 0, ",", &token));
+    EXPECT_FALSE(FindToken("a,b", -1, ",", &token));
+    EXPECT_FALSE(FindToken("", 1, ",", &token));
+    EXPECT_EQ(token, "kept");
+    EXPECT_FALSE(FindToken("a,b", 3, ",", &token));
+    EXPECT_FALSE(FindToken("a,b", std::numeric_limits<std::int64_t>::max(), ",", &token));
+}
+
+TEST(TextTokens, TakenOffTheFrontLeaveWhatIsBehindTheDelimiter) {
+    std::string_view rest = R"("a,b",c,)";
+    bool more = false;
+    EXPECT_EQ(TakeToken(&rest, ",", &more), R"("a,b")");
+    EXPECT_TRUE(more);
+    EXPECT_EQ(rest, "c,");
+    EXPECT_EQ(TakeToken(&rest, ",", &more), "c");
+    EXPECT_TRUE(more) << "an empty token follows";
+    EXPECT_EQ(TakeToken(&rest, ",", &more), "");
+    EXPECT_FALSE(more);
+    EXPECT_EQ(rest, "");
+}
+
+// ---- integers ---------------------------------------------------------------------------------------------
+
+TEST(TextIntegers, AreReadFromTheStartAndClamped) {
+    constexpr int kMax = std::numeric_limits<int>::max();
+    constexpr int kMin = std::numeric_limits<int>::min();
+    const std::vector<std::pair<std::string, int>> rows = {
+        {"", 0},
+        {"  ", 0},
+        {"abc", 0},
+        {"-", 0},
+        {"+-1", 0},
+        {"- 1", 0},
+        {"42", 42},
+        {" \t\n\v\f\r42", 42},
+        {"+42", 42},
+        {"-42", -42},
+        {"0042", 42},
+        {"42abc", 42},
+        {"42.9", 42},
+        {"12 34", 12},
+        {"1,5", 1},
+        {"0x10", 0},
+        {"2147483646", 2147483646},
+        {"2147483647", kMax},
+        {"2147483648", kMax},
+        {"-2147483647", -2147483647},
+        {"-2147483648", kMin},
+        {"-2147483649", kMin},
+        {"99999999999999999999999999", kMax},
+        {"-99999999999999999999999999", kMin},
+        {"\xB2", 0},
+    };
+    for (const auto& [text, number] : rows)
+        EXPECT_EQ(ToInt(text), number) << text;
+}
+
+TEST(TextIntegers, Of64BitsAreClampedThere) {
+    constexpr std::int64_t kMax = std::numeric_limits<std::int64_t>::max();
+    constexpr std::int64_t kMin = std::numeric_limits<std::int64_t>::min();
+    EXPECT_EQ(ToInt64("4294967296"), 4294967296);
+    EXPECT_EQ(ToInt64("9223372036854775806"), kMax - 1);
+    EXPECT_EQ(ToInt64("9223372036854775807"), kMax);
+    EXPECT_EQ(ToInt64("9223372036854775808"), kMax);
+    EXPECT_EQ(ToInt64("-9223372036854775807"), kMin + 1);
+    EXPECT_EQ(ToInt64("-9223372036854775808"), kMin);
+    EXPECT_EQ(ToInt64("-9223372036854775809"), kMin);
+    EXPECT_EQ(ToInt64(std::string(300, '9')), kMax);
+}
+
+// ---- decimals ---------------------------------------------------------------------------------------------
+
+TEST(TextDecimals, AreReadFromTheStart) {
+    const std::vector<std::pair<std::string, double>> rows = {
+        {"", 0},         {"  ", 0},         {"abc", 0},
+        {"-", 0},        {".", 0},          {"+-1", 0},
+        {"--1", 0},      {"- 1", 0},        {"42", 42},
+        {"+42", 42},     {"-42", -42},      {" \t\n\v\f\r1.5", 1.5},
+        {"1.5", 1.5},    {".5", 0.5},       {"-.5", -0.5},
+        {"5.", 5},       {"1,5", 1},        {"1.5.5", 1.5},
+        {"1.5abc", 1.5}, {"1e3", 1000},     {"1E+3", 1000},
+        {"1e-3", 0.001}, {"1e", 1},         {"1e+", 1},
+        {"1e 3", 1},     {"0012.50", 12.5}, {"1 000", 1},
+        {"e5", 0},       {"0.1", 0.1},      {"12345678901234567890", 12345678901234567890.0},
+    };
+    for (const auto& [text, number] : rows)
+        EXPECT_EQ(ToDouble(text), number) << text;
+}
+
+TEST(TextDecimals, AreNeverWordsOrHexadecimal) {
+    for (const char* text : {"inf", "INF", "-inf", "infinity", "nan", "NaN", "-nan", "nan(1)", "+inf"})
+        EXPECT_EQ(ToDouble(text), 0) << text;
+    for (const char* text : {"0x10", "0X1p4", "-0x10", "x10"})
+        EXPECT_EQ(ToDouble(text), 0) << text;
+    EXPECT_EQ(ToDouble("1p4"), 1);
+}
+
+TEST(TextDecimals, BeyondTheRangeAreInfiniteOrZero) {
+    const std::vector<std::pair<std::string, double>> rows = {
+        {"1.7976931348623157e308", std::numeric_limits<double>::max()},
+        {"2e308", HUGE_VAL},
+        {"-2e308", -HUGE_VAL},
+        {"1e999999999999999999999", HUGE_VAL},
+        {"1e-999999999999999999999", 0},
+        {"-1e-400", 0},
+        {"0e999999999999999999999", 0},
+        {"0.0e-999", 0},
+        {std::string(400, '9'), HUGE_VAL},
+        {"-" + std::string(400, '9'), -HUGE_VAL},
+        {"0." + std::string(400, '0') + "1", 0},
+        {std::string(400, '0') + "7", 7},
+        {"1" + std::string(400, '0') + "e-400", 1},
+        {"1" + std::string(400, '0') + "e-50", HUGE_VAL},
+        {"1" + std::string(400, '0') + "e-900", 0},
+        {"0." + std::string(400, '0') + "1e401", 1},
+        {"0." + std::string(400, '0') + "1e900", HUGE_VAL},
+        {"0." + std::string(400, '0') + "1e50", 0},
+        {"1e400xyz", HUGE_VAL},
+    };
+    for (const auto& [text, number] : rows)
+        EXPECT_EQ(ToDouble(text), number) << text;
+    EXPECT_GT(ToDouble("4.9406564584124654e-324"), 0) << "the smallest number";
+}
+
+namespace {
+
+// A locale with a decimal comma, for streams and, where the system has one, for the C library.
+class CommaLocale {
+public:
+    CommaLocale() : m_streams(std::locale::global(std::locale(std::locale::classic(), new Comma))) {
+        for (const char* name : {"de_DE.UTF-8", "de_DE.utf8", "de_DE", "fr_FR.UTF-8", "German"})
+            if (std::setlocale(LC_NUMERIC, name) != nullptr)
+                return;
+    }
+    ~CommaLocale() {
+        std::locale::global(m_streams);
+        std::setlocale(LC_NUMERIC, "C");
+    }
+    CommaLocale(const CommaLocale&) = delete;
+    CommaLocale& operator=(const CommaLocale&) = delete;
+
+private:
+    struct Comma : std::numpunct<char> {
+        char do_decimal_point() const override { return ','; }
+        char do_thousands_sep() const override { return '.'; }
+        std::string do_grouping() const override { return "\3"; }
+    };
+    std::locale m_streams;
+};
+
+}  // namespace
+
+TEST(TextNumbers, MeanTheSameUnderADecimalComma) {
+    const CommaLocale comma;
+    EXPECT_EQ(ToDouble("1.5"), 1.5);
+    EXPECT_EQ(ToDouble("1,5"), 1);
+    EXPECT_EQ(ToDouble("1.234.567"), 1.234);
+    EXPECT_EQ(ToInt("1.234"), 1);
+}
