@@ -1,6 +1,8 @@
-// Reading a store from inside the database: whole texts instead of buffers.
+// Reading a store from inside the database: whole texts instead of buffers, and the way back into the buffers
+// of the public members that hand out values.
 #pragma once
 
+#include <array>
 #include <optional>
 #include <string>
 
@@ -9,9 +11,6 @@
 #include "MeterUtil/Text.h"
 
 namespace MeterRecords {
-
-constexpr int kNameBytes = 256;    // a key, a name, a sub-field; terminator included
-constexpr int kEntryBytes = 4096;  // a whole entry
 
 // Value of a key, cut to size - 1 bytes (size at most kEntryBytes); nothing when the key does not exist.
 inline std::optional<std::string> ReadText(const CMeterIniFile& store, const char* section, const char* key,
@@ -39,15 +38,35 @@ inline std::optional<ValueEntry> ReadEntry(const CMeterIniFile& store, const std
 }
 
 // Calls visit(key, text) for every entry of a section, in order, until it gives false. The visitor may write
-// existing keys of the section.
+// existing keys of the section. Passed over is an entry that its name does not lead to, so that the visitor
+// never writes one entry with what it saw of another: a later entry of the same name, or one whose name is
+// cut here.
 template <typename Visitor>
 void ForEachEntry(const CMeterIniFile& store, const std::string& section, Visitor visit) {
     char key[kNameBytes];
     char text[kEntryBytes];
     for (int index = 1; store.ReadByIndex(section.c_str(), index, key, kNameBytes, text, kEntryBytes);
          ++index)
-        if (!visit(key, text))
+        if (ReadText(store, section.c_str(), key, kEntryBytes) == text && !visit(key, text))
             return;
+}
+
+// The outputs through which a public member hands out the sub-fields of a value, in their order.
+struct Output {
+    char* buffer;
+    int size;
+};
+using ValueOutputs = std::array<Output, kSubFields>;
+
+inline void Clear(const ValueOutputs& outputs) {
+    for (const Output& output : outputs)
+        MeterText::CopyText(output.buffer, output.size, {});
+}
+
+inline void HandOut(const ValueEntry& entry, const ValueOutputs& outputs) {
+    for (std::size_t field = 0; field < outputs.size(); ++field)
+        MeterText::CopyText(outputs[field].buffer, outputs[field].size,
+                            entry.Raw(static_cast<SubField>(field)));
 }
 
 }  // namespace MeterRecords

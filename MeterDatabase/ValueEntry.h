@@ -1,5 +1,6 @@
 // The value entry: attributes,status,definition,value,"text". The one place that takes an entry apart and
-// puts it together again.
+// puts it together again, and that owns the rules of its quotes. Where an entry stands and what its
+// sub-fields mean is the business of others.
 #pragma once
 
 #include <array>
@@ -8,12 +9,19 @@
 
 namespace MeterRecords {
 
+constexpr int kNameBytes = 256;    // a key, a name, a sub-field; terminator included
+constexpr int kEntryBytes = 4096;  // a whole entry, terminator included
+
 enum SubField { kAttributes, kStatus, kDefinition, kValue, kText, kSubFields };
 
 class ValueEntry {
 public:
-    // An entry as it stands in the file. Sub-fields 1 to 4 are its first four tokens, the fifth is everything
-    // behind the fourth separator; missing ones are empty.
+    static constexpr std::size_t kSubFieldChars = kNameBytes - 1;  // most that a sub-field carries
+    static constexpr std::size_t kEntryChars = kEntryBytes - 1;    // most that an entry carries
+    static constexpr std::size_t kQuotedBelow = 253;  // longer sub-fields with a comma are written bare
+
+    // An entry as it stands in the file, of which kEntryChars are read. Sub-fields 1 to 4 are its first four
+    // tokens, the fifth is everything behind the fourth separator; missing ones are empty.
     explicit ValueEntry(std::string_view text);
 
     // A new entry, A,U,8,,"".
@@ -25,26 +33,24 @@ public:
     // The sub-field as it stands, enclosing quotes included.
     const std::string& Raw(SubField field) const { return m_raw[field]; }
 
-    // The sub-field without its enclosing quotes.
+    // The sub-field without its enclosing quotes; of the first four at most kSubFieldChars. A text that
+    // begins with a quote lost its closing one to a cut: the opening one is then no part of it either.
     std::string_view Bare(SubField field) const;
 
-    // Replaces a sub-field. Line breaks become blanks. One of the first four that holds a comma and is
-    // shorter than kQuotedBelow is enclosed in quotes; the text always is.
+    // Replaces a sub-field by a bare text, of which kSubFieldChars are taken. A line break becomes a blank.
+    // One of the first four that holds a comma and is shorter than kQuotedBelow is enclosed in quotes, and
+    // loses quotes of its own that would take the entry apart elsewhere; the text is always enclosed and
+    // keeps its own.
     void Set(SubField field, std::string_view bare);
 
-    // Replaces the value by what a meter delivered: enclosing quotes are no part of it, and quotes that would
-    // break the entry apart are dropped.
-    void SetReading(std::string_view reading);
+    // The sub-field as SetMeterValue writes it: `given`, or what it is when null. One of the first four loses
+    // every quote of its own; a kept one whose comma was quoted stays quoted, whatever its length.
+    void Rewrite(SubField field, const char* given);
 
-    // Drops the quotes of the first four sub-fields and cuts every sub-field to 255 characters, as
-    // SetMeterValue writes them. What is kept as it was and stood in quotes keeps them, whatever its length.
-    void Normalise();
-
-    // The entry as it is written.
+    // The entry as it is written, at most kEntryChars; a cut leaves the closing quote. Sub-fields that nobody
+    // replaced are written as they stand. Taking it apart gives the same sub-fields, and composing them again
+    // the same entry.
     std::string Compose() const;
-
-    static constexpr std::size_t kQuotedBelow = 253;    // longer sub-fields with a comma are written bare
-    static constexpr std::size_t kSubFieldChars = 255;  // most that a sub-field carries
 
 private:
     std::array<std::string, kSubFields> m_raw;
