@@ -30,28 +30,18 @@ bool CMeterDatabase::SetGeneralData(const char* key, const char* value) {
     if (m_appFile == nullptr)
         return false;
     const bool written = m_appFile->WriteString(kState, key, value);
-    return SaveAppFile() && written;
+    return SaveNow(*m_appFile) && written;
 }
 
 bool CMeterDatabase::DeleteGeneralData(const char* key) {
     if (m_appFile == nullptr)
         return false;
     const bool deleted = m_appFile->DeleteKey(kState, key);
-    return SaveAppFile() && deleted;
+    return SaveNow(*m_appFile) && deleted;
 }
 
 bool CMeterDatabase::GetDirtyFlag() {
     return m_appFile != nullptr && IsYes(*m_appFile, kState, "Dirty", MeterRecords::kNameBytes);
-}
-
-// What the app file could not keep concerns the records as well: they were changed under that state.
-bool CMeterDatabase::SaveAppFile() {
-    if (m_appFile->UpdateFile())
-        return true;
-    if (m_dataFile != nullptr)
-        m_dataFile->m_error = true;
-    m_appFile->m_error = true;
-    return false;
 }
 
 // ---- data of the whole database ---------------------------------------------------------------------------

@@ -131,6 +131,16 @@ public:
     // (from 1). False when the line does not exist.
     bool GetRecordData(int line, char* dst, int size);
 
+    // ---- saving -------------------------------------------------------------------------------------------
+
+    // Arranges a save of the data file and returns: edits that follow are not part of it. False without a
+    // data file.
+    bool UpdateDatabase();
+
+    // Saves the data file now; it is on the medium on return. False without a data file and when the save
+    // failed; then the error flags of the data file and the app file are set.
+    bool UpdateDatabaseForeground();
+
     // ---- record state and meter action
     // ----------------------------------------------------------------------------
 
@@ -319,5 +329,5 @@ private:
     std::string LanguageFile();
     std::string ActionText() const;
     std::string ChangeText() const;
-    bool SaveAppFile();
+    bool SaveNow(CMeterIniFile& store);
 };

@@ -143,6 +143,29 @@ bool CMeterDatabase::GetRecordData(int line, char* dst, int size) try {
     return false;
 }
 
+// ---- saving -----------------------------------------------------------------------------------------------
+
+bool CMeterDatabase::UpdateDatabase() {
+    if (m_dataFile == nullptr)
+        return false;
+    m_dataFile->UpdateFileBackground();
+    return true;
+}
+
+bool CMeterDatabase::UpdateDatabaseForeground() {
+    return m_dataFile != nullptr && SaveNow(*m_dataFile);
+}
+
+// A failed save concerns data file and app file alike: they were changed together.
+bool CMeterDatabase::SaveNow(CMeterIniFile& store) {
+    if (store.UpdateFile())
+        return true;
+    for (CMeterIniFile* flagged : {m_dataFile, m_appFile})
+        if (flagged != nullptr)
+            flagged->m_error = true;
+    return false;
+}
+
 // ---- state ------------------------------------------------------------------------------------------------
 
 bool CMeterDatabase::GetRecordState(char* dst) {
