@@ -9,12 +9,15 @@
 #include <new>
 #include <optional>
 
+#include "MeterDatabase/FilePath.h"
 #include "MeterDatabase/MeterDatabase.h"
 #include "MeterDatabase/StoreAccess.h"
 #include "MeterDatabase/TextSlots.h"
 #include "MeterUtil/Text.h"
 #include "Platform/Platform.h"
 
+using MeterRecords::Composed;
+using MeterRecords::FormPath;
 using MeterRecords::ReadNumber;
 using MeterRecords::ReadText;
 
@@ -90,23 +93,6 @@ void LoadText(const CMeterIniFile& store, char** slot, const char* section, cons
         return;
     CMeterIniFile::EliminateQuotes(text);
     ReplaceText(slot, text);
-}
-
-// Text composed by the system's formatter, which wants more room than a path field has.
-struct Composed {
-    template <typename... Parts>
-    explicit Composed(const wchar_t* format, Parts... parts) {
-        Platform::wsprintfW(text, format, parts...);
-    }
-    wchar_t text[Platform::kFormattedChars + 1];
-};
-
-template <std::size_t Size>
-void FormPath(wchar_t (&path)[Size], const wchar_t* base, const std::string& file) {
-    if (Platform::IsAbsolutePath(Platform::WideFromNarrow(file)))
-        MeterText::CopyPadded(path, Composed(L"%S", file.c_str()).text);
-    else
-        MeterText::CopyPadded(path, Composed(L"%s\\%S", base, file.c_str()).text);
 }
 
 struct Language {

@@ -4,6 +4,7 @@
 #include <string>
 #include <utility>
 
+#include "MeterUtil/Text.h"
 #include "Platform/Platform.h"
 
 namespace MeterRecords {
@@ -14,10 +15,8 @@ inline std::string TimeStamp() {
     const std::pair<int, std::size_t> parts[] = {{now.wYear, 4}, {now.wMonth, 2},  {now.wDay, 2},
                                                  {now.wHour, 2}, {now.wMinute, 2}, {now.wSecond, 2}};
     std::string stamp;
-    for (const auto& [number, width] : parts) {
-        const std::string digits = std::to_string(number);
-        stamp.append(digits.size() < width ? width - digits.size() : 0, '0').append(digits);
-    }
+    for (const auto& [number, width] : parts)
+        stamp += MeterText::ZeroPadded(number, width);
     return stamp;
 }
 

@@ -164,6 +164,14 @@ inline std::int64_t ToInt64(std::string_view text) {
     return ToInteger<std::int64_t>(text);
 }
 
+// A number in decimal, with zeros in front up to `width` characters; a minus sign counts and comes first.
+inline std::string ZeroPadded(int number, std::size_t width) {
+    std::string text = std::to_string(number);
+    if (text.size() < width)
+        text.insert(number < 0 ? 1 : 0, width - text.size(), '0');
+    return text;
+}
+
 // The decimal number at the start of `text`, read like atof in the C locale whatever locale the process has
 // set: white space, a sign, digits with a point, an exponent; the rest is ignored. Text that is no such
 // number (infinities, NaN and hexadecimal forms among it) reads as 0; too large a number as infinity, too

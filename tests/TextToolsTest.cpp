@@ -248,6 +248,15 @@ TEST(TextIntegers, Of64BitsAreClampedThere) {
 
 // ---- decimals ---------------------------------------------------------------------------------------------
 
+TEST(TextIntegers, AreWrittenWithZerosUpToTheirWidth) {
+    EXPECT_EQ(MeterText::ZeroPadded(7, 2), "07");
+    EXPECT_EQ(MeterText::ZeroPadded(2010, 2), "2010");
+    EXPECT_EQ(MeterText::ZeroPadded(0, 4), "0000");
+    EXPECT_EQ(MeterText::ZeroPadded(0, 0), "0");
+    EXPECT_EQ(MeterText::ZeroPadded(-5, 4), "-005");
+    EXPECT_EQ(MeterText::ZeroPadded(-12, 2), "-12");
+}
+
 TEST(TextDecimals, AreReadFromTheStart) {
     const std::vector<std::pair<std::string, double>> rows = {
         {"", 0},         {"  ", 0},         {"abc", 0},
