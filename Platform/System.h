@@ -1,13 +1,13 @@
 // The seam: the calls that reach the operating system, one function each, with one implementation per system
-// (SystemPosix.cpp, SystemWindows.cpp). Everything else in the libraries is written above it. A program that
-// is linked with another implementation sees other times, failing allocations or failing disks; the libraries
-// do not know.
+// (SystemPosix.cpp, SystemWindows.cpp). Everything else in the libraries is written above it. A program that is linked
+// with another implementation sees other times, failing allocations or failing disks; the libraries do not know.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <string>
+#include <string_view>
 
 #include "Platform/Platform.h"
 
@@ -19,14 +19,24 @@ constexpr File kNoFile = -1;
 enum class Kind {
     Missing,      // nothing there (also when a directory of the path is missing)
     RegularFile,  // a file, links followed
-    Other,        // a directory, a device, a pipe...
-    Unknown,      // the system would not say
+    Directory,
+    Other,    // a device, a pipe...
+    Unknown,  // the system would not say, or the path is none: empty, or with a zero in it
 };
 
 struct FileState {
     Kind kind = Kind::Unknown;
     std::uint64_t size = 0;  // bytes; of a regular file
     bool writable = false;   // the caller may write it, and it carries write permission at all
+    // Volume and number together tell one file from every other; both are 0 where the system has no such numbers.
+    std::uint64_t volume = 0;
+    std::uint64_t number = 0;
+};
+
+enum class RenameResult {
+    Done,
+    Blocked,  // another program looks at one of the files; the same call may succeed a moment later
+    Failed,
 };
 
 void* Allocate(std::size_t bytes) noexcept;  // null when there is no memory
@@ -36,8 +46,20 @@ int ShowMessage(void* owner, const wchar_t* text, const wchar_t* caption, unsign
 void KeepAwake(bool on) noexcept;
 void Wait(int milliseconds) noexcept;
 
-// A name that no other process and no other call uses for its temporary file: `attempt` counts from 0.
-std::wstring TemporaryName(int attempt);
+// A number for the name of a temporary file: another at every call, and another than any process that runs now gets.
+std::uint64_t UniqueNumber() noexcept;
+
+// Text between 8 bits and wide characters, in memory of the caller. A byte makes at most one wide character and a wide
+// character at most kBytesPerWide bytes; what does not fit is left out. Number of characters written; no terminator.
+constexpr std::size_t kBytesPerWide = 4;
+std::size_t Widen(std::string_view text, wchar_t* dst, std::size_t room) noexcept;
+std::size_t Narrow(std::wstring_view text, char* dst, std::size_t room) noexcept;
+
+// The form of paths: whether one needs no base directory, where its last name begins, and whether two mean the same
+// file by their letters alone.
+bool IsAbsolute(std::wstring_view path) noexcept;
+std::size_t NamePosition(std::wstring_view path) noexcept;
+bool SameLetters(std::wstring_view first, std::wstring_view second) noexcept;
 
 // What stands at `path`, links followed.
 FileState Inspect(const std::wstring& path) noexcept;
@@ -45,11 +67,11 @@ FileState Inspect(const std::wstring& path) noexcept;
 // The path behind all links, whether or not anything is there; empty when the links go in circles.
 std::wstring ResolveLinks(const std::wstring& path);
 
-File OpenForReading(const std::wstring& path) noexcept;  // kNoFile on failure
+File OpenForReading(const std::wstring& path) noexcept;  // a regular file; kNoFile on failure; never waits
 
-// Creates a file that did not exist; kNoFile when it did or cannot be created. It gets the owner and the
-// permissions of the file `like` when there is one (whose owner may differ only where the system forbids to
-// give files away), else those of any new file.
+// Creates a file that did not exist; kNoFile when it did or cannot be created. It gets the owner and the permissions
+// of the file `like` when there is one (whose owner may differ only where the system forbids to give files away), else
+// those of any new file.
 File CreateNew(const std::wstring& path, const std::wstring& like) noexcept;
 
 // Bytes read or written, which may be fewer than asked for; 0 at the end of the file; negative on failure.
@@ -58,12 +80,14 @@ std::ptrdiff_t Write(File file, const char* bytes, std::size_t size) noexcept;
 bool Flush(File file) noexcept;  // to the medium
 bool Close(File file) noexcept;  // the file is closed also on failure
 
-bool Rename(const std::wstring& from, const std::wstring& to) noexcept;  // replaces `to` in one step
-bool RenameWasBlocked() noexcept;  // the last failed Rename of this thread may succeed later (another program
-                                   // looks)
+RenameResult Rename(const std::wstring& from, const std::wstring& to) noexcept;  // replaces `to` in one step
 bool Remove(const std::wstring& path) noexcept;
 bool FlushDirectory(const std::wstring& fileInIt) noexcept;  // true where the system has no such thing
 
-std::FILE* OpenStream(const wchar_t* path, const wchar_t* mode) noexcept;
+std::FILE* OpenStream(const std::wstring& path, const wchar_t* mode) noexcept;
+bool FlushStream(std::FILE* stream) noexcept;  // its buffer, and the file to the medium
+
+// Cuts a file at `size` bytes and flushes it to the medium.
+bool Cut(const std::wstring& path, std::uint64_t size) noexcept;
 
 }  // namespace Platform::System

@@ -5,6 +5,8 @@ target_compile_features(meterdb_options INTERFACE cxx_std_17)
 target_compile_options(meterdb_options INTERFACE
   -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wnon-virtual-dtor
   $<$<BOOL:${METERDB_WARNINGS_AS_ERRORS}>:-Werror>)
+# Files above 2 GiB and times after 2038 also where the system's own types are 32 bits.
+target_compile_definitions(meterdb_options INTERFACE _FILE_OFFSET_BITS=64 _TIME_BITS=64)
 target_include_directories(meterdb_options INTERFACE "${PROJECT_SOURCE_DIR}")
 if(METERDB_SANITIZE)
   target_compile_options(meterdb_options INTERFACE

@@ -1,0 +1,412 @@
+#include "tests/support/FakeSystem.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <limits>
+#include <map>
+#include <mutex>
+#include <optional>
+
+#include "Platform/System.h"
+#include "tests/support/HeapFault.h"
+
+// The real system, whole, under another name.
+namespace Platform::RealSystem {
+using System::File;
+using System::FileState;
+using System::kBytesPerWide;
+using System::Kind;
+using System::kNoFile;
+using System::RenameResult;
+}  // namespace Platform::RealSystem
+#define System RealSystem
+#include "Platform/System.cpp"
+#undef System
+
+namespace {
+
+using Call = FakeSystem::Call;
+using Times = FakeSystem::Times;
+using Platform::System::File;
+
+constexpr std::size_t kCalls = static_cast<std::size_t>(Call::Cut) + 1;
+constexpr std::uint64_t kUnlimited = std::numeric_limits<std::uint64_t>::max();
+
+// Counts down to the call that fails.
+struct Countdown {
+    int left = 0;  // 0: none fails
+    Times times = Times::Once;
+
+    bool Hits() {
+        if (left == 0)
+            return false;
+        if (left > 1) {
+            --left;
+            return false;
+        }
+        left = times == Times::FromThenOn ? 1 : 0;
+        return true;
+    }
+};
+
+struct Faults {
+    std::array<Countdown, kCalls> kinds;
+    Countdown any;
+    bool happened = false;
+    int blockedRenames = 0;
+    std::size_t transfer = std::numeric_limits<std::size_t>::max();
+    std::uint64_t diskRoom = kUnlimited;
+    std::optional<std::uint64_t> size;
+    bool refuseStreamWrites = false;
+};
+
+struct Records {
+    std::array<int, kCalls> counts{};
+    std::vector<FakeSystem::Entry> journal;
+    std::map<File, std::wstring> openFiles;
+    std::vector<FakeSystem::Message> messages;
+    std::vector<int> waits;
+    std::vector<bool> awakeRequests;
+};
+
+struct State {
+    bool active = false;
+    Faults faults;
+    std::optional<Platform::SystemTime> time;
+    Records records;
+};
+
+State state;
+std::mutex stateMutex;
+
+// Access to the state, by one thread at a time, whose allocations do not count as those of the code under
+// test.
+class Access {
+public:
+    State* operator->() { return &state; }
+
+private:
+    HeapFault::Pause m_pause;
+    std::lock_guard<std::mutex> m_lock{stateMutex};
+};
+
+std::size_t IndexOf(Call call) {
+    return static_cast<std::size_t>(call);
+}
+
+// Counts a call; true when it is its turn to fail.
+bool MustFail(Call call) {
+    Access access;
+    if (!access->active)
+        return false;
+    ++access->records.counts[IndexOf(call)];
+    const bool kindHits = access->faults.kinds[IndexOf(call)].Hits();
+    const bool anyHits = access->faults.any.Hits();
+    if (!kindHits && !anyHits)
+        return false;
+    access->faults.happened = true;
+    errno = EIO;
+    return true;
+}
+
+void Record(Call call, const std::wstring& path, bool done, const std::wstring& to = {}) {
+    Access access;
+    if (access->active)
+        access->records.journal.push_back({call, path, to, {}, done});
+}
+
+void RecordOpened(Call call, const std::wstring& path, File file) {
+    Record(call, path, file != Platform::System::kNoFile);
+    Access access;
+    if (access->active && file != Platform::System::kNoFile)
+        access->records.openFiles[file] = path;
+}
+
+void RecordOnFile(Call call, File file, bool done, std::string_view bytes = {}) {
+    Access access;
+    if (access->active)
+        access->records.journal.push_back(
+            {call, access->records.openFiles[file], {}, std::string(bytes), done});
+}
+
+std::size_t TransferLimit(std::size_t size) {
+    Access access;
+    return std::min(size, access->faults.transfer);
+}
+
+// The part of a write that the disk still takes.
+std::size_t TakeDiskRoom(std::size_t size) {
+    Access access;
+    if (access->faults.diskRoom == kUnlimited)
+        return size;
+    const std::size_t taken =
+        static_cast<std::size_t>(std::min<std::uint64_t>(size, access->faults.diskRoom));
+    access->faults.diskRoom -= taken;
+    return taken;
+}
+
+bool TakeBlockedRename() {
+    Access access;
+    if (access->faults.blockedRenames == 0)
+        return false;
+    --access->faults.blockedRenames;
+    return true;
+}
+
+}  // namespace
+
+// ---- what the tests arrange and ask --------------------------------------------------------------------------------
+
+FakeSystem::FakeSystem() {
+    Access access;
+    *access.operator->() = State();
+    access->active = true;
+}
+
+FakeSystem::~FakeSystem() {
+    Access access;
+    *access.operator->() = State();
+}
+
+void FakeSystem::FailCall(Call call, int n, Times times) {
+    Access access;
+    access->faults.happened = false;
+    access->faults.kinds[IndexOf(call)] = {n, times};
+}
+
+void FakeSystem::FailAnyCall(int n, Times times) {
+    Access access;
+    access->faults.happened = false;
+    access->faults.any = {n, times};
+}
+
+void FakeSystem::BlockRenames(int count) {
+    Access()->faults.blockedRenames = count;
+}
+
+void FakeSystem::LimitTransfers(std::size_t bytes) {
+    Access()->faults.transfer = bytes;
+}
+
+void FakeSystem::FillDiskAfter(std::uint64_t bytes) {
+    Access()->faults.diskRoom = bytes;
+}
+
+void FakeSystem::ReportSize(std::uint64_t bytes) {
+    Access()->faults.size = bytes;
+}
+
+void FakeSystem::RefuseStreamWrites() {
+    Access()->faults.refuseStreamWrites = true;
+}
+
+void FakeSystem::Heal() {
+    Access()->faults = Faults();
+}
+
+void FakeSystem::SetTime(const Platform::SystemTime& now) {
+    Access()->time = now;
+}
+
+void FakeSystem::ClearTime() {
+    Access()->time.reset();
+}
+
+bool FakeSystem::FaultHappened() const {
+    return Access()->faults.happened;
+}
+
+int FakeSystem::Count(Call call) const {
+    return Access()->records.counts[IndexOf(call)];
+}
+
+int FakeSystem::CountAll() const {
+    Access access;
+    int sum = 0;
+    for (const int count : access->records.counts)
+        sum += count;
+    return sum;
+}
+
+std::vector<FakeSystem::Entry> FakeSystem::Journal() const {
+    return Access()->records.journal;
+}
+
+std::vector<FakeSystem::Message> FakeSystem::Messages() const {
+    return Access()->records.messages;
+}
+
+std::vector<int> FakeSystem::Waits() const {
+    return Access()->records.waits;
+}
+
+std::vector<bool> FakeSystem::AwakeRequests() const {
+    return Access()->records.awakeRequests;
+}
+
+// ---- the system that the libraries see -----------------------------------------------------------------------------
+
+namespace Platform::System {
+
+void* Allocate(std::size_t bytes) noexcept {
+    return MustFail(Call::Allocate) ? nullptr : RealSystem::Allocate(bytes);
+}
+
+void Release(void* block) noexcept {
+    RealSystem::Release(block);
+}
+
+void ReadLocalTime(SystemTime* now) noexcept {
+    RealSystem::ReadLocalTime(now);
+    Access access;
+    if (access->time)
+        *now = *access->time;
+}
+
+int ShowMessage(void* owner, const wchar_t* text, const wchar_t* caption, unsigned type) noexcept {
+    Access access;
+    if (access->active)
+        access->records.messages.push_back({owner, text, caption, type});
+    return 1;
+}
+
+void KeepAwake(bool on) noexcept {
+    Access access;
+    if (access->active)
+        access->records.awakeRequests.push_back(on);
+}
+
+void Wait(int milliseconds) noexcept {
+    Access access;
+    if (access->active)
+        access->records.waits.push_back(milliseconds);
+}
+
+std::uint64_t UniqueNumber() noexcept {
+    return RealSystem::UniqueNumber();
+}
+
+std::size_t Widen(std::string_view text, wchar_t* dst, std::size_t room) noexcept {
+    return RealSystem::Widen(text, dst, room);
+}
+
+std::size_t Narrow(std::wstring_view text, char* dst, std::size_t room) noexcept {
+    return RealSystem::Narrow(text, dst, room);
+}
+
+bool IsAbsolute(std::wstring_view path) noexcept {
+    return RealSystem::IsAbsolute(path);
+}
+
+std::size_t NamePosition(std::wstring_view path) noexcept {
+    return RealSystem::NamePosition(path);
+}
+
+bool SameLetters(std::wstring_view first, std::wstring_view second) noexcept {
+    return RealSystem::SameLetters(first, second);
+}
+
+FileState Inspect(const std::wstring& path) noexcept {
+    const FileState found = MustFail(Call::Inspect) ? FileState() : RealSystem::Inspect(path);
+    Record(Call::Inspect, path, found.kind != Kind::Unknown);
+    FileState told = found;
+    Access access;
+    if (access->faults.size)
+        told.size = *access->faults.size;
+    return told;
+}
+
+std::wstring ResolveLinks(const std::wstring& path) {
+    return RealSystem::ResolveLinks(path);
+}
+
+File OpenForReading(const std::wstring& path) noexcept {
+    const File file = MustFail(Call::OpenForReading) ? kNoFile : RealSystem::OpenForReading(path);
+    RecordOpened(Call::OpenForReading, path, file);
+    return file;
+}
+
+File CreateNew(const std::wstring& path, const std::wstring& like) noexcept {
+    const File file = MustFail(Call::CreateNew) ? kNoFile : RealSystem::CreateNew(path, like);
+    RecordOpened(Call::CreateNew, path, file);
+    return file;
+}
+
+std::ptrdiff_t Read(File file, char* bytes, std::size_t size) noexcept {
+    return MustFail(Call::Read) ? -1 : RealSystem::Read(file, bytes, TransferLimit(size));
+}
+
+std::ptrdiff_t Write(File file, const char* bytes, std::size_t size) noexcept {
+    std::ptrdiff_t count = -1;
+    const bool fails = MustFail(Call::Write);
+    const std::size_t room = fails ? 0 : TakeDiskRoom(TransferLimit(size));
+    if (room != 0)
+        count = RealSystem::Write(file, bytes, room);
+    else if (!fails)
+        errno = ENOSPC;
+    const bool done = count > 0;
+    RecordOnFile(Call::Write, file, done, {bytes, done ? static_cast<std::size_t>(count) : 0});
+    return count;
+}
+
+bool Flush(File file) noexcept {
+    const bool done = !MustFail(Call::Flush) && RealSystem::Flush(file);
+    RecordOnFile(Call::Flush, file, done);
+    return done;
+}
+
+bool Close(File file) noexcept {
+    const bool fails = MustFail(Call::Close);
+    // Recorded first: as soon as the file is closed, another thread may get its number.
+    RecordOnFile(Call::Close, file, !fails);
+    return RealSystem::Close(file) && !fails;
+}
+
+RenameResult Rename(const std::wstring& from, const std::wstring& to) noexcept {
+    RenameResult result = RenameResult::Failed;
+    if (!MustFail(Call::Rename))
+        result = TakeBlockedRename() ? RenameResult::Blocked : RealSystem::Rename(from, to);
+    Record(Call::Rename, from, result == RenameResult::Done, to);
+    return result;
+}
+
+bool Remove(const std::wstring& path) noexcept {
+    const bool done = !MustFail(Call::Remove) && RealSystem::Remove(path);
+    Record(Call::Remove, path, done);
+    return done;
+}
+
+bool FlushDirectory(const std::wstring& fileInIt) noexcept {
+    const bool done = !MustFail(Call::FlushDirectory) && RealSystem::FlushDirectory(fileInIt);
+    Record(Call::FlushDirectory, fileInIt, done);
+    return done;
+}
+
+std::FILE* OpenStream(const std::wstring& path, const wchar_t* mode) noexcept {
+    std::FILE* stream = nullptr;
+    if (!MustFail(Call::OpenStream)) {
+        stream = RealSystem::OpenStream(path, mode);
+        const bool refuses = Access()->faults.refuseStreamWrites;
+        if (stream != nullptr && refuses) {
+            std::fclose(stream);
+            stream = RealSystem::OpenStream(path, L"rb");
+        }
+    }
+    Record(Call::OpenStream, path, stream != nullptr);
+    return stream;
+}
+
+bool FlushStream(std::FILE* stream) noexcept {
+    const bool done = !MustFail(Call::FlushStream) && RealSystem::FlushStream(stream);
+    Record(Call::FlushStream, L"", done);
+    return done;
+}
+
+bool Cut(const std::wstring& path, std::uint64_t size) noexcept {
+    const bool done = !MustFail(Call::Cut) && RealSystem::Cut(path, size);
+    Record(Call::Cut, path, done);
+    return done;
+}
+
+}  // namespace Platform::System

@@ -1,0 +1,27 @@
+// Makes allocations of the calling thread fail, so that tests reach what a full memory does to strings and
+// containers. While an object of this class lives, the n-th operator new of its thread throws std::bad_alloc
+// (the nothrow forms give null). Other threads, and malloc, are not touched.
+#pragma once
+
+class HeapFault {
+public:
+    enum class Times { Once, FromThenOn };
+
+    explicit HeapFault(int n, Times times = Times::Once);  // n counts from 1
+    ~HeapFault();
+    HeapFault(const HeapFault&) = delete;
+    HeapFault& operator=(const HeapFault&) = delete;
+
+    // True when an allocation has failed: a loop over n ends with the first round in which none did.
+    bool Happened() const;
+
+    // While an object of this class lives, the allocations of its thread neither count nor fail. For support
+    // code that runs between the calls under test.
+    class Pause {
+    public:
+        Pause();
+        ~Pause();
+        Pause(const Pause&) = delete;
+        Pause& operator=(const Pause&) = delete;
+    };
+};
