@@ -481,8 +481,9 @@ TEST(MeterIniFile, ManyChangesOfOneValueDoNotPileUp) {
     for (int i = 0; i < 40000; ++i) {
         value.assign(static_cast<std::size_t>(i % 200) + 1, static_cast<char>('a' + i % 26));
         ASSERT_TRUE(store->WriteString("a", i % 2 == 0 ? "k" : "m", value.c_str()));
-        if (i % 3 == 0)
+        if (i % 3 == 0) {
             ASSERT_TRUE(store->DeleteKey("a", "k") || i % 2 != 0);
+        }
     }
     EXPECT_EQ(store.Value("a", "m"), value);
     EXPECT_TRUE(store->BackupSection("a"));

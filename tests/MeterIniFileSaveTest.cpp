@@ -1,0 +1,413 @@
+// Saving a store: to its file and its mirror, now and in the background, and what a save that fails leaves
+// behind.
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <filesystem>
+#include <memory>
+#include <mutex>
+#include <thread>
+
+#include "MeterUtil/MeterIniFile.h"
+#include "tests/support/FakeSystem.h"
+#include "tests/support/HeapFault.h"
+#include "tests/support/TestFolder.h"
+
+namespace fs = std::filesystem;
+using Call = FakeSystem::Call;
+using Times = FakeSystem::Times;
+
+namespace {
+
+const std::string kOld = "[a]\r\nk=old\r\n";
+const std::string kNew = "[a]\r\nk=new\r\n";
+
+// What the process is told about failed saves, while the object lives.
+class SaveErrors {
+public:
+    SaveErrors() { CMeterIniFile::SetSaveErrorHandler(&SaveErrors::Note, this); }
+    ~SaveErrors() { CMeterIniFile::SetSaveErrorHandler(nullptr, nullptr); }
+    SaveErrors(const SaveErrors&) = delete;
+    SaveErrors& operator=(const SaveErrors&) = delete;
+
+    std::vector<std::wstring> Paths() const {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        return m_paths;
+    }
+    std::wstring LastText() const {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        return m_text;
+    }
+    std::thread::id LastThread() const {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        return m_thread;
+    }
+
+private:
+    static void Note(void* context, const wchar_t* path, const wchar_t* text) {
+        auto* const self = static_cast<SaveErrors*>(context);
+        const std::lock_guard<std::mutex> lock(self->m_mutex);
+        self->m_paths.emplace_back(path);
+        self->m_text = text;
+        self->m_thread = std::this_thread::get_id();
+    }
+
+    mutable std::mutex m_mutex;
+    std::vector<std::wstring> m_paths;
+    std::wstring m_text;
+    std::thread::id m_thread;
+};
+
+class MeterIniFileSave : public testing::Test {
+protected:
+    MeterIniFileSave() {
+        m_folder.Write("a.ini", kOld);
+        m_store = std::make_unique<CMeterIniFile>(m_folder.Wide("a.ini").c_str());
+        Change("new");
+    }
+
+    void Change(const char* value) { EXPECT_TRUE(m_store->WriteString("a", "k", value)); }
+    static std::string With(const std::string& value) { return "[a]\r\nk=" + value + "\r\n"; }
+
+    TestFolder m_folder;
+    std::unique_ptr<CMeterIniFile> m_store;
+};
+
+// ---- now
+// ----------------------------------------------------------------------------------------------------------
+
+TEST_F(MeterIniFileSave, NothingIsWrittenBeforeASave) {
+    EXPECT_EQ(m_folder.Read("a.ini"), kOld);
+    m_store.reset();
+    EXPECT_EQ(m_folder.Read("a.ini"), kOld) << "destroying a store saves nothing";
+}
+
+TEST_F(MeterIniFileSave, WritesTheFile) {
+    EXPECT_TRUE(m_store->UpdateFile());
+    EXPECT_EQ(m_folder.Read("a.ini"), kNew);
+    EXPECT_EQ(m_folder.Names(), std::vector<std::string>{"a.ini"});
+    EXPECT_FALSE(m_store->m_error);
+}
+
+TEST_F(MeterIniFileSave, CreatesAMissingFile) {
+    CMeterIniFile store(m_folder.Wide("new.ini").c_str());
+    EXPECT_TRUE(store.WriteString("General", "Meters", "0"));
+    EXPECT_TRUE(store.UpdateFile());
+    EXPECT_EQ(m_folder.Read("new.ini"), "[General]\r\nMeters=0\r\n");
+}
+
+TEST_F(MeterIniFileSave, AnEmptyStoreMakesAnEmptyFile) {
+    CMeterIniFile store(m_folder.Wide("new.ini").c_str());
+    EXPECT_TRUE(store.UpdateFile());
+    EXPECT_TRUE(m_folder.Exists("new.ini"));
+    EXPECT_EQ(m_folder.Read("new.ini"), "");
+}
+
+TEST_F(MeterIniFileSave, FileExistsSaysWhatStandsThere) {
+    EXPECT_TRUE(CMeterIniFile::FileExists(m_folder.Wide("a.ini").c_str()));
+    EXPECT_FALSE(CMeterIniFile::FileExists(m_folder.Wide("none.ini").c_str()));
+    EXPECT_FALSE(CMeterIniFile::FileExists(m_folder.Wide().c_str())) << "a directory is no file";
+    EXPECT_FALSE(CMeterIniFile::FileExists(nullptr));
+    EXPECT_FALSE(CMeterIniFile::FileExists(L""));
+}
+
+TEST_F(MeterIniFileSave, ReadOnlyFileIsNotReplaced) {
+    fs::permissions(m_folder.Path() / "a.ini", fs::perms::owner_read);
+    EXPECT_FALSE(m_store->UpdateFile());
+    EXPECT_TRUE(m_store->m_error);
+    EXPECT_EQ(m_folder.Read("a.ini"), kOld);
+    EXPECT_EQ(m_folder.Names(), std::vector<std::string>{"a.ini"});
+    fs::permissions(m_folder.Path() / "a.ini", fs::perms::owner_all);
+    EXPECT_TRUE(m_store->UpdateFile()) << "the error flag keeps no later save from being tried";
+    EXPECT_TRUE(m_store->m_error) << "and stays";
+    EXPECT_EQ(m_folder.Read("a.ini"), kNew);
+}
+
+TEST_F(MeterIniFileSave, AFileThatCouldNotBeLoadedIsNeverSavedOver) {
+    FakeSystem system;
+    system.FailCall(Call::Read, 1);
+    CMeterIniFile store(m_folder.Wide("a.ini").c_str());
+    system.Heal();
+    EXPECT_TRUE(store.m_error);
+    EXPECT_FALSE(store.SectionExists("a"));
+    store.SetMirror(m_folder.Wide("mirror.ini").c_str());
+    EXPECT_TRUE(store.WriteString("b", "k", "1"));
+    EXPECT_FALSE(store.UpdateFile());
+    EXPECT_FALSE(store.UpdateFileBackground());
+    EXPECT_EQ(m_folder.Read("a.ini"), kOld);
+    EXPECT_FALSE(m_folder.Exists("mirror.ini"));
+}
+
+TEST_F(MeterIniFileSave, ADirectoryCanBeNeitherLoadedNorSaved) {
+    fs::create_directory(m_folder.Path() / "dir");
+    CMeterIniFile store(m_folder.Wide("dir").c_str());
+    EXPECT_TRUE(store.m_error);
+    EXPECT_FALSE(store.UpdateFile());
+    EXPECT_TRUE(fs::is_directory(m_folder.Path() / "dir"));
+}
+
+TEST_F(MeterIniFileSave, KeepsTheDeviceAwakeMeanwhile) {
+    FakeSystem system;
+    EXPECT_TRUE(m_store->PowerButtonControl(L"\\terminal"));
+    EXPECT_TRUE(m_store->PowerButtonControl(nullptr));
+    EXPECT_TRUE(m_store->UpdateFile());
+    EXPECT_EQ(system.AwakeRequests(), (std::vector<bool>{true, false}));
+    system.FailCall(Call::Rename, 1);
+    EXPECT_FALSE(m_store->UpdateFile());
+    EXPECT_EQ(system.AwakeRequests(), (std::vector<bool>{true, false, true, false}));
+}
+
+// ---- the mirror
+// ---------------------------------------------------------------------------------------------------
+
+TEST_F(MeterIniFileSave, MirrorGetsTheSameBytes) {
+    m_store->SetMirror(m_folder.Wide("mirror.ini").c_str());
+    EXPECT_FALSE(m_folder.Exists("mirror.ini")) << "setting a mirror writes nothing";
+    EXPECT_TRUE(m_store->UpdateFile());
+    EXPECT_EQ(m_folder.Read("mirror.ini"), kNew);
+    m_store->SetMirror(L"");
+    Change("newer");
+    EXPECT_TRUE(m_store->UpdateFile());
+    EXPECT_EQ(m_folder.Read("mirror.ini"), kNew) << "the empty path turns mirroring off";
+    m_store->SetMirror(m_folder.Wide("mirror.ini").c_str());
+    m_store->SetMirror(nullptr);
+    EXPECT_TRUE(m_store->UpdateFile());
+    EXPECT_EQ(m_folder.Read("mirror.ini"), kNew);
+}
+
+TEST_F(MeterIniFileSave, MirrorIsWrittenAlsoWhenTheFileFails) {
+    m_store->SetMirror(m_folder.Wide("mirror.ini").c_str());
+    FakeSystem system;
+    system.FailCall(Call::CreateNew, 1);
+    EXPECT_FALSE(m_store->UpdateFile());
+    EXPECT_EQ(m_folder.Read("a.ini"), kOld);
+    EXPECT_EQ(m_folder.Read("mirror.ini"), kNew);
+    EXPECT_TRUE(m_store->m_error);
+}
+
+TEST_F(MeterIniFileSave, FileIsSavedAlsoWhenTheMirrorFails) {
+    m_store->SetMirror(m_folder.Wide("missing/mirror.ini").c_str());
+    EXPECT_FALSE(m_store->UpdateFile());
+    EXPECT_EQ(m_folder.Read("a.ini"), kNew);
+    EXPECT_TRUE(m_store->m_error);
+}
+
+TEST_F(MeterIniFileSave, MirrorEqualToTheFileIsWrittenOnce) {
+    FakeSystem system;
+    m_store->SetMirror(m_folder.Wide("a.ini").c_str());
+    EXPECT_TRUE(m_store->UpdateFile());
+    EXPECT_EQ(system.Count(Call::Rename), 1);
+}
+
+// ---- every call fails in turn
+// -------------------------------------------------------------------------------------
+
+class MeterIniFileSaveFault : public MeterIniFileSave, public testing::WithParamInterface<Times> {};
+
+TEST_P(MeterIniFileSaveFault, LeavesTheOldOrTheNewFileAndNothingElse) {
+    m_store->SetMirror(m_folder.Wide("mirror.ini").c_str());
+    ASSERT_TRUE(m_store->UpdateFile());
+    int failures = 0;
+    for (int n = 1;; ++n) {
+        ASSERT_LT(n, 200) << "the save never ran through";
+        const std::string before = m_folder.Read("a.ini");
+        const std::string value = "value " + std::to_string(n);
+        Change(value.c_str());
+        FakeSystem system;
+        system.FailAnyCall(n, GetParam());
+        const bool saved = m_store->UpdateFile();
+        const bool happened = system.FaultHappened();
+        system.Heal();
+        for (const char* name : {"a.ini", "mirror.ini"}) {
+            const std::string after = m_folder.Read(name);
+            EXPECT_TRUE(after == before || after == With(value)) << name << " holds neither, n = " << n;
+            EXPECT_TRUE(!saved || after == With(value))
+                << "success reported for the old " << name << ", n = " << n;
+        }
+        if (GetParam() == Times::Once) {
+            EXPECT_EQ(m_folder.Names(), (std::vector<std::string>{"a.ini", "mirror.ini"})) << "n = " << n;
+        }
+        ASSERT_TRUE(m_store->UpdateFile()) << "the next save, n = " << n;
+        EXPECT_EQ(m_folder.Read("a.ini"), With(value));
+        EXPECT_EQ(m_folder.Read("mirror.ini"), With(value));
+        if (!happened) {
+            EXPECT_TRUE(saved);
+            break;
+        }
+        failures += saved ? 0 : 1;
+    }
+    EXPECT_GE(failures, 10) << "two files of at least five calls each";
+    EXPECT_TRUE(m_store->m_error);
+}
+
+INSTANTIATE_TEST_SUITE_P(Faults, MeterIniFileSaveFault, testing::Values(Times::Once, Times::FromThenOn));
+
+TEST_F(MeterIniFileSave, WithoutMemoryFailsAndKeepsTheFile) {
+    for (int n = 1;; ++n) {
+        ASSERT_LT(n, 200);
+        Change(std::to_string(n).c_str());
+        bool saved = false;
+        bool happened = false;
+        {
+            const HeapFault fault(n);
+            saved = m_store->UpdateFile();
+            happened = fault.Happened();
+        }
+        const HeapFault::Pause pause;
+        const std::string after = m_folder.Read("a.ini");
+        EXPECT_TRUE(after == With(std::to_string(n)) || (!saved && !after.empty())) << n;
+        EXPECT_EQ(m_folder.Names(), std::vector<std::string>{"a.ini"}) << n;
+        ASSERT_TRUE(m_store->UpdateFile());
+        if (!happened)
+            break;
+    }
+}
+
+// ---- the error handler
+// --------------------------------------------------------------------------------------------
+
+TEST_F(MeterIniFileSave, FailureIsToldToTheHandlerWithTheText) {
+    const SaveErrors errors;
+    EXPECT_STREQ(m_store->GetSaveErrorText(), L"");
+    m_store->SetSaveErrorText(L"save error");
+    EXPECT_STREQ(m_store->GetSaveErrorText(), L"save error");
+    FakeSystem system;
+    system.FailCall(Call::Write, 1);
+    EXPECT_FALSE(m_store->UpdateFile());
+    EXPECT_EQ(errors.Paths(), std::vector<std::wstring>{m_folder.Wide("a.ini")});
+    EXPECT_EQ(errors.LastText(), L"save error");
+    EXPECT_EQ(errors.LastThread(), std::this_thread::get_id());
+    EXPECT_TRUE(system.Messages().empty()) << "the store shows nothing itself";
+    EXPECT_TRUE(m_store->UpdateFile());
+    EXPECT_EQ(errors.Paths().size(), 1U);
+    m_store->SetSaveErrorText(nullptr);
+    EXPECT_STREQ(m_store->GetSaveErrorText(), L"");
+}
+
+TEST_F(MeterIniFileSave, FileAndMirrorAreToldApart) {
+    const SaveErrors errors;
+    m_store->SetMirror(m_folder.Wide("mirror.ini").c_str());
+    FakeSystem system;
+    system.FailCall(Call::Rename, 1, Times::FromThenOn);
+    EXPECT_FALSE(m_store->UpdateFile());
+    EXPECT_EQ(errors.Paths(),
+              (std::vector<std::wstring>{m_folder.Wide("a.ini"), m_folder.Wide("mirror.ini")}));
+}
+
+// ---- in the background
+// --------------------------------------------------------------------------------------------
+
+TEST_F(MeterIniFileSave, BackgroundWritesTheStateOfTheCall) {
+    EXPECT_TRUE(m_store->UpdateFileBackground());
+    Change("later");
+    m_store.reset();
+    EXPECT_EQ(m_folder.Read("a.ini"), kNew) << "destruction waits, and later edits are not part of the save";
+}
+
+TEST_F(MeterIniFileSave, LatestOfManyBackgroundSavesWins) {
+    for (int i = 0; i < 200; ++i) {
+        Change(std::to_string(i).c_str());
+        EXPECT_TRUE(m_store->UpdateFileBackground());
+    }
+    m_store.reset();
+    EXPECT_EQ(m_folder.Read("a.ini"), With("199"));
+}
+
+TEST_F(MeterIniFileSave, ForegroundSaveComesBehindBackgroundSaves) {
+    for (int i = 0; i < 50; ++i) {
+        Change("background");
+        EXPECT_TRUE(m_store->UpdateFileBackground());
+        Change("foreground");
+        EXPECT_TRUE(m_store->UpdateFile());
+        EXPECT_EQ(m_folder.Read("a.ini"), With("foreground"));
+    }
+    m_store.reset();
+    EXPECT_EQ(m_folder.Read("a.ini"), With("foreground"));
+}
+
+TEST_F(MeterIniFileSave, BackgroundUsesTheMirrorOfTheCall) {
+    m_store->SetMirror(m_folder.Wide("mirror.ini").c_str());
+    EXPECT_TRUE(m_store->UpdateFileBackground());
+    m_store->SetMirror(L"");
+    m_store.reset();
+    EXPECT_EQ(m_folder.Read("mirror.ini"), kNew);
+}
+
+TEST_F(MeterIniFileSave, FailedBackgroundSaveSetsTheFlagAndTellsTheHandler) {
+    const SaveErrors errors;
+    m_store->SetSaveErrorText(L"no card");
+    FakeSystem system;
+    system.FailCall(Call::Flush, 1);
+    EXPECT_TRUE(m_store->UpdateFileBackground()) << "the save was arranged";
+    while (!m_store->m_error)
+        std::this_thread::yield();
+    EXPECT_TRUE(m_store->UpdateFile());
+    EXPECT_EQ(errors.Paths(), std::vector<std::wstring>{m_folder.Wide("a.ini")});
+    EXPECT_EQ(errors.LastText(), L"no card");
+    EXPECT_NE(errors.LastThread(), std::this_thread::get_id());
+    EXPECT_EQ(m_folder.Read("a.ini"), kNew);
+}
+
+TEST_F(MeterIniFileSave, BackgroundWithoutMemorySavesBeforeItReturns) {
+    for (int n = 1;; ++n) {
+        ASSERT_LT(n, 200);
+        Change(std::to_string(n).c_str());
+        bool happened = false;
+        {
+            const HeapFault fault(n);
+            EXPECT_TRUE(m_store->UpdateFileBackground());
+            happened = fault.Happened();
+        }
+        const HeapFault::Pause pause;
+        EXPECT_TRUE(m_store->UpdateFile());
+        EXPECT_EQ(m_folder.Read("a.ini"), With(std::to_string(n)));
+        if (!happened)
+            break;
+    }
+}
+
+TEST_F(MeterIniFileSave, EditsGoOnWhileTheThreadWrites) {
+    std::string expected;
+    for (int i = 0; i < 500; ++i) {
+        const std::string value(static_cast<std::size_t>(i % 97), static_cast<char>('a' + i % 26));
+        Change(value.c_str());
+        EXPECT_TRUE(m_store->WriteString("b", ("k" + std::to_string(i % 50)).c_str(), value.c_str()));
+        if (i % 10 == 3) {
+            EXPECT_TRUE(m_store->DeleteSection("b"));
+        }
+        if (i % 3 == 0) {
+            EXPECT_TRUE(m_store->UpdateFileBackground());
+        }
+        if (i % 50 == 0) {
+            EXPECT_TRUE(m_store->UpdateFile());
+        }
+        char read[128];
+        EXPECT_TRUE(m_store->ReadString("a", "k", read, sizeof read));
+        EXPECT_EQ(read, value);
+    }
+    EXPECT_TRUE(m_store->UpdateFile());
+    EXPECT_FALSE(m_store->m_error);
+    EXPECT_EQ(m_folder.Names(), std::vector<std::string>{"a.ini"});
+}
+
+TEST_F(MeterIniFileSave, StoresOnSeveralThreadsDoNotMeet) {
+    std::vector<std::thread> threads;
+    std::atomic<int> failures{0};
+    for (int t = 0; t < 4; ++t) {
+        threads.emplace_back([this, t, &failures] {
+            const std::string name = "t" + std::to_string(t) + ".ini";
+            CMeterIniFile store(m_folder.Wide(name).c_str());
+            for (int i = 0; i < 30; ++i) {
+                store.WriteString("a", "k", std::to_string(i).c_str());
+                failures += i % 2 == 0 ? !store.UpdateFile() : !store.UpdateFileBackground();
+            }
+        });
+    }
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_EQ(failures, 0);
+    for (int t = 0; t < 4; ++t)
+        EXPECT_EQ(m_folder.Read("t" + std::to_string(t) + ".ini"), With("29"));
+}
+
+}  // namespace
