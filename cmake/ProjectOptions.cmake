@@ -25,3 +25,13 @@ function(meterdb_objects name)
     CXX_VISIBILITY_PRESET hidden
     VISIBILITY_INLINES_HIDDEN ON)
 endfunction()
+
+# Shows nothing of a shared library but the public class. The compiler hides most; what the standard library puts into
+# the objects is hidden here.
+function(meterdb_exports library)
+  if(UNIX AND NOT APPLE)
+    set(map "${PROJECT_SOURCE_DIR}/cmake/exports/${library}.map")
+    target_link_options(${library} PRIVATE "-Wl,--version-script=${map}")
+    set_property(TARGET ${library} APPEND PROPERTY LINK_DEPENDS "${map}")
+  endif()
+endfunction()

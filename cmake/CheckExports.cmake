@@ -1,0 +1,16 @@
+# Fails when a shared library shows a name that is no member of its public class, or none at all.
+#   cmake -D NM=... -D LIBRARY=... -D CLASS=... -P CheckExports.cmake
+execute_process(COMMAND "${NM}" -D -C --defined-only "${LIBRARY}" OUTPUT_VARIABLE names COMMAND_ERROR_IS_FATAL ANY)
+string(REPLACE ";" "," names "${names}")
+string(REGEX REPLACE "\n$" "" names "${names}")
+string(REPLACE "\n" ";" names "${names}")
+list(LENGTH names count)
+if(count EQUAL 0)
+  message(FATAL_ERROR "${LIBRARY} exports nothing")
+endif()
+foreach(name IN LISTS names)
+  if(NOT name MATCHES "^[0-9a-f]+ [A-Za-z] (${CLASS}::|(vtable|typeinfo|typeinfo name) for ${CLASS}$)")
+    message(SEND_ERROR "exported, but not part of ${CLASS}: ${name}")
+  endif()
+endforeach()
+message(STATUS "${CLASS}: ${count} exported names")
