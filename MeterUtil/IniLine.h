@@ -13,7 +13,7 @@ namespace MeterUtil {
 
 constexpr std::string_view kLf = "\n";
 constexpr std::string_view kCrLf = "\r\n";
-constexpr std::string_view kNoLineEnd = "";
+constexpr std::string_view kNoLineEnd;
 
 // The line end that a line has: none, LF or CR LF. Not a view of the line.
 inline std::string_view LineEndOf(std::string_view raw) {

@@ -188,8 +188,8 @@ std::uint32_t IniText::FindEntry(Section id, std::string_view key, std::string_v
     return kNoLine;
 }
 
-bool IniText::FindValue(Section section, std::string_view key, std::string_view* value) {
-    return FindEntry(section, key, value) != kNoLine;
+bool IniText::FindValue(Section id, std::string_view key, std::string_view* value) {
+    return FindEntry(id, key, value) != kNoLine;
 }
 
 bool IniText::EntryAt(Section id, std::uint32_t index, std::string_view* key, std::string_view* value) {

@@ -48,10 +48,10 @@ public:
     // ----------------------------------------------------------
 
     Section FindSection(std::string_view name) const;
-    bool FindValue(Section section, std::string_view key, std::string_view* value);
-    bool EntryAt(Section section, std::uint32_t index, std::string_view* key,
-                 std::string_view* value);                                                   // from 0
-    bool LineOfSection(Section section, std::uint32_t index, std::string_view* text) const;  // from 0
+    bool FindValue(Section id, std::string_view key, std::string_view* value);
+    bool EntryAt(Section id, std::uint32_t index, std::string_view* key,
+                 std::string_view* value);                                              // from 0
+    bool LineOfSection(Section id, std::uint32_t index, std::string_view* text) const;  // from 0
     bool LineAt(std::uint32_t line, std::string_view* text);
     std::uint32_t LineCount() const { return m_lineCount; }
 
@@ -61,15 +61,15 @@ public:
     // ---- edits; each either happens whole or, without memory, throws and changes nothing
     // ------------------------------
 
-    void SetValue(Section section, std::string_view key, std::string_view value);
+    void SetValue(Section id, std::string_view key, std::string_view value);
     void AddSection(std::string_view name, std::string_view key, std::string_view value);
     void SetLine(std::uint32_t line, std::string_view text);  // line < LineCount()
     void AppendLine(std::string_view text);
-    void DeleteSection(Section section);
-    bool DeleteKey(Section section, std::string_view key);
+    void DeleteSection(Section id);
+    bool DeleteKey(Section id, std::string_view key);
 
     // Copies of sections: see CMeterIniFile::BackupSection.
-    void KeepCopy(Section section);
+    void KeepCopy(Section id);
     bool RestoreCopy(std::string_view name);
 
     // ---- saving
@@ -134,16 +134,16 @@ private:
     // finding
     void Tag(SectionData& section);
     Section FindSection(std::uint32_t hash, std::string_view name) const;
-    std::uint32_t FindEntry(Section section, std::string_view key, std::string_view* value);
+    std::uint32_t FindEntry(Section id, std::string_view key, std::string_view* value);
     void NumberLines();
     Place Locate(std::uint32_t line);
 
     // names
     bool SameName(const SectionData& section, std::uint32_t hash, std::string_view name) const;
     void BuildNameIndex();
-    void Link(Section section);
-    void Unlink(Section section);
-    void RemoveFromBucket(Section section, Section replacement);
+    void Link(Section id);
+    void Unlink(Section id);
+    void RemoveFromBucket(Section id, Section replacement);
 
     // loading
     static std::shared_ptr<const char> OwnBlock(Platform::FileBytes bytes);
@@ -157,18 +157,18 @@ private:
     Line NewLine(std::initializer_list<std::string_view> parts);
     void ReplaceTail(Line& line, std::size_t kept, std::string_view text, std::string_view lineEnd);
     void ReplaceLine(SectionData& section, std::uint32_t index, std::string_view text);
-    void AddEntry(Section section, std::string_view key, std::string_view value);
+    void AddEntry(Section id, std::string_view key, std::string_view value);
     void EndLastLine();
     bool IsLast(const SectionData& section) const;
     std::unique_ptr<EditedLines> LinesFrom(std::string_view raw);
     void ReserveSection();
     Section NewSection(const Line& header, std::unique_ptr<EditedLines> lines,
                        std::uint32_t position) noexcept;
-    void RemoveSection(Section section);
-    void RenameHeader(Section section, std::string_view text);
-    void SplitSection(Section section, std::uint32_t index, std::string_view headerText);
-    void JoinToPrevious(Section section, std::string_view text);
-    void ReplaceLines(Section section, std::string_view raw);
+    void RemoveSection(Section id);
+    void RenameHeader(Section id, std::string_view text);
+    void SplitSection(Section id, std::uint32_t index, std::string_view headerText);
+    void JoinToPrevious(Section id, std::string_view text);
+    void ReplaceLines(Section id, std::string_view raw);
     void GrowBuckets();
     void RenumberFrom(std::uint32_t position);
     void LinesChangedFrom(std::uint32_t position);

@@ -50,7 +50,7 @@ public:
 
 private:
     static constexpr std::size_t kGranule = 16;
-    static constexpr std::size_t kBlock = 64 * 1024;
+    static constexpr std::size_t kBlock = std::size_t{64} * 1024;
 
     void AddBlock(std::size_t needed) {
         const std::size_t size = needed > kBlock ? needed : kBlock;

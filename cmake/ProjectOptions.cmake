@@ -1,7 +1,6 @@
 # What every target of the project is compiled with.
 
 add_library(meterdb_options INTERFACE)
-target_compile_features(meterdb_options INTERFACE cxx_std_17)
 target_compile_options(meterdb_options INTERFACE
   -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wnon-virtual-dtor
   $<$<BOOL:${METERDB_WARNINGS_AS_ERRORS}>:-Werror>)
@@ -20,7 +19,6 @@ function(meterdb_objects name)
   add_library(${name} OBJECT ${ARGN})
   target_link_libraries(${name} PRIVATE meterdb_options)
   set_target_properties(${name} PROPERTIES
-    CXX_EXTENSIONS OFF
     POSITION_INDEPENDENT_CODE ON
     CXX_VISIBILITY_PRESET hidden
     VISIBILITY_INLINES_HIDDEN ON)
