@@ -27,8 +27,9 @@ std::string_view CheckToken(std::string_view definition) {
 CheckResult CheckRange(std::string_view value, std::string_view limits) {
     std::string_view lowerText;
     std::string_view upperText;
-    MeterText::FindToken(limits, 1, ";", &lowerText);
-    MeterText::FindToken(limits, 2, ";", &upperText);
+    if (!MeterText::FindToken(limits, 1, ";", &lowerText) ||
+        !MeterText::FindToken(limits, 2, ";", &upperText))
+        return kPasses;
     if (lowerText.empty() || upperText.empty())
         return kPasses;
     const double lower = MeterText::ToDouble(lowerText);

@@ -1,6 +1,9 @@
 // Reading a meter: what its parser found in the answer goes into the current record, with the status that its
 // check gives, and the alarm conditions of the record are tested.
 #include <new>
+#include <optional>
+#include <string>
+#include <utility>
 
 #include "MeterDatabase/MeterDatabase.h"
 #include "MeterDatabase/StoreAccess.h"
@@ -123,7 +126,9 @@ int CMeterDatabase::StartParser(CMeterInterface* iface) try {
         Setting(m_systemIni, "System", "CheckAutoReadRegs", kSwitchBytes), "YES");
     const ReadingStatus readingStatus(this, m_masterValue, checkAll);
     const std::string section = RecordSection();
-    const ParserRun run(iface, MonthsSince(ReadEntry(*m_dataFile, section, "History1")));
+    const std::optional<ValueEntry> history =
+        HasRecord() ? ReadEntry(*m_dataFile, section, "History1") : std::nullopt;
+    const ParserRun run(iface, MonthsSince(history));
     bool alarm = false;
     ForEachEntry(*m_dataFile, section, [&](const char* name, const char* text) {
         ValueEntry entry(text);

@@ -70,7 +70,7 @@ void MakeRoom(Head* head) {
 ValueEntry::ValueEntry(std::string_view text) {
     std::string_view rest = text.substr(0, kEntryChars);
     bool more = true;
-    for (std::size_t field = kAttributes; field < kText && more; ++field)
+    for (std::size_t field = kAttributes; field < kText; ++field)
         m_raw[field] = MeterText::TakeToken(&rest, ",", &more);
     m_raw[kText] = rest;
 }
@@ -104,8 +104,9 @@ void ValueEntry::Rewrite(SubField field, const char* given) {
         return Set(kText, given == nullptr ? Bare(kText) : MeterText::View(given));
     if (given != nullptr)
         return Set(field, WithoutAnyQuote(given));
+    // What holds a comma stood in quotes: bare, it would come apart.
     const std::string kept = WithoutAnyQuote(m_raw[field]);
-    if (IsQuoted(m_raw[field]) && IsValue(kept))
+    if (IsValue(kept))
         m_raw[field] = Quoted(kept);
     else
         Set(field, kept);

@@ -4,28 +4,16 @@
 #include <algorithm>
 
 #include "MeterDatabase/ValueEntry.h"
+#include "tests/support/SubFieldTexts.h"
 
 using namespace MeterRecords;
 
 namespace {
 
-std::string Text(std::size_t length, char c = 'x') {
-    return std::string(length, c);
-}
+using Fields = std::vector<std::string>;
 
-// `length` characters with a comma in the middle.
-std::string WithComma(std::size_t length) {
-    std::string text = Text(length);
-    text[length / 2] = ',';
-    return text;
-}
-
-std::string InQuotes(const std::string& text) {
-    return '"' + text + '"';
-}
-
-std::vector<std::string> RawFields(const ValueEntry& entry) {
-    std::vector<std::string> fields;
+Fields RawFields(const ValueEntry& entry) {
+    Fields fields;
     for (int field = kAttributes; field < kSubFields; ++field)
         fields.push_back(entry.Raw(static_cast<SubField>(field)));
     return fields;
@@ -59,7 +47,7 @@ std::string ValueSetTo(const std::string& bare) {
 // ---- taking apart -----------------------------------------------------------------------------------------
 
 TEST(ValueEntryParsing, SplitsAtTheFirstFourCommasOutsideQuotes) {
-    const std::vector<std::pair<std::string, std::vector<std::string>>> rows = {
+    const std::vector<std::pair<std::string, Fields>> rows = {
         {R"(A,U,8,12,"note")", {"A", "U", "8", "12", R"("note")"}},
         {R"(A,U,"8,C0;9","1,5","a, b")", {"A", "U", R"("8,C0;9")", R"("1,5")", R"("a, b")"}},
         {R"(A,U,8,12,say "hi", or "no")", {"A", "U", "8", "12", R"(say "hi", or "no")"}},
@@ -82,8 +70,15 @@ TEST(ValueEntryParsing, SplitsAtTheFirstFourCommasOutsideQuotes) {
 }
 
 TEST(ValueEntryParsing, StartsANewEntryFromItsDefaults) {
-    EXPECT_EQ(RawFields(ValueEntry()), (std::vector<std::string>{"A", "U", "8", "", R"("")"}));
+    EXPECT_EQ(RawFields(ValueEntry()), (Fields{"A", "U", "8", "", R"("")"}));
     EXPECT_EQ(ValueEntry().Compose(), R"(A,U,8,,"")");
+}
+
+TEST(ValueEntryParsing, Reads4095Characters) {
+    EXPECT_EQ(ValueEntry(Text(9000)).Raw(kAttributes), Text(4095));
+    EXPECT_EQ(ValueEntry("A,U,8,1," + Text(9000)).Raw(kText), Text(4087));
+    const ValueEntry entry(Text(4092) + ",A," + Text(9000));
+    EXPECT_EQ(RawFields(entry), (Fields{Text(4092), "A", "", "", ""}));
 }
 
 TEST(ValueEntryParsing, NeedsACommaToBeAValue) {
@@ -189,6 +184,7 @@ TEST(ValueEntryComposing, OfAnEntryCutAnywhereIsStable) {
         Text(5000, '"'),
         Text(5000) + ",U,8,1,\"t\"",
         Text(4094) + ",U",
+        Text(5000) + "," + Text(5000) + "," + Text(5000) + "," + Text(5000) + "," + Text(5000),
         Text(1023) + "," + Text(1023) + "," + Text(1023) + "," + Text(1022) + ",\"t\"",
     };
     for (const std::string& entry : entries) {

@@ -6,6 +6,7 @@
 
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "MeterDatabase/MeterDatabase.h"
 #include "tests/support/TestFolder.h"
@@ -77,6 +78,21 @@ protected:
 
     // All lines of the data file as the open store holds it, each ended by LF.
     std::string DataLines() const;
+
+    // Takes away what the operations on a current record need, one thing after the other, and calls
+    // check(what) each time. Meter 1 is current afterwards.
+    template <typename Check>
+    void WithoutPreconditions(Check check) {
+        m_database.m_currentMeter = 0;
+        check("no current meter");
+        m_database.m_currentMeter = 1;
+        CMeterIniFile* const systemIni = std::exchange(m_database.m_systemIni, nullptr);
+        check("no system ini");
+        m_database.m_systemIni = systemIni;
+        CMeterIniFile* const dataFile = std::exchange(m_database.m_dataFile, nullptr);
+        check("no data file");
+        m_database.m_dataFile = dataFile;
+    }
 
     TestFolder m_folder;
     TestDatabase m_database{m_folder.Wide().c_str()};
