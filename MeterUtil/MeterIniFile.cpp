@@ -322,6 +322,6 @@ char* CMeterIniFile::ExtractTokenDelimitedBy(const char* source, char* dst, int 
     const std::int64_t number = index < 0 ? -std::int64_t{index} : index;
     std::string_view token;
     const bool found = MeterText::FindToken(View(source), number, View(delimiters), &token);
-    CopyText(dst, dstSize, found ? token : std::string_view());
+    CopyText(dst, dstSize, token);
     return found ? dst : nullptr;
 }

@@ -115,17 +115,17 @@ inline std::string_view TakeToken(std::string_view* rest, std::string_view delim
     return token;
 }
 
-// Token `index` (from 1) of `source`; false when it has no such token. An empty source has none; otherwise n
-// delimiters make n + 1 tokens.
+// Token `index` (from 1) of `source`; false, with the token empty, when it has no such token. An empty source
+// has none; otherwise n delimiters make n + 1 tokens.
 inline bool FindToken(std::string_view source, std::int64_t index, std::string_view delimiters,
                       std::string_view* token) {
-    if (source.empty() || index < 1)
-        return false;
-    for (bool more = true; more; --index) {
+    bool more = !source.empty() && index > 0;
+    for (; more; --index) {
         *token = TakeToken(&source, delimiters, &more);
         if (index == 1)
             return true;
     }
+    *token = {};
     return false;
 }
 
