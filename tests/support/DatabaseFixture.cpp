@@ -20,6 +20,7 @@ void DatabaseFixture::WriteSystemIni(std::string_view sections) {
 
 void DatabaseFixture::Open(std::string_view dataFile, std::string_view systemIniSections,
                            std::string_view appFile) {
+    m_database.SetIniFile(L"");
     WriteSystemIni(systemIniSections);
     m_folder.Write(kDataFile, dataFile);
     m_folder.Write(kAppFile, appFile);

@@ -68,7 +68,8 @@ protected:
     // that stand before its first header belong to "System".
     void WriteSystemIni(std::string_view sections = {});
 
-    // Writes the files, attaches the system ini and opens the data file, which must succeed.
+    // Writes the files, attaches the system ini in place of an earlier one and opens the data file, which
+    // must succeed.
     void Open(std::string_view dataFile, std::string_view systemIniSections = {},
               std::string_view appFile = {});
 

@@ -1,0 +1,461 @@
+// Opening the data file: where the files are found, the defaults they get, the order that records are brought
+// into; closing and wiping it.
+#include <utility>
+
+#include "Platform/Platform.h"
+#include "tests/support/DatabaseFixture.h"
+
+namespace {
+
+using DatabaseOpening = DatabaseFixture;
+using RecordNumbering = DatabaseFixture;
+using ClientNumber = DatabaseFixture;
+using DatabaseClosing = DatabaseFixture;
+using DatabaseWiping = DatabaseFixture;
+
+constexpr const char* kThreeFiles = "AppFile=app.ini\nRawFile=raw.dat\nDataFile=data.ini\n";
+
+// ---- where the files are ----------------------------------------------------------------------------------
+
+TEST_F(DatabaseOpening, NeedsASystemIni) {
+    EXPECT_FALSE(m_database.OpenDataFile(false));
+    EXPECT_FALSE(m_database.OpenDataFile(true));
+}
+
+TEST_F(DatabaseOpening, NeedsAppRawAndDataFile) {
+    struct {
+        const char* system;
+        bool appFileOpen;
+    } const cases[] = {
+        {"RawFile=raw.dat\nDataFile=data.ini\n", false},
+        {"AppFile=\nRawFile=raw.dat\nDataFile=data.ini\n", false},
+        {"AppFile=app.ini\nDataFile=data.ini\n", true},
+        {"AppFile=app.ini\nRawFile=\nDataFile=data.ini\n", true},
+        {"AppFile=app.ini\nRawFile=raw.dat\n", true},
+        {"AppFile=app.ini\nRawFile=raw.dat\nDataFile=\n", true},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.system);
+        m_folder.Write(kSystemIni, std::string("[System]\n") + c.system);
+        m_database.SetIniFile(L"system.ini");
+        EXPECT_FALSE(m_database.OpenDataFile(false));
+        EXPECT_EQ(m_database.GetPtrToAppFile() != nullptr, c.appFileOpen);
+        EXPECT_EQ(m_database.m_dataFile, nullptr);
+        m_database.SetIniFile(L"");
+    }
+    EXPECT_EQ(m_database.GetNumberOfMeters(), -1);
+}
+
+TEST_F(DatabaseOpening, LooksIntoModuleModeOnlyWhenAsked) {
+    const char* const module = "[ModuleMode]\nAppFile=mapp.ini\nRawFile=mraw.dat\nDataFile=mdata.ini\n";
+    const char* const emptyModule = "[ModuleMode]\nAppFile=\nRawFile=\nDataFile=\n";
+    const std::string system = std::string("[System]\n") + kThreeFiles;
+    struct {
+        std::string ini;
+        bool moduleMode;
+        const char* prefix;  // of the names that are used
+    } const cases[] = {
+        {system + module, false, ""}, {system + module, true, "m"},     {system, true, ""},
+        {module, true, "m"},          {system + emptyModule, true, ""},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.ini);
+        m_folder.Write(kSystemIni, c.ini);
+        m_database.SetIniFile(L"system.ini");
+        EXPECT_TRUE(m_database.OpenDataFile(c.moduleMode));
+        EXPECT_EQ(m_database.m_appFilePath, m_folder.Wide(std::string(c.prefix) + "app.ini"));
+        EXPECT_EQ(m_database.m_rawFilePath, m_folder.Wide(std::string(c.prefix) + "raw.dat"));
+        EXPECT_EQ(m_database.m_dataFilePath, m_folder.Wide(std::string(c.prefix) + "data.ini"));
+        m_database.SetIniFile(L"");
+    }
+}
+
+TEST_F(DatabaseOpening, FindsNothingInModuleModeWhenNotAsked) {
+    m_folder.Write(kSystemIni, std::string("[ModuleMode]\n") + kThreeFiles);
+    m_database.SetIniFile(L"system.ini");
+    EXPECT_FALSE(m_database.OpenDataFile(false));
+}
+
+TEST_F(DatabaseOpening, TakesAbsolutePathsAsTheyAre) {
+    const std::string folder = "\\" + m_folder.Path().relative_path().string() + "\\";
+    m_folder.Write(kSystemIni, "[System]\nAppFile=" + folder + "a.ini\nRawFile=" + folder +
+                                   "r.dat\nDataFile=" + folder +
+                                   "d.ini\nParDefRoot=\\Parameters\nParDefFile=\\Other\\p.ini\n");
+    m_database.SetIniFile(L"system.ini");
+    EXPECT_TRUE(m_database.OpenDataFile(false));
+    EXPECT_EQ(m_database.m_appFilePath, Platform::WideFromNarrow(folder + "a.ini"));
+    EXPECT_EQ(m_database.m_rawFilePath, Platform::WideFromNarrow(folder + "r.dat"));
+    EXPECT_EQ(m_database.m_dataFilePath, Platform::WideFromNarrow(folder + "d.ini"));
+    EXPECT_STREQ(m_database.m_parameterRootPath, L"\\Parameters");
+    EXPECT_STREQ(m_database.m_parameterFilePath, L"\\Other\\p.ini");
+    EXPECT_TRUE(m_folder.Exists("a.ini"));
+    EXPECT_TRUE(m_folder.Exists("d.ini"));
+}
+
+TEST_F(DatabaseOpening, FindsTheParameterFileBelowItsRoot) {
+    const std::wstring folder = m_folder.Wide();
+    struct {
+        const char* entries;
+        std::wstring root;
+        std::wstring file;
+    } const cases[] = {
+        {"ParDefRoot=Par\nParDefFile=p.ini\n", folder + L"\\Par", folder + L"\\Par\\p.ini"},
+        {"ParDefRoot=\\Par\nParDefFile=p.ini\n", L"\\Par", L"\\Par\\p.ini"},
+        {"ParDefFile=p.ini\n", L"", L"\\p.ini"},
+        {"ParDefRoot=\nParDefFile=p.ini\n", L"", L"\\p.ini"},
+        {"ParDefRoot=Par\n", folder + L"\\Par", L""},
+        {"ParDefRoot=Par\nParDefFile=\n", folder + L"\\Par", L""},
+        {"", L"", L""},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.entries);
+        Open("", c.entries);
+        EXPECT_EQ(m_database.m_parameterRootPath, c.root);
+        EXPECT_EQ(m_database.m_parameterFilePath, c.file);
+    }
+}
+
+TEST_F(DatabaseOpening, TakesParameterFilesFromSystemInModuleMode) {
+    WriteSystemIni("ParDefRoot=Par\n[ModuleMode]\nParDefRoot=Other\nParDefFile=p.ini\n");
+    m_database.SetIniFile(L"system.ini");
+    ASSERT_TRUE(m_database.OpenDataFile(true));
+    EXPECT_EQ(m_database.m_parameterRootPath, m_folder.Wide("Par"));
+    EXPECT_STREQ(m_database.m_parameterFilePath, L"");
+}
+
+TEST_F(DatabaseOpening, CutsLongPaths) {
+    const std::string name(250, 'r');
+    m_folder.Write(kSystemIni, "[System]\nAppFile=app.ini\nRawFile=" + name + "\nDataFile=data.ini\n");
+    m_database.SetIniFile(L"system.ini");
+    ASSERT_TRUE(m_database.OpenDataFile(false));
+    EXPECT_EQ(m_database.m_rawFilePath, m_folder.Wide(name).substr(0, 260));
+}
+
+TEST_F(DatabaseOpening, ReadsNamesUpTo255Characters) {
+    const std::string name = "\\" + std::string(300, 'r');
+    m_folder.Write(kSystemIni, "[System]\nAppFile=app.ini\nRawFile=" + name + "\nDataFile=data.ini\n");
+    m_database.SetIniFile(L"system.ini");
+    ASSERT_TRUE(m_database.OpenDataFile(false));
+    EXPECT_EQ(m_database.m_rawFilePath, Platform::WideFromNarrow(name.substr(0, 255)));
+}
+
+TEST_F(DatabaseOpening, FindsFilesWithNamesBeyondAscii) {
+    m_folder.Write(kSystemIni, "[System]\nAppFile=app.ini\nRawFile=raw.dat\nDataFile=Z\xC3\xA4hler.ini\n");
+    m_database.SetIniFile(L"system.ini");
+    ASSERT_TRUE(m_database.OpenDataFile(false));
+    EXPECT_TRUE(m_folder.Exists("Z\xC3\xA4hler.ini"));
+}
+
+// ---- what opening does ------------------------------------------------------------------------------------
+
+TEST_F(DatabaseOpening, GivesNewFilesTheirDefaultsAndSavesThem) {
+    WriteSystemIni();
+    m_database.SetIniFile(L"system.ini");
+    EXPECT_TRUE(m_database.OpenDataFile(false));
+    EXPECT_EQ(m_folder.Read(kDataFile), "[General]\r\nMeters=0\r\n");
+    EXPECT_EQ(m_folder.Read(kAppFile), "[State]\r\nDirty=No\r\n");
+    EXPECT_EQ(m_database.GetActualPosition(), 0);
+    EXPECT_EQ(m_database.CheckConsistency(), 0);
+}
+
+TEST_F(DatabaseOpening, KeepsWhatTheFilesHave) {
+    const std::string data = "; route 7\n[General]\nMeters=1\n[#_1]\nState=U\n";
+    const std::string app = "[State]\nDirty=Yes\n";
+    Open(data, "", app);
+    EXPECT_EQ(m_folder.Read(kDataFile), data);
+    EXPECT_EQ(m_folder.Read(kAppFile), app);
+}
+
+TEST_F(DatabaseOpening, TakesAnEmptyDefaultAsPresent) {
+    Open("[General]\nMeters=\n", "", "[State]\nDirty=\n");
+    EXPECT_EQ(Data("General", "Meters"), "");
+    EXPECT_EQ(App("State", "Dirty"), "");
+}
+
+TEST_F(DatabaseOpening, CountsRecordsOfAFileWithoutGeneralSection) {
+    Open("[#_1]\nState=U\n[#_2]\nState=U\n");
+    EXPECT_EQ(m_database.GetNumberOfMeters(), 2);
+    EXPECT_EQ(m_folder.Read(kDataFile), "[#_1]\nState=U\n[#_2]\nState=U\n[General]\nMeters=2\n");
+}
+
+TEST_F(DatabaseOpening, MakesTheFirstMeterCurrent) {
+    Open("[#_1]\n[#1_1]\n[#_2]\n");
+    m_database.SetActualPosition(2);
+    m_database.m_currentAppendix = 3;
+    ASSERT_TRUE(m_database.OpenDataFile(false));
+    EXPECT_EQ(m_database.m_currentMeter, 1);
+    EXPECT_EQ(m_database.m_currentAppendix, 0);
+}
+
+TEST_F(DatabaseOpening, ClosesAnOpenDatabaseWithoutSaving) {
+    Open("[General]\nMeters=1\n[#_1]\nState=U\n");
+    m_database.m_dataFile->WriteString("#_1", "State", "H");
+    m_database.m_appFile->WriteString("State", "Dirty", "Yes");
+    ASSERT_TRUE(m_database.OpenDataFile(false));
+    EXPECT_EQ(Data("#_1", "State"), "U");
+    EXPECT_EQ(App("State", "Dirty"), "No");
+}
+
+TEST_F(DatabaseOpening, GivesEveryStoreTheSaveErrorText) {
+    Open("", "[StringTexts]\nRawSaveError=Fehler \xC3\xA4\n");
+    for (CMeterIniFile* store : {m_database.m_systemIni, m_database.m_appFile, m_database.m_dataFile})
+        EXPECT_EQ(store->GetSaveErrorText(), Platform::WideFromNarrow("Fehler \xC3\xA4"));
+}
+
+TEST_F(DatabaseOpening, FailsWhenTheDataFileCannotBeRead) {
+    m_folder.Write(kSystemIni, "[System]\nAppFile=app.ini\nRawFile=raw.dat\nDataFile=.\n");
+    m_database.SetIniFile(L"system.ini");
+    EXPECT_FALSE(m_database.OpenDataFile(false));
+    EXPECT_TRUE(m_database.IniFileError());
+    EXPECT_NE(m_database.m_dataFile, nullptr);
+    EXPECT_NE(m_database.m_appFile, nullptr);
+}
+
+TEST_F(DatabaseOpening, FailsWhenTheAppFileCannotBeRead) {
+    m_folder.Write(kSystemIni, "[System]\nAppFile=.\nRawFile=raw.dat\nDataFile=data.ini\n");
+    m_database.SetIniFile(L"system.ini");
+    EXPECT_FALSE(m_database.OpenDataFile(false));
+    EXPECT_TRUE(m_database.IniFileError());
+    EXPECT_EQ(m_folder.Read(kDataFile), "[General]\r\nMeters=0\r\n");
+}
+
+// ---- record numbers ---------------------------------------------------------------------------------------
+
+TEST_F(RecordNumbering, FollowsTheOrderOfTheHeaders) {
+    struct {
+        const char* what;
+        std::string before;
+        std::string after;
+        int meters;
+    } const cases[] = {
+        {"in order", "[#_1]\n[#1_1]\n[#_2]\n", "[#_1]\n[#1_1]\n[#_2]\n", 2},
+        {"gap", "[#_1]\n[#_3]\n[#2_3]\n[#_4]\n", "[#_1]\n[#_2]\n[#2_2]\n[#_3]\n", 3},
+        {"wrong order", "[#_2]\n[#1_2]\n[#_1]\n[#1_1]\n", "[#_1]\n[#1_1]\n[#_2]\n[#1_2]\n", 2},
+        {"same number twice", "[#_1]\n[#1_1]\n[#_1]\n[#2_1]\n", "[#_1]\n[#1_1]\n[#_2]\n[#2_2]\n", 2},
+        {"same number three times: the first new one counts", "[#_7]\n[#_7]\n[#_7]\n[#1_7]\n",
+         "[#_1]\n[#_2]\n[#_3]\n[#1_1]\n", 3},
+        {"appendix before its meter", "[#_1]\n[#1_3]\n[#_3]\n[#2_3]\n", "[#_1]\n[#1_3]\n[#_2]\n[#2_2]\n", 2},
+        {"appendix of a meter that keeps its number", "[#_1]\n[#1_1]\n[#_5]\n[#1_1]\n",
+         "[#_1]\n[#1_1]\n[#_2]\n[#1_1]\n", 2},
+        {"appendix of no meter", "[#_2]\n[#1_9]\n", "[#_1]\n[#1_9]\n", 1},
+        {"appendix with a large number", "[#_2]\n[#100_2]\n[#2147483647_2]\n",
+         "[#_1]\n[#100_1]\n[#2147483647_1]\n", 1},
+        {"number that is none", "[#_x]\n[#1_0]\n", "[#_1]\n[#1_1]\n", 1},
+        {"empty number", "[#_]\n", "[#_1]\n", 1},
+        {"number with text behind it", "[#_1 old]\n[#_3 old]\n", "[#_1 old]\n[#_2]\n", 2},
+        {"header without its end", "[#_3\n[#1_3\n", "[#_1]\n[#1_1]\n", 1},
+        {"text behind the header", "[#_3] first\n[#1_3] first\n", "[#_1]\n[#1_1]\n", 1},
+        {"number that is read up to 16 digits", "[#_0000000000000007]\n[#_00000000000000023]\n",
+         "[#_1]\n[#_00000000000000023]\n", 2},
+        {"negative number", "[#_-1]\n[#1_-1]\n", "[#_1]\n[#1_1]\n", 1},
+        {"other sections", "[#_2]\n[#]\n[#x]\n[#]_2\n[#\n[*_2]\n[_2]\n[x#_2]\n",
+         "[#_1]\n[#]\n[#x]\n[#]_2\n[#\n[*_2]\n[_2]\n[x#_2]\n", 1},
+        {"lines that only hold a header", "[#_2]\nText=[#_5]\n;[#_6]\n [#_7]\n",
+         "[#_1]\nText=[#_5]\n;[#_6]\n [#_7]\n", 1},
+        {"entries stay with their records", "[#_5]\nState=U\n\n[#1_5]\n#1=a\n[#_6]\nState=H\n",
+         "[#_1]\nState=U\n\n[#1_1]\n#1=a\n[#_2]\nState=H\n", 2},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        const std::string general = "[General]\nMeters=";
+        Open(general + "0\n" + c.before);
+        const std::string expected = general + std::to_string(c.meters) + "\n" + c.after;
+        EXPECT_EQ(DataLines(), expected);
+        EXPECT_EQ(m_folder.Read(kDataFile), expected);
+        EXPECT_EQ(m_database.CheckConsistency(), c.meters);
+        EXPECT_EQ(m_database.m_currentMeter, 1);
+    }
+}
+
+TEST_F(RecordNumbering, CorrectsTheRecordedCount) {
+    for (const char* recorded : {"0", "1", "7", "-1", "x", "", "00000000000000000002"}) {
+        Open(std::string("[General]\nMeters=") + recorded + "\n[#_1]\n[#_2]\n");
+        EXPECT_EQ(m_folder.Read(kDataFile), "[General]\nMeters=2\n[#_1]\n[#_2]\n") << recorded;
+    }
+}
+
+TEST_F(RecordNumbering, KeepsARecordedCountThatIsRight) {
+    const std::string data = "[General]\nMeters=02\n[#_1]\n[#_2]\n";
+    Open(data);
+    EXPECT_EQ(m_folder.Read(kDataFile), data);
+}
+
+TEST_F(RecordNumbering, FindsRenumberedSectionsByTheirNewNames) {
+    Open("[#_3]\nState=U\n[#2_3]\nState=H\n");
+    EXPECT_EQ(Data("#_1", "State"), "U");
+    EXPECT_EQ(Data("#2_1", "State"), "H");
+    EXPECT_EQ(Data("#_3", "State"), kMissing);
+    EXPECT_EQ(Data("#2_3", "State"), kMissing);
+}
+
+// Meters 1, 2, ... whose headers carry the numbers of `number(meter)`.
+template <typename Number>
+std::string Headers(int meters, Number number) {
+    std::string headers;
+    for (int meter = 1; meter <= meters; ++meter)
+        headers += "[#_" + std::to_string(number(meter)) + "]\n";
+    return headers;
+}
+
+TEST_F(RecordNumbering, RemembersTenThousandRenumberedMeters) {
+    Open(Headers(10002, [](int meter) { return meter + 1; }) +
+         "[#1_2]\n[#1_10001]\n[#1_10002]\n[#1_10003]\n");
+    EXPECT_EQ(m_database.GetNumberOfMeters(), 10002);
+    for (const char* followed : {"#1_1", "#1_10000"})
+        EXPECT_TRUE(m_database.m_dataFile->SectionExists(followed)) << followed;
+    for (const char* left : {"#1_10002", "#1_10003"})
+        EXPECT_TRUE(m_database.m_dataFile->SectionExists(left)) << left;
+}
+
+TEST_F(RecordNumbering, CountsRepeatedNumbersAmongThoseItRemembers) {
+    Open(Headers(10000, [](int) { return 20000; }) + "[#_30000]\n[#1_20000]\n[#1_30000]\n");
+    EXPECT_TRUE(m_database.m_dataFile->SectionExists("#_10001"));
+    EXPECT_TRUE(m_database.m_dataFile->SectionExists("#1_1"));
+    EXPECT_TRUE(m_database.m_dataFile->SectionExists("#1_30000"));
+}
+
+TEST_F(RecordNumbering, FindsMetersInAnyOrder) {
+    const int meters = 500;
+    std::string records = Headers(meters, [](int meter) { return 2000 - 3 * meter; });
+    for (int meter = 1; meter <= meters; ++meter)
+        records += "[#" + std::to_string(meter) + "_" + std::to_string(2000 - 3 * meter) + "]\n";
+    Open(records);
+    for (int meter = 1; meter <= meters; ++meter) {
+        const std::string number = std::to_string(meter);
+        EXPECT_TRUE(m_database.m_dataFile->SectionExists(("#" + number + "_" + number).c_str())) << meter;
+    }
+}
+
+// ---- client number ----------------------------------------------------------------------------------------
+
+TEST_F(ClientNumber, OfTheDataFileWins) {
+    const char* const none = nullptr;
+    struct {
+        const char* client;
+        const char* mandator;
+        const char* clientAfter;
+        const char* mandatorAfter;
+    } const cases[] = {
+        {none, "7", "7", "7"},    {"", "7", "7", "7"},     {"0", "7", "7", "7"},
+        {"x", "7", "7", "7"},     {"5", "7", "5", "5"},    {"5", none, "5", "5"},
+        {"5", "", "5", "5"},      {"5", "0", "5", "5"},    {"5", "x", "5", "5"},
+        {"5", "-7", "5", "5"},    {"5", "5", "5", "5"},    {"05", "5", "05", "5"},
+        {"5", "05", "5", "05"},   {none, "0", none, "0"},  {none, "-7", none, "-7"},
+        {none, none, none, none}, {"-5", "7", "-5", "7"},  {"-5", none, "-5", none},
+        {"0", none, "0", none},   {" 5", "7", " 5", " 5"}, {"5000", "7", "5000", "5000"},
+    };
+    const auto entry = [](const char* key, const char* value) {
+        return value == nullptr ? std::string() : std::string(key) + "=" + value + "\n";
+    };
+    for (const auto& c : cases) {
+        const std::string data = "[General]\nMeters=1\n";
+        const std::string app = "[State]\nDirty=No\n";
+        Open(data + entry("Client", c.client) + "[#_1]\n", "", app + entry("MandatorIdx", c.mandator));
+        SCOPED_TRACE("client " + Data("General", "Client") + ", mandator " + App("State", "MandatorIdx"));
+        EXPECT_EQ(m_folder.Read(kDataFile), data + entry("Client", c.clientAfter) + "[#_1]\n");
+        EXPECT_EQ(m_folder.Read(kAppFile), app + entry("MandatorIdx", c.mandatorAfter));
+        EXPECT_EQ(m_database.m_currentMeter, 1);
+    }
+}
+
+TEST_F(ClientNumber, IsReadUpTo39Characters) {
+    Open("[General]\nMeters=0\nClient=" + std::string(38, '0') + "57\n", "", "[State]\nDirty=No\n");
+    EXPECT_EQ(App("State", "MandatorIdx"), std::string(38, '0') + "5");
+}
+
+TEST_F(ClientNumber, IsSavedTogetherWithNewNumbers) {
+    Open("[General]\nMeters=9\n[#_3]\n", "", "[State]\nMandatorIdx=7\nDirty=No\n");
+    EXPECT_EQ(m_folder.Read(kDataFile), "[General]\nMeters=1\nClient=7\n[#_1]\n");
+}
+
+TEST_F(ClientNumber, StaysWithoutAnAppFile) {
+    Open("[General]\nMeters=0\n");
+    CMeterIniFile* const appFile = std::exchange(m_database.m_appFile, nullptr);
+    appFile->WriteString("State", "MandatorIdx", "7");
+    EXPECT_EQ(m_database.CheckConsistency(), 0);
+    EXPECT_EQ(Data("General", "Client"), kMissing);
+    m_database.m_appFile = appFile;
+}
+
+// ---- closing ----------------------------------------------------------------------------------------------
+
+TEST_F(DatabaseClosing, DropsChangesAndPosition) {
+    Open("[General]\nMeters=1\n[#_1]\nState=U\n[#1_1]\n");
+    ASSERT_TRUE(m_database.SetAppendix(1));
+    m_database.m_dataFile->WriteString("#_1", "State", "H");
+    m_database.m_appFile->WriteString("State", "Dirty", "Yes");
+    EXPECT_TRUE(m_database.CloseDataFile());
+    EXPECT_EQ(m_database.m_dataFile, nullptr);
+    EXPECT_EQ(m_database.GetPtrToAppFile(), nullptr);
+    EXPECT_NE(m_database.GetPtrToIniFile(), nullptr);
+    EXPECT_EQ(m_database.m_currentMeter, 0);
+    EXPECT_EQ(m_database.m_currentAppendix, 0);
+    EXPECT_EQ(m_folder.Read(kDataFile), "[General]\nMeters=1\n[#_1]\nState=U\n[#1_1]\n");
+    EXPECT_EQ(m_folder.Read(kAppFile), "[State]\r\nDirty=No\r\n");
+}
+
+TEST_F(DatabaseClosing, IsTrueWithoutAnOpenDatabase) {
+    EXPECT_TRUE(m_database.CloseDataFile());
+    EXPECT_TRUE(m_database.CloseDataFile());
+}
+
+TEST_F(DatabaseClosing, LetsTheDatabaseBeOpenedAgain) {
+    Open("[#_1]\nState=U\n");
+    m_database.CloseDataFile();
+    EXPECT_TRUE(m_database.OpenDataFile(false));
+    EXPECT_EQ(m_database.GetActualPosition(), 1);
+}
+
+// ---- wiping -----------------------------------------------------------------------------------------------
+
+TEST_F(DatabaseWiping, LeavesAnEmptyDataFileAndTheAppFile) {
+    m_folder.Write(kRawFile, "raw data");
+    Open("[#_1]\nState=U\n", "", "[State]\nDirty=Yes\nRoute=12\n");
+    EXPECT_TRUE(m_database.DeleteAllData());
+    EXPECT_EQ(m_folder.Read(kDataFile), "[General]\r\nMeters=0\r\n");
+    EXPECT_EQ(m_folder.Read(kAppFile), "[State]\nDirty=No\nRoute=12\n");
+    EXPECT_FALSE(m_folder.Exists(kRawFile));
+    EXPECT_EQ(m_database.GetNumberOfMeters(), 0);
+    EXPECT_EQ(m_database.GetActualPosition(), 0);
+}
+
+TEST_F(DatabaseWiping, IsTrueWithoutARawFile) {
+    Open("[#_1]\n");
+    EXPECT_TRUE(m_database.DeleteAllData());
+    EXPECT_EQ(m_database.GetNumberOfMeters(), 0);
+}
+
+TEST_F(DatabaseWiping, IsTrueWhenTheDataFileCannotBeOpenedAgain) {
+    Open("[#_1]\n");
+    m_database.m_systemIni->DeleteKey("System", "DataFile");
+    EXPECT_TRUE(m_database.DeleteAllData());
+    EXPECT_FALSE(m_folder.Exists(kDataFile));
+    EXPECT_EQ(m_database.GetNumberOfMeters(), -1);
+    EXPECT_EQ(App("State", "Dirty"), "No");
+}
+
+TEST_F(DatabaseWiping, OpensTheFilesOfTheSystemSection) {
+    WriteSystemIni("[ModuleMode]\nDataFile=module.ini\n");
+    m_folder.Write("module.ini", "[#_1]\n");
+    m_database.SetIniFile(L"system.ini");
+    ASSERT_TRUE(m_database.OpenDataFile(true));
+    EXPECT_TRUE(m_database.DeleteAllData());
+    EXPECT_FALSE(m_folder.Exists("module.ini"));
+    EXPECT_TRUE(m_folder.Exists(kDataFile));
+}
+
+TEST_F(DatabaseWiping, NeedsAllStores) {
+    const std::string data = "[General]\nMeters=1\n[#_1]\n";
+    m_folder.Write(kRawFile, "raw data");
+    Open(data);
+    for (CMeterIniFile** store : {&m_database.m_systemIni, &m_database.m_dataFile, &m_database.m_appFile}) {
+        CMeterIniFile* const kept = std::exchange(*store, nullptr);
+        EXPECT_FALSE(m_database.DeleteAllData());
+        *store = kept;
+    }
+    EXPECT_EQ(m_folder.Read(kDataFile), data);
+    EXPECT_EQ(m_folder.Read(kRawFile), "raw data");
+    EXPECT_EQ(m_database.GetActualPosition(), 1);
+}
+
+}  // namespace
