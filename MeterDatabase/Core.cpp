@@ -435,7 +435,6 @@ bool CMeterDatabase::OpenDataFile(bool moduleMode) try {
         !AddDefault(*m_appFile, "State", "Dirty", "No"))
         return false;
     m_currentMeter = CheckConsistency() >= 1 ? 1 : 0;
-    m_currentAppendix = 0;
     const Composed saveError(L"%S", Text(MeterRecords::kSaveError));
     for (CMeterIniFile* store : {m_systemIni, m_appFile, m_dataFile})
         store->SetSaveErrorText(saveError.text);

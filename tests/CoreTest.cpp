@@ -6,7 +6,9 @@
 
 #include "Platform/Platform.h"
 #include "tests/support/DatabaseFixture.h"
+#include "tests/support/FakeSystem.h"
 #include "tests/support/GuardedBuffer.h"
+#include "tests/support/HeapFault.h"
 
 namespace {
 
@@ -194,6 +196,78 @@ TEST_F(DatabaseObject, SavesDataFileAndAppFileWhenItEnds) {
     EXPECT_NE(m_folder.Read(kDataFile).find("CompanyID=Waterworks"), std::string::npos);
     EXPECT_NE(m_folder.Read(kAppFile).find("Route=12"), std::string::npos);
     EXPECT_EQ(m_folder.Read(kSystemIni).find("Route"), std::string::npos);
+}
+
+TEST_F(DatabaseObject, SavesTheDataFileFirstWhenItEnds) {
+    WriteSystemIni();
+    auto database = std::make_unique<TestDatabase>(m_folder.Wide().c_str());
+    database->SetIniFile(L"system.ini");
+    ASSERT_TRUE(database->OpenDataFile(false));
+    FakeSystem system;
+    database.reset();
+    std::vector<std::wstring> saved;
+    for (const FakeSystem::Entry& entry : system.Journal())
+        if (entry.call == FakeSystem::Call::Rename)
+            saved.push_back(entry.to);
+    EXPECT_EQ(saved, (std::vector<std::wstring>{m_folder.Wide(kDataFile), m_folder.Wide(kAppFile)}));
+}
+
+TEST_F(DatabaseObject, EndsQuietlyWhenItCannotSave) {
+    const std::string data = "[General]\nMeters=0\n";
+    const std::string app = "[State]\nDirty=No\n";
+    WriteSystemIni();
+    m_folder.Write(kDataFile, data);
+    m_folder.Write(kAppFile, app);
+    auto database = std::make_unique<TestDatabase>(m_folder.Wide().c_str());
+    database->SetIniFile(L"system.ini");
+    ASSERT_TRUE(database->OpenDataFile(false));
+    database->m_dataFile->WriteString("General", "CompanyID", "Waterworks");
+    database->m_appFile->WriteString("State", "Route", "12");
+    FakeSystem system;
+    system.FailCall(FakeSystem::Call::Rename, 1, FakeSystem::Times::FromThenOn);
+    database.reset();
+    EXPECT_EQ(system.Count(FakeSystem::Call::Rename), 2);
+    EXPECT_EQ(system.Messages().size(), 0u);
+    EXPECT_EQ(m_folder.Read(kDataFile), data);
+    EXPECT_EQ(m_folder.Read(kAppFile), app);
+}
+
+// ---- little memory ----------------------------------------------------------------------------------------
+
+TEST_F(DatabaseObject, DoesWithoutMemoryForTextsAndFieldLists) {
+    FakeSystem system;
+    system.FailCall(FakeSystem::Call::Allocate, 1, FakeSystem::Times::FromThenOn);
+    TestDatabase database(L"\\Terminal");
+    EXPECT_EQ(system.Count(FakeSystem::Call::Allocate), 38);
+    EXPECT_EQ(system.Messages().size(), 35u);
+    for (const char* text : database.m_texts)
+        EXPECT_EQ(text, nullptr);
+    for (const TestDatabase::FieldList& list : database.m_fieldLists)
+        EXPECT_EQ(list.fields, nullptr);
+    char action[40];
+    EXPECT_TRUE(database.GetMeterActionText(action, sizeof action));
+    EXPECT_STREQ(action, "");
+}
+
+TEST_F(DatabaseObject, DoesWithoutMemoryForOneFieldList) {
+    for (int list = 0; list < TestDatabase::kFieldLists; ++list) {
+        FakeSystem system;
+        system.FailCall(FakeSystem::Call::Allocate, TestDatabase::kTexts + 1 + list);
+        const TestDatabase database(L"\\Terminal");
+        for (int i = 0; i < TestDatabase::kFieldLists; ++i)
+            EXPECT_EQ(database.m_fieldLists[i].fields == nullptr, i == list);
+    }
+}
+
+TEST_F(DatabaseObject, HasNoSystemIniWithoutMemoryForIt) {
+    WriteSystemIni();
+    {
+        HeapFault fault(1);
+        EXPECT_TRUE(m_database.SetIniFile(L"system.ini"));
+        EXPECT_TRUE(fault.Happened());
+    }
+    EXPECT_EQ(m_database.GetPtrToIniFile(), nullptr);
+    EXPECT_FALSE(m_database.OpenDataFile(false));
 }
 
 // ---- system ini -------------------------------------------------------------------------------------------

@@ -2,6 +2,7 @@
 #include <utility>
 
 #include "tests/support/DatabaseFixture.h"
+#include "tests/support/FakeSystem.h"
 #include "tests/support/GuardedBuffer.h"
 
 namespace {
@@ -66,6 +67,34 @@ TEST_F(GeneralData, IsSavedAlsoWhenTheChangeIsRefused) {
     EXPECT_FALSE(m_database.SetGeneralData("", "x"));
     EXPECT_EQ(m_folder.Read(kAppFile), "[State]\nDirty=No\nRoute=14\n");
     EXPECT_FALSE(m_database.IniFileError());
+}
+
+TEST_F(GeneralData, RaisesTheErrorsOfBothFilesWhenItCannotBeSaved) {
+    for (const bool deletion : {false, true}) {
+        Open("", "", kApp);
+        FakeSystem system;
+        system.FailCall(FakeSystem::Call::Rename, 1);
+        EXPECT_FALSE(deletion ? m_database.DeleteGeneralData("Route")
+                              : m_database.SetGeneralData("Route", "13"));
+        EXPECT_TRUE(m_database.m_dataFile->m_error);
+        EXPECT_TRUE(m_database.m_appFile->m_error);
+        EXPECT_FALSE(m_database.m_systemIni->m_error);
+        EXPECT_TRUE(m_database.IniFileError());
+        EXPECT_EQ(App("State", "Route"), deletion ? kMissing : "13");
+        EXPECT_EQ(m_folder.Read(kAppFile), kApp);
+    }
+}
+
+TEST_F(GeneralData, MayFailToBeSavedWithoutADataFile) {
+    Open("", "", kApp);
+    CMeterIniFile* const dataFile = std::exchange(m_database.m_dataFile, nullptr);
+    FakeSystem system;
+    system.FailCall(FakeSystem::Call::Rename, 1, FakeSystem::Times::FromThenOn);
+    EXPECT_FALSE(m_database.SetGeneralData("Route", "13"));
+    EXPECT_FALSE(m_database.DeleteGeneralData("Route"));
+    EXPECT_TRUE(m_database.m_appFile->m_error);
+    EXPECT_FALSE(dataFile->m_error);
+    m_database.m_dataFile = dataFile;
 }
 
 TEST_F(GeneralData, NeedsAnAppFile) {

@@ -1,9 +1,12 @@
 // Opening the data file: where the files are found, the defaults they get, the order that records are brought
 // into; closing and wiping it.
+#include <filesystem>
 #include <utility>
 
 #include "Platform/Platform.h"
 #include "tests/support/DatabaseFixture.h"
+#include "tests/support/FakeSystem.h"
+#include "tests/support/HeapFault.h"
 
 namespace {
 
@@ -154,7 +157,7 @@ TEST_F(DatabaseOpening, GivesNewFilesTheirDefaultsAndSavesThem) {
     EXPECT_TRUE(m_database.OpenDataFile(false));
     EXPECT_EQ(m_folder.Read(kDataFile), "[General]\r\nMeters=0\r\n");
     EXPECT_EQ(m_folder.Read(kAppFile), "[State]\r\nDirty=No\r\n");
-    EXPECT_EQ(m_database.GetActualPosition(), 0);
+    EXPECT_EQ(m_database.m_currentMeter, 0);
     EXPECT_EQ(m_database.CheckConsistency(), 0);
 }
 
@@ -219,6 +222,74 @@ TEST_F(DatabaseOpening, FailsWhenTheAppFileCannotBeRead) {
     EXPECT_EQ(m_folder.Read(kDataFile), "[General]\r\nMeters=0\r\n");
 }
 
+TEST_F(DatabaseOpening, FailsWhenADefaultCannotBeSaved) {
+    WriteSystemIni();
+    m_database.SetIniFile(L"system.ini");
+    for (const int save : {1, 2}) {
+        m_folder.Write(kDataFile, "");
+        FakeSystem system;
+        system.FailCall(FakeSystem::Call::Rename, save);
+        EXPECT_FALSE(m_database.OpenDataFile(false));
+        EXPECT_TRUE(system.FaultHappened());
+        EXPECT_NE(m_database.m_dataFile, nullptr);
+        EXPECT_NE(m_database.m_appFile, nullptr);
+        EXPECT_EQ(m_database.m_currentMeter, 0);
+        EXPECT_TRUE(m_database.IniFileError());
+        EXPECT_EQ(m_folder.Read(kDataFile), save == 1 ? "" : "[General]\r\nMeters=0\r\n");
+        EXPECT_FALSE(m_folder.Exists(kAppFile));
+    }
+    EXPECT_TRUE(m_database.OpenDataFile(false));
+}
+
+// Whatever fails while records are brought into order, the next opening finds all of them.
+TEST_F(DatabaseOpening, LosesNothingToAnyFailingCall) {
+    const std::string data = "[General]\nMeters=9\n[#_3]\nState=U\n[#1_3]\nState=H\n";
+    WriteSystemIni("[StringTexts]\nRawUsed=done\n");
+    m_database.SetIniFile(L"system.ini");
+    bool failed = true;
+    for (int call = 1; failed; ++call) {
+        m_folder.Write(kDataFile, data);
+        std::filesystem::remove(m_folder.Path() / kAppFile);
+        {
+            FakeSystem system;
+            system.FailAnyCall(call);
+            m_database.OpenDataFile(false);
+            failed = system.FaultHappened();
+        }
+        ASSERT_TRUE(m_database.OpenDataFile(false)) << call;
+        EXPECT_EQ(Data("#_1", "State"), "U") << call;
+        EXPECT_EQ(m_database.m_currentMeter, 1) << call;
+    }
+}
+
+TEST_F(DatabaseOpening, FailsWithoutMemory) {
+    WriteSystemIni("[Languages]\nLanguages=1\nLanguage1=a long language code,a long file name.txt\n");
+    m_folder.Write(kDataFile, "[#_3]\nState=U\n");
+    m_database.SetIniFile(L"system.ini");
+    bool failed = true;
+    for (int allocation = 1; failed; ++allocation) {
+        bool opened = false;
+        {
+            HeapFault fault(allocation);
+            opened = m_database.OpenDataFile(false);
+            failed = fault.Happened();
+        }
+        EXPECT_TRUE(opened || failed) << allocation;
+        EXPECT_TRUE(!opened || m_database.m_dataFile != nullptr) << allocation;
+        ASSERT_TRUE(m_database.OpenDataFile(false)) << allocation;
+        EXPECT_EQ(Data("#_1", "State"), "U") << allocation;
+    }
+    EXPECT_TRUE(m_folder.Exists(kDataFile));
+}
+
+TEST_F(DatabaseOpening, FailsWithoutMemoryForAStore) {
+    WriteSystemIni();
+    m_database.SetIniFile(L"system.ini");
+    HeapFault fault(1, HeapFault::Times::FromThenOn);
+    EXPECT_FALSE(m_database.OpenDataFile(false));
+    EXPECT_EQ(m_database.m_dataFile, nullptr);
+}
+
 // ---- record numbers ---------------------------------------------------------------------------------------
 
 TEST_F(RecordNumbering, FollowsTheOrderOfTheHeaders) {
@@ -258,8 +329,9 @@ TEST_F(RecordNumbering, FollowsTheOrderOfTheHeaders) {
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
         const std::string general = "[General]\nMeters=";
-        Open(general + "0\n" + c.before);
-        const std::string expected = general + std::to_string(c.meters) + "\n" + c.after;
+        const std::string meters = std::to_string(c.meters) + "\n";
+        Open(general + meters + c.before);
+        const std::string expected = general + meters + c.after;
         EXPECT_EQ(DataLines(), expected);
         EXPECT_EQ(m_folder.Read(kDataFile), expected);
         EXPECT_EQ(m_database.CheckConsistency(), c.meters);
@@ -326,6 +398,40 @@ TEST_F(RecordNumbering, FindsMetersInAnyOrder) {
     }
 }
 
+TEST_F(RecordNumbering, SavesNothingWhenAllIsInOrder) {
+    Open("[General]\nMeters=1\nClient=7\n[#_1]\n[#1_1]\n", "", "[State]\nDirty=No\nMandatorIdx=7\n");
+    FakeSystem system;
+    EXPECT_EQ(m_database.CheckConsistency(), 1);
+    EXPECT_EQ(system.Count(FakeSystem::Call::CreateNew), 0);
+}
+
+TEST_F(RecordNumbering, FindsNoMetersWhenItCannotBeSaved) {
+    const std::string data = "[General]\nMeters=2\n[#_1]\n[#_3]\n";
+    WriteSystemIni();
+    m_folder.Write(kDataFile, data);
+    m_folder.Write(kAppFile, "[State]\nDirty=No\n");
+    m_database.SetIniFile(L"system.ini");
+    FakeSystem system;
+    system.FailCall(FakeSystem::Call::Rename, 1, FakeSystem::Times::FromThenOn);
+    EXPECT_TRUE(m_database.OpenDataFile(false));
+    EXPECT_EQ(m_database.m_currentMeter, 0);
+    EXPECT_TRUE(m_database.IniFileError());
+    EXPECT_TRUE(m_database.m_dataFile->SectionExists("#_2"));
+    EXPECT_EQ(m_folder.Read(kDataFile), data);
+}
+
+TEST_F(RecordNumbering, LeavesAppendicesWithoutMemoryForItsTable) {
+    Open("[General]\nMeters=1\n[#_1]\n");
+    for (const char* header : {"[#_5]", "[#1_5]"})
+        m_database.m_dataFile->AppendString(header);
+    FakeSystem system;
+    system.FailCall(FakeSystem::Call::Allocate, 1);
+    EXPECT_EQ(m_database.CheckConsistency(), 2);
+    EXPECT_TRUE(system.FaultHappened());
+    EXPECT_EQ(DataLines(), "[General]\nMeters=2\n[#_1]\n[#_2]\n[#1_5]\n");
+    EXPECT_EQ(system.Messages().size(), 0u);
+}
+
 // ---- client number ----------------------------------------------------------------------------------------
 
 TEST_F(ClientNumber, OfTheDataFileWins) {
@@ -359,6 +465,8 @@ TEST_F(ClientNumber, OfTheDataFileWins) {
 }
 
 TEST_F(ClientNumber, IsReadUpTo39Characters) {
+    Open("[General]\nMeters=0\n", "", "[State]\nMandatorIdx=" + std::string(38, '0') + "57\n");
+    EXPECT_EQ(Data("General", "Client"), std::string(38, '0') + "5");
     Open("[General]\nMeters=0\nClient=" + std::string(38, '0') + "57\n", "", "[State]\nDirty=No\n");
     EXPECT_EQ(App("State", "MandatorIdx"), std::string(38, '0') + "5");
 }
@@ -375,6 +483,26 @@ TEST_F(ClientNumber, StaysWithoutAnAppFile) {
     EXPECT_EQ(m_database.CheckConsistency(), 0);
     EXPECT_EQ(Data("General", "Client"), kMissing);
     m_database.m_appFile = appFile;
+}
+
+TEST_F(ClientNumber, IsNoMeterWhenItCannotBeSaved) {
+    Open("[General]\nMeters=1\n[#_1]\n");
+    m_database.m_appFile->WriteString("State", "MandatorIdx", "7");
+    FakeSystem system;
+    system.FailCall(FakeSystem::Call::Rename, 1);
+    EXPECT_EQ(m_database.CheckConsistency(), 0);
+    EXPECT_EQ(Data("General", "Client"), "7");
+    EXPECT_TRUE(m_database.m_dataFile->m_error);
+}
+
+TEST_F(ClientNumber, StandsWhenTheAppFileCannotBeSaved) {
+    Open("[General]\nMeters=1\n[#_1]\n");
+    m_database.m_dataFile->WriteString("General", "Client", "5");
+    FakeSystem system;
+    system.FailCall(FakeSystem::Call::Rename, 1);
+    EXPECT_EQ(m_database.CheckConsistency(), 1);
+    EXPECT_EQ(App("State", "MandatorIdx"), "5");
+    EXPECT_TRUE(m_database.m_appFile->m_error);
 }
 
 // ---- closing ----------------------------------------------------------------------------------------------
@@ -456,6 +584,31 @@ TEST_F(DatabaseWiping, NeedsAllStores) {
     EXPECT_EQ(m_folder.Read(kDataFile), data);
     EXPECT_EQ(m_folder.Read(kRawFile), "raw data");
     EXPECT_EQ(m_database.GetActualPosition(), 1);
+}
+
+TEST_F(DatabaseWiping, IsTrueWhenFilesCannotBeDeletedOrSaved) {
+    m_folder.Write(kRawFile, "raw data");
+    Open("[General]\nMeters=1\n[#_1]\n");
+    for (const FakeSystem::Call call : {FakeSystem::Call::Remove, FakeSystem::Call::Rename}) {
+        FakeSystem system;
+        system.FailCall(call, 1, FakeSystem::Times::FromThenOn);
+        EXPECT_TRUE(m_database.DeleteAllData());
+        EXPECT_TRUE(system.FaultHappened());
+        EXPECT_EQ(m_folder.Exists(kRawFile), call == FakeSystem::Call::Remove);
+        EXPECT_EQ(m_folder.Exists(kDataFile), call == FakeSystem::Call::Remove);
+    }
+}
+
+TEST_F(DatabaseWiping, DeletesTheDataFileBeforeTheRawFile) {
+    m_folder.Write(kRawFile, "raw data");
+    Open("[#_1]\n");
+    FakeSystem system;
+    ASSERT_TRUE(m_database.DeleteAllData());
+    std::vector<std::wstring> removed;
+    for (const FakeSystem::Entry& entry : system.Journal())
+        if (entry.call == FakeSystem::Call::Remove)
+            removed.push_back(entry.path);
+    EXPECT_EQ(removed, (std::vector<std::wstring>{m_folder.Wide(kDataFile), m_folder.Wide(kRawFile)}));
 }
 
 }  // namespace

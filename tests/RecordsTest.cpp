@@ -4,6 +4,7 @@
 #include "Platform/Platform.h"
 #include "tests/support/DatabaseFixture.h"
 #include "tests/support/GuardedBuffer.h"
+#include "tests/support/HeapFault.h"
 
 namespace {
 
@@ -619,6 +620,65 @@ TEST_F(MeterAction, TextOfAChangeNeedsNoAppendix) {
     Open("[#_1]\nAction=A,U,8,Change,\"\"\nMeterNo=A,U,8,77,\"\"\n",
          "[StringTexts]\nActionMeterChange=to <MeterNo>!\n");
     EXPECT_EQ(ActionText(), "to !");
+}
+
+// ---- little memory ----------------------------------------------------------------------------------------
+
+// Makes the call again and again, each time with another allocation failing, until it needs no more of them.
+// Number of rounds in which one failed.
+template <typename Call>
+int FailEachAllocation(Call call) {
+    for (int allocation = 1;; ++allocation) {
+        HeapFault fault(allocation);
+        call();
+        if (!fault.Happened())
+            return allocation - 1;
+    }
+}
+
+constexpr int kLarge = 2147483647;  // makes the longest names of sections
+
+TEST_F(RecordNavigation, LeavesThePositionWithoutMemory) {
+    Open("[#_1]\n");
+    m_database.m_dataFile->AppendString("[#2147483647_2147483647]");
+    m_database.m_currentMeter = kLarge;
+    EXPECT_GT(FailEachAllocation([this] {
+                  m_database.m_currentAppendix = 0;
+                  const bool moved = m_database.SetAppendix(kLarge);
+                  EXPECT_EQ(m_database.m_currentAppendix, moved ? kLarge : 0);
+              }),
+              0);
+    EXPECT_EQ(m_database.m_currentAppendix, kLarge);
+}
+
+TEST_F(RecordData, IsEmptyWithoutMemory) {
+    Open("[#_1]\n");
+    m_database.m_currentMeter = kLarge;
+    m_database.m_currentAppendix = kLarge;
+    char line[40];
+    EXPECT_GT(FailEachAllocation([this, &line] {
+                  const bool given = m_database.GetRecordData(0, line, sizeof line);
+                  EXPECT_STREQ(line, given ? "[#2147483647_2147483647]" : "");
+              }),
+              0);
+    EXPECT_STREQ(line, "[#2147483647_2147483647]");
+}
+
+TEST_F(MeterAction, IsEmptyWithoutMemory) {
+    OpenWithAction("Change", "replaced by the new <MeterNo>", "123456789012345");
+    char text[255];
+    EXPECT_GT(FailEachAllocation([this, &text] {
+                  const bool given = m_database.GetMeterActionText(text, sizeof text);
+                  EXPECT_STREQ(text, given ? "replaced by the new 123456789012345" : "");
+              }),
+              0);
+    EXPECT_STREQ(text, "replaced by the new 123456789012345");
+    m_database.m_dataFile->WriteString("#_1", "Action", "A,U,8,a word beyond the table,\"\"");
+    EXPECT_GT(FailEachAllocation([this, &text] {
+                  const bool given = m_database.GetMeterAction(text);
+                  EXPECT_STREQ(text, given ? "a word beyond the table" : "");
+              }),
+              0);
 }
 
 }  // namespace

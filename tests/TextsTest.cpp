@@ -2,6 +2,7 @@
 #include <cstring>
 
 #include "tests/support/DatabaseFixture.h"
+#include "tests/support/FakeSystem.h"
 
 namespace {
 
@@ -161,6 +162,33 @@ TEST_F(DisplayTexts, AreHandledAllAtOnce) {
         EXPECT_STREQ(m_database.m_texts[i], kExpected[i].text);
 }
 
+TEST_F(DisplayTexts, AreMissedAloudWithoutMemory) {
+    OneText store("done");
+    for (const int mode : {2, 3}) {
+        FakeSystem system;
+        system.FailCall(FakeSystem::Call::Allocate, 1);
+        m_database.HandleText(&store, mode, &m_database.m_texts[kUsed], "Texts", "Key", "default");
+        EXPECT_EQ(m_database.m_texts[kUsed], nullptr);
+        const std::vector<FakeSystem::Message> messages = system.Messages();
+        ASSERT_EQ(messages.size(), 1u);
+        EXPECT_EQ(messages[0].owner, nullptr);
+        EXPECT_EQ(messages[0].text, L"Systemfehler: KEIN SPEICHER !");
+        EXPECT_EQ(messages[0].caption, L"xxx");
+        EXPECT_EQ(messages[0].type, 0u);
+    }
+    m_database.HandleText(&store, 3, &m_database.m_texts[kUsed], "Texts", "Key", "default");
+    EXPECT_STREQ(m_database.m_texts[kUsed], "done");
+}
+
+TEST_F(DisplayTexts, AreEachMissedWithoutMemory) {
+    FakeSystem system;
+    system.FailCall(FakeSystem::Call::Allocate, 1, FakeSystem::Times::FromThenOn);
+    m_database.HandleAllTexts(nullptr, 2);
+    EXPECT_EQ(system.Messages().size(), 35u);
+    for (const char* text : m_database.m_texts)
+        EXPECT_EQ(text, nullptr);
+}
+
 // ---- the choice of a language -----------------------------------------------------------------------------
 
 // Which texts are shown is told by the text "RawUsed": the system ini has "ini", the file of a language its
@@ -249,6 +277,30 @@ TEST_F(LanguageChoice, CutsLongCodes) {
 TEST_F(LanguageChoice, IsSavedAtOnceWhenTheFirstLanguageStepsIn) {
     Open("", "[Languages]\nLanguages=1\nLanguage1=de,de.txt\n", "[State]\nDirty=Yes\n");
     EXPECT_EQ(m_folder.Read(kAppFile), "[State]\nDirty=Yes\n[System]\nLanguage=de\n");
+}
+
+TEST_F(LanguageChoice, StandsWhenItCannotBeSaved) {
+    WriteSystemIni("[Languages]\nLanguages=1\nLanguage1=de,de.txt\n");
+    m_folder.Write("de.txt", "[StringTexts]\nRawUsed=de\n");
+    m_folder.Write(kDataFile, "[General]\nMeters=0\n");
+    m_folder.Write(kAppFile, "[State]\nDirty=No\n");
+    m_database.SetIniFile(L"system.ini");
+    FakeSystem system;
+    system.FailCall(FakeSystem::Call::Rename, 1);
+    EXPECT_TRUE(m_database.OpenDataFile(false));
+    EXPECT_TRUE(system.FaultHappened());
+    EXPECT_STREQ(m_database.m_texts[kUsed], "de");
+    EXPECT_EQ(App("System", "Language"), "de");
+}
+
+TEST_F(LanguageChoice, TakesTheSystemIniWhenTheTextsCannotBeRead) {
+    m_folder.Write("de.txt", "[StringTexts]\nRawUsed=de\n");
+    Open("", "[Languages]\nLanguages=1\nLanguage1=de,de.txt\n[StringTexts]\nRawUsed=ini\n");
+    ASSERT_STREQ(m_database.m_texts[kUsed], "de");
+    FakeSystem system;
+    system.FailCall(FakeSystem::Call::OpenForReading, 1);
+    m_database.DefineTexts();
+    EXPECT_STREQ(m_database.m_texts[kUsed], "ini");
 }
 
 TEST_F(LanguageChoice, LeavesTextsThatTheLanguageLacks) {
