@@ -366,6 +366,7 @@ constexpr StateCase kStates[] = {
     {"", "", ""},
     {"n", "", ""},
     {"xyUz", "unhandled", "unhandled"},
+    {"xI", "info record", ""},
     {"<DEFER>", "new appended", "deferred"},
     {"<defer>", "", ""},
     {"<DEFER> ", "new appended", "new appended"},
