@@ -362,8 +362,7 @@ TEST_F(RecordNumbering, FindsRenumberedSectionsByTheirNewNames) {
 
 TEST_F(RecordNumbering, KeepsTheBytesAroundTheHeaders) {
     Open("\xEF\xBB\xBF[#_3]\r\nState=U \n[#1_3]\r\n\n[General]\r\nMeters=1\n");
-    EXPECT_EQ(m_folder.Read(kDataFile),
-              "\xEF\xBB\xBF[#_1]\r\nState=U \n[#1_1]\r\n\n[General]\r\nMeters=1\n");
+    EXPECT_EQ(m_folder.Read(kDataFile), "\xEF\xBB\xBF[#_1]\r\nState=U \n[#1_1]\r\n\n[General]\r\nMeters=1\n");
 }
 
 // Meters 1, 2, ... whose headers carry the numbers of `number(meter)`.

@@ -1,8 +1,10 @@
 // The current record: navigation, raw lines, states and actions.
+#include <filesystem>
 #include <utility>
 
 #include "Platform/Platform.h"
 #include "tests/support/DatabaseFixture.h"
+#include "tests/support/FakeSystem.h"
 #include "tests/support/GuardedBuffer.h"
 #include "tests/support/HeapFault.h"
 
@@ -10,6 +12,7 @@ namespace {
 
 using RecordNavigation = DatabaseFixture;
 using RecordData = DatabaseFixture;
+using RecordSaving = DatabaseFixture;
 using RecordState = DatabaseFixture;
 using PlantState = DatabaseFixture;
 
@@ -257,6 +260,70 @@ TEST_F(RecordData, NeedsStoresAndACurrentMeter) {
     }
     m_database.m_currentMeter = 0;
     expectNone();
+}
+
+// ---- saving -----------------------------------------------------------------------------------------------
+
+constexpr const char* kOneMeter = "[General]\nMeters=1\n[#_1]\nState=U\n";
+constexpr const char* kHandledMeter = "[General]\nMeters=1\n[#_1]\nState=H\n";
+
+TEST_F(RecordSaving, PutsTheDataFileAloneOnTheMedium) {
+    Open(kOneMeter, "", "[State]\nDirty=No\n");
+    m_database.SetRecordState("H");
+    m_database.m_appFile->WriteString("State", "Dirty", "Yes");
+    EXPECT_TRUE(m_database.UpdateDatabaseForeground());
+    EXPECT_EQ(m_folder.Read(kDataFile), kHandledMeter);
+    EXPECT_EQ(m_folder.Read(kAppFile), "[State]\nDirty=No\n");
+}
+
+TEST_F(RecordSaving, TakesWhatIsThereWhenItIsArranged) {
+    Open(kOneMeter);
+    m_database.SetRecordState("H");
+    EXPECT_TRUE(m_database.UpdateDatabase());
+    m_database.SetRecordState("N");
+    m_database.CloseDataFile();
+    EXPECT_EQ(m_folder.Read(kDataFile), kHandledMeter);
+}
+
+TEST_F(RecordSaving, IsArrangedAlsoWhenItFailsLater) {
+    Open(kOneMeter);
+    FakeSystem system;
+    system.FailCall(FakeSystem::Call::Rename, 1, FakeSystem::Times::FromThenOn);
+    EXPECT_TRUE(m_database.UpdateDatabase());
+    m_database.CloseDataFile();
+    EXPECT_TRUE(system.FaultHappened());
+}
+
+TEST_F(RecordSaving, RaisesTheErrorsOfBothFilesWhenItFails) {
+    Open(kOneMeter);
+    m_database.SetRecordState("H");
+    FakeSystem system;
+    system.FailCall(FakeSystem::Call::Rename, 1);
+    EXPECT_FALSE(m_database.UpdateDatabaseForeground());
+    EXPECT_TRUE(m_database.m_dataFile->m_error);
+    EXPECT_TRUE(m_database.m_appFile->m_error);
+    EXPECT_EQ(m_folder.Read(kDataFile), kOneMeter);
+    EXPECT_TRUE(m_database.UpdateDatabaseForeground());
+    EXPECT_EQ(m_folder.Read(kDataFile), kHandledMeter);
+    EXPECT_TRUE(m_database.IniFileError());
+}
+
+TEST_F(RecordSaving, FailsForAFileThatMayNotBeWritten) {
+    Open(kOneMeter);
+    m_database.SetRecordState("H");
+    const std::filesystem::path file = m_folder.Path() / kDataFile;
+    const auto write = std::filesystem::perms::owner_write | std::filesystem::perms::group_write |
+                       std::filesystem::perms::others_write;
+    std::filesystem::permissions(file, write, std::filesystem::perm_options::remove);
+    EXPECT_FALSE(m_database.UpdateDatabaseForeground());
+    EXPECT_TRUE(m_database.IniFileError());
+    std::filesystem::permissions(file, write, std::filesystem::perm_options::add);
+    EXPECT_EQ(m_folder.Read(kDataFile), kOneMeter);
+}
+
+TEST_F(RecordSaving, NeedsADataFile) {
+    EXPECT_FALSE(m_database.UpdateDatabase());
+    EXPECT_FALSE(m_database.UpdateDatabaseForeground());
 }
 
 // ---- record state -----------------------------------------------------------------------------------------
