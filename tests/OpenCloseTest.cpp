@@ -524,7 +524,7 @@ TEST_F(DatabaseClosing, DropsChangesAndPosition) {
     EXPECT_EQ(m_database.m_currentMeter, 0);
     EXPECT_EQ(m_database.m_currentAppendix, 0);
     EXPECT_EQ(m_folder.Read(kDataFile), "[General]\nMeters=1\n[#_1]\nState=U\n[#1_1]\n");
-    EXPECT_EQ(m_folder.Read(kAppFile), "[State]\r\nDirty=No\r\n");
+    EXPECT_EQ(m_folder.Read(kAppFile), "[State]\nDirty=No\n");
 }
 
 TEST_F(DatabaseClosing, IsTrueWithoutAnOpenDatabase) {

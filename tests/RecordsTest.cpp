@@ -24,7 +24,7 @@ protected:
         std::string texts;
         if (!changeText.empty())
             texts = "[StringTexts]\nActionMeterChange=" + changeText + "\n";
-        Open("[#_1]\nState=U\nAction=A,U,8," + action +
+        Open("[General]\nMeters=1\n[#_1]\nState=U\nAction=A,U,8," + action +
                  ",\"\"\nMeterNo=A,U,8,main,\"\"\n[#1_1]\nMeterNo=A,U,8," + meterNo + ",\"\"\n",
              texts);
     }
@@ -542,7 +542,7 @@ TEST_F(MeterAction, IsTheBareValueOfTheMainRecord) {
         {"Action=A,U,8,\"" + longest + ",z\",\"\"", longest},
     };
     for (const auto& c : cases) {
-        Open("[#_1]\n" + c.entry + "\n[#1_1]\nAction=A,U,8,Collect,\"\"\n");
+        Open("[General]\nMeters=1\n[#_1]\n" + c.entry + "\n[#1_1]\nAction=A,U,8,Collect,\"\"\n");
         ASSERT_TRUE(m_database.SetAppendix(1));
         EXPECT_EQ(Action(), c.action) << c.entry;
         EXPECT_EQ(m_database.GetAppendix(), 1);
@@ -612,7 +612,7 @@ TEST_F(MeterAction, HasTheTextOfItsOwnSlot) {
     for (const auto& c : cases)
         texts += std::string(c.key) + "=" + c.key + "\n";
     for (const auto& c : cases) {
-        Open(std::string("[#_1]\nAction=A,U,8,") + c.action + ",\"\"\n", texts);
+        Open(std::string("[General]\nMeters=1\n[#_1]\nAction=A,U,8,") + c.action + ",\"\"\n", texts);
         EXPECT_EQ(ActionText(), c.key);
     }
 }

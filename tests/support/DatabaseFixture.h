@@ -71,7 +71,7 @@ protected:
     // Writes the files, attaches the system ini in place of an earlier one and opens the data file, which
     // must succeed.
     void Open(std::string_view dataFile, std::string_view systemIniSections = {},
-              std::string_view appFile = {});
+              std::string_view appFile = "[State]\nDirty=No\n");
 
     // An entry of the data file or of the app file as the open store holds it.
     std::string Data(const std::string& section, const std::string& key) const;
