@@ -445,7 +445,7 @@ bool CMeterDatabase::OpenDataFile(bool moduleMode) try {
 
 // The name that the system ini gives a file; "" when it gives none.
 std::string CMeterDatabase::ConfiguredFile(const char* key, bool moduleMode) const {
-    const std::string own = ReadText(*m_systemIni, "ModuleMode", key).value_or("");
+    std::string own = ReadText(*m_systemIni, "ModuleMode", key).value_or("");
     if (moduleMode && !own.empty())
         return own;
     return ReadText(*m_systemIni, "System", key).value_or("");
