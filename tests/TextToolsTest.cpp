@@ -174,14 +174,17 @@ TEST(TextTokens, EndAtAnyOfSeveralDelimiters) {
     EXPECT_EQ(token, "a;b,c") << "without delimiters the source is one token";
 }
 
-TEST(TextTokens, AreNumberedFromOne) {
-    std::string_view token = "kept";
-    EXPECT_FALSE(FindToken("a,b", 0, ",", &token));
-    EXPECT_FALSE(FindToken("a,b", -1, ",", &token));
-    EXPECT_FALSE(FindToken("", 1, ",", &token));
-    EXPECT_EQ(token, "kept");
-    EXPECT_FALSE(FindToken("a,b", 3, ",", &token));
-    EXPECT_FALSE(FindToken("a,b", std::numeric_limits<std::int64_t>::max(), ",", &token));
+TEST(TextTokens, AreNumberedFromOneAndEmptyWhenThereIsNone) {
+    struct Row {
+        const char* source;
+        std::int64_t index;
+    };
+    for (const Row& row : {Row{"a,b", 0}, Row{"a,b", -1}, Row{"", 1}, Row{"a,b", 3},
+                           Row{"a,b", std::numeric_limits<std::int64_t>::max()}}) {
+        std::string_view token = "of an earlier place";
+        EXPECT_FALSE(FindToken(row.source, row.index, ",", &token)) << row.source << " " << row.index;
+        EXPECT_EQ(token, "") << row.source << " " << row.index;
+    }
 }
 
 TEST(TextTokens, TakenOffTheFrontLeaveWhatIsBehindTheDelimiter) {
