@@ -1,0 +1,133 @@
+#include "terminal/Installation.h"
+
+#include <algorithm>
+#include <array>
+
+#include "MeterUtil/Text.h"
+#include "terminal/Refusal.h"
+#include "terminal/SaveListener.h"
+#include "terminal/Utf8.h"
+
+namespace {
+
+constexpr int kTextBytes = 4096;
+constexpr int kMostLanguages = 20;
+constexpr std::size_t kDirectoryChars = 259;  // that the library takes
+
+std::string Read(const CMeterIniFile* store, const std::string& section, const std::string& key) {
+    std::array<char, kTextBytes> text{};
+    if (store != nullptr)
+        store->ReadString(section.c_str(), key.c_str(), text.data(), kTextBytes);
+    return text.data();
+}
+
+std::string FirstToken(const std::string& text) {
+    std::string_view rest = text;
+    bool more = false;
+    return std::string(MeterText::WithoutQuotes(MeterText::TakeToken(&rest, ",", &more)));
+}
+
+// The directory as the library takes it, which puts a separator of its own behind it.
+std::wstring ApplicationPath(std::string directory) {
+    while (!directory.empty() && (directory.back() == '/' || directory.back() == '\\'))
+        directory.pop_back();
+    std::wstring path = Utf8::ToWide(directory);
+    if (path.size() > kDirectoryChars)
+        throw Refusal(kWrongUse, "the name of the directory is longer than 259 characters");
+    return path;
+}
+
+}  // namespace
+
+Installation::Installation(const Options& options) : m_database(ApplicationPath(options.directory).c_str()) {
+    try {
+        OpenStores(options);
+        m_language = ChosenLanguage(options);
+        m_database.SetLanguageCode(m_language.c_str());
+    } catch (...) {
+        m_database.CloseDataFile();
+        throw;
+    }
+}
+
+Installation::~Installation() {
+    m_database.CloseDataFile();
+}
+
+void Installation::OpenStores(const Options& options) {
+    const std::string name = Utf8::Shown(options.ini) + " of directory " + Utf8::Shown(options.directory);
+    m_database.SetIniFile(Utf8::ToWide(options.ini).c_str());
+    const CMeterIniFile* ini = m_database.GetPtrToIniFile();
+    if (ini == nullptr || ini->m_error)
+        throw Refusal(kFileFailed, name + " cannot be read");
+    if (!ini->SectionExists("System"))
+        throw Refusal(kFileFailed, name + " is missing or is no system ini: it has no section [System]");
+    const SaveListener saves;
+    const bool opened = m_database.OpenDataFile(false);
+    if (!saves.Reason().empty())
+        throw Refusal(kFileFailed, saves.Reason());
+    const CMeterIniFile* app = m_database.GetPtrToAppFile();
+    if (m_database.IniFileError())
+        throw Refusal(kFileFailed, app != nullptr && app->m_error
+                                       ? "the app file " + FileName("AppFile") + " cannot be read"
+                                       : "the data file " + FileName("DataFile") + " cannot be read");
+    if (!opened)
+        throw Refusal(kFileFailed, name + " does not name its files: AppFile, RawFile and DataFile");
+}
+
+std::string Installation::ChosenLanguage(const Options& options) {
+    const std::string kept = Read(m_database.GetPtrToAppFile(), "System", "Language");
+    const std::vector<std::string> languages = Languages();
+    if (options.language.empty() || MeterText::EqualIgnoringCase(options.language, kept))
+        return kept;
+    const auto isChosen = [&](const std::string& code) {
+        return MeterText::EqualIgnoringCase(code, options.language);
+    };
+    const auto chosen = std::find_if(languages.begin(), languages.end(), isChosen);
+    if (chosen != languages.end()) {
+        KeepLanguage(*chosen);
+        return *chosen;
+    }
+    std::string known;
+    for (const std::string& code : languages)
+        known += (known.empty() ? "" : ", ") + Utf8::Shown(code);
+    throw Refusal(kRefused, "the installation has no language \"" + Utf8::Shown(options.language) +
+                                "\"; it has " + (known.empty() ? "no languages" : known));
+}
+
+std::vector<std::string> Installation::Languages() {
+    const CMeterIniFile* ini = m_database.GetPtrToIniFile();
+    const int count = std::min(MeterText::ToInt(Read(ini, "Languages", "Languages")), kMostLanguages);
+    std::vector<std::string> codes;
+    for (int number = 1; number <= count; ++number)
+        codes.push_back(FirstToken(Read(ini, "Languages", "Language" + std::to_string(number))));
+    codes.erase(std::remove(codes.begin(), codes.end(), std::string()), codes.end());
+    return codes;
+}
+
+// The texts of a language are loaded when the files are opened.
+void Installation::KeepLanguage(const std::string& language) {
+    const SaveListener saves;
+    CMeterIniFile* app = m_database.GetPtrToAppFile();
+    if (!app->WriteString("System", "Language", language.c_str()) || !app->UpdateFile() ||
+        !m_database.OpenDataFile(false))
+        throw Refusal(kFileFailed, saves.Reason());
+}
+
+std::string Installation::Label(const std::string& name, const std::string& meterType) {
+    // As with the fields themselves, what is said for a type or a language goes before what is said for all.
+    const std::string type = meterType.empty() ? "" : "_" + meterType;
+    const std::string language = m_language.empty() ? "" : "_" + m_language;
+    for (const std::string base : {"Values", "Extra", "Statistic"}) {
+        for (const std::string& section : {base + type + language, base + type, base + language, base}) {
+            const std::string label = FirstToken(Read(m_database.GetPtrToIniFile(), section, name));
+            if (!label.empty())
+                return label;
+        }
+    }
+    return {};
+}
+
+std::string Installation::FileName(const char* key) {
+    return Utf8::ShownPath(Read(m_database.GetPtrToIniFile(), "System", key));
+}

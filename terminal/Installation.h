@@ -1,0 +1,45 @@
+// An installation of the system on this machine, opened for one command: its files, its language and its
+// texts.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "MeterDatabase/MeterDatabase.h"
+
+struct Options {
+    std::string directory = ".";  // of the application
+    std::string ini = "meterdb.ini";
+    std::string user;
+    std::string language;  // "": the one that the installation keeps
+};
+
+class Installation {
+public:
+    // Opens the files. A language that is chosen is kept for the next time. Throws a Refusal when a file is
+    // missing, cannot be read, or needs a default and cannot be saved, or when the installation does not have
+    // the language.
+    explicit Installation(const Options& options);
+
+    // Closes the files as they are on the medium: what a command did not save is dropped.
+    ~Installation();
+    Installation(const Installation&) = delete;
+    Installation& operator=(const Installation&) = delete;
+
+    CMeterDatabase& Database() { return m_database; }
+
+    // What the current user calls a value of a meter type; "" when the installation does not say.
+    std::string Label(const std::string& name, const std::string& meterType);
+
+    // The name of a file as the system ini gives it ("DataFile", "AppFile"), as it can be shown.
+    std::string FileName(const char* key);
+
+private:
+    void OpenStores(const Options& options);
+    std::string ChosenLanguage(const Options& options);
+    std::vector<std::string> Languages();
+    void KeepLanguage(const std::string& language);
+
+    CMeterDatabase m_database;
+    std::string m_language;
+};

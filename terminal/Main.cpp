@@ -1,0 +1,17 @@
+// meterdb, the command-line terminal: the sample application of the meter database.
+#include <cstdlib>
+#include <iostream>
+
+#include "Platform/Console.h"
+#include "terminal/Refusal.h"
+#include "terminal/Terminal.h"
+
+int main(int argc, char** argv) {
+    const Platform::Console console = Platform::OpenConsole();
+    const char* noColour = std::getenv("NO_COLOR");
+    const bool colours = console.isTerminal && (noColour == nullptr || *noColour == '\0');
+    Screen screen(std::cout, std::cerr, {colours, console.columns});
+    const int code = RunTerminal(Platform::ProgramArguments(argc, argv), screen);
+    // What nobody could read was not shown.
+    return std::cout.flush() ? code : kFileFailed;
+}

@@ -1,0 +1,62 @@
+// What the program writes: lines in tones and tables whose columns stand under each other. It adapts to the
+// width of the terminal and colours only what a person looks at; the words say the same without colours.
+#pragma once
+
+#include <iosfwd>
+#include <string>
+#include <string_view>
+#include <vector>
+
+enum class Tone { Plain, Faint, Strong, Good, Warning, Bad };
+
+// A piece of shown text.
+struct Cell {
+    Cell(std::string shown, Tone tone_ = Tone::Plain) : text(std::move(shown)), tone(tone_) {}
+    Cell(const char* shown) : text(shown) {}
+
+    std::string text;
+    Tone tone = Tone::Plain;
+};
+
+struct Column {
+    std::string title;
+    bool right = false;    // numbers stand at the right
+    bool shrinks = false;  // is cut when the terminal is too narrow
+    int dispensable = 0;   // above 0: is left out before it would be cut short, the highest first
+};
+
+struct Table {
+    std::vector<Column> columns;
+    std::vector<std::vector<Cell>> rows;  // as many cells as columns
+};
+
+class Screen {
+public:
+    struct Style {
+        bool colours = false;
+        int columns = 0;  // of the terminal; 0: no limit
+    };
+
+    Screen(std::ostream& out, std::ostream& errors, Style style)
+        : m_out(out), m_errors(errors), m_style(style) {}
+
+    void Line(const std::vector<Cell>& cells = {});
+    void Heading(const std::string& text);
+    void Print(const Table& table);
+
+    // A sentence for standard error, behind the name of the program.
+    void Problem(const std::string& text);
+    void Warning(const std::string& text);
+
+    // Text for standard error or standard output as it stands.
+    void Raw(const std::string& text, bool isError);
+
+private:
+    std::string Toned(const std::string& text, Tone tone) const;
+    std::string Row(const std::vector<Cell>& cells, const Table& table, const std::vector<int>& widths) const;
+    std::vector<int> Widths(const Table& table) const;
+
+    std::ostream& m_out;
+    std::ostream& m_errors;
+    Style m_style;
+};

@@ -1,0 +1,94 @@
+// Lines and tables as they are written.
+#include "terminal/Screen.h"
+
+#include <gtest/gtest.h>
+
+#include <sstream>
+
+namespace {
+
+std::string Written(const Table& table, Screen::Style style) {
+    std::ostringstream out;
+    std::ostringstream errors;
+    Screen(out, errors, style).Print(table);
+    EXPECT_EQ(errors.str(), "");
+    return out.str();
+}
+
+Table Meters() {
+    return {{{"#", true},
+             {"Type", false, false, 2},
+             {"Customer", false, true, 1},
+             {"Street", false, true},
+             {"State"}},
+            {{"1", "Gas", "Bakery at the mill", "Mill Lane 9, yard", "to do"},
+             {"12", "Electricity", "B\u00E4ckerei", "", Cell("done", Tone::Good)}}};
+}
+
+}  // namespace
+
+TEST(Screen, ColumnsStandUnderEachOther) {
+    EXPECT_EQ(Written(Meters(), {}),
+              "   #  Type         Customer            Street             State\n"
+              "  --  -----------  ------------------  -----------------  -----\n"
+              "   1  Gas          Bakery at the mill  Mill Lane 9, yard  to do\n"
+              "  12  Electricity  B\u00E4ckerei                               done\n");
+}
+
+TEST(Screen, EmptyColumnsAreLeftOut) {
+    Table table = Meters();
+    for (auto& row : table.rows)
+        row[2] = row[3] = "";
+    EXPECT_EQ(Written(table, {}),
+              "   #  Type         State\n"
+              "  --  -----------  -----\n"
+              "   1  Gas          to do\n"
+              "  12  Electricity  done\n");
+}
+
+TEST(Screen, NarrowTerminalsCutTheWidestColumnsFirst) {
+    EXPECT_EQ(Written(Meters(), {false, 60}),
+              "   #  Type         Customer          Street            State\n"
+              "  --  -----------  ----------------  ----------------  -----\n"
+              "   1  Gas          Bakery at the ..  Mill Lane 9, y..  to do\n"
+              "  12  Electricity  B\u00E4ckerei                            done\n");
+}
+
+TEST(Screen, NarrowerTerminalsLeaveDispensableColumnsOut) {
+    EXPECT_EQ(Written(Meters(), {false, 50}),
+              "   #  Customer            Street             State\n"
+              "  --  ------------------  -----------------  -----\n"
+              "   1  Bakery at the mill  Mill Lane 9, yard  to do\n"
+              "  12  B\u00E4ckerei                               done\n");
+    EXPECT_EQ(Written(Meters(), {false, 36}),
+              "   #  Street             State\n"
+              "  --  -----------------  -----\n"
+              "   1  Mill Lane 9, yard  to do\n"
+              "  12                     done\n");
+}
+
+TEST(Screen, WidthNeverFallsBelowWhatCanBeRead) {
+    EXPECT_EQ(Written(Meters(), {false, 1}),
+              "   #  Street    State\n"
+              "  --  --------  -----\n"
+              "   1  Mill L..  to do\n"
+              "  12            done\n");
+}
+
+TEST(Screen, ColoursTonesAndOnlyThem) {
+    const Table table{{{"State"}, {"Note"}}, {{Cell("done", Tone::Good), "x"}}};
+    EXPECT_EQ(Written(table, {true, 0}),
+              "  \x1B[1mState\x1B[0m  \x1B[1mNote\x1B[0m\n"
+              "  \x1B[2m-----\x1B[0m  \x1B[2m----\x1B[0m\n"
+              "  \x1B[32mdone\x1B[0m   x\n");
+}
+
+TEST(Screen, ProblemsGoToStandardErrorUnderTheNameOfTheProgram) {
+    std::ostringstream out;
+    std::ostringstream errors;
+    Screen screen(out, errors, {});
+    screen.Problem("no meter");
+    screen.Warning("other meter");
+    EXPECT_EQ(errors.str(), "meterdb: no meter\nmeterdb: other meter\n");
+    EXPECT_EQ(out.str(), "");
+}
