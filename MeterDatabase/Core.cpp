@@ -100,16 +100,11 @@ struct Language {
     std::string file;  // of its texts
 };
 
-std::string BareToken(std::string_view list, int index) {
-    std::string_view token;
-    return std::string(MeterText::FindToken(list, index, ",", &token) ? MeterText::WithoutQuotes(token)
-                                                                      : std::string_view());
-}
-
 Language ReadLanguage(const CMeterIniFile& systemIni, int number) {
     const std::string key = "Language" + std::to_string(number);
     const std::string entry = ReadText(systemIni, "Languages", key.c_str()).value_or("");
-    return {BareToken(entry, 1).substr(0, kLanguageBytes - 1), BareToken(entry, 2)};
+    return {std::string(MeterText::BareToken(entry, 1).substr(0, kLanguageBytes - 1)),
+            std::string(MeterText::BareToken(entry, 2))};
 }
 
 bool AddDefault(CMeterIniFile& store, const char* section, const char* key, const char* value) {

@@ -5,10 +5,10 @@
 #include <string>
 #include <utility>
 
+#include "MeterDatabase/History.h"
 #include "MeterDatabase/MeterDatabase.h"
 #include "MeterDatabase/StoreAccess.h"
 #include "MeterInterface/MeterInterface.h"
-#include "Platform/Platform.h"
 
 using namespace MeterRecords;
 
@@ -22,21 +22,6 @@ std::string Setting(const CMeterIniFile* systemIni, const char* section, const c
     if (systemIni == nullptr)
         return {};
     return ReadText(*systemIni, section, key, size).value_or(std::string());
-}
-
-// Months from the date of the last history reading, YYYYMM..., until now; 0 when it was not read or lies
-// ahead. The parser takes two digits.
-int MonthsSince(const std::optional<ValueEntry>& history) {
-    if (!history || !MeterText::ContainsAny(history->Bare(kStatus), "DCW"))
-        return 0;
-    const std::string_view date = history->Bare(kValue);
-    if (date.size() < 6)
-        return 0;
-    Platform::SystemTime now{};
-    Platform::GetLocalTime(&now);
-    const int years = now.wYear - MeterText::ToInt(date.substr(0, 4));
-    const int months = (years * 12 + now.wMonth - MeterText::ToInt(date.substr(4, 2))) % 100;
-    return months < 0 ? 0 : months;
 }
 
 // An alarm condition is "B" and a letter that selects the status letters with which it holds.
@@ -126,9 +111,7 @@ int CMeterDatabase::StartParser(CMeterInterface* iface) try {
         Setting(m_systemIni, "System", "CheckAutoReadRegs", kSwitchBytes), "YES");
     const ReadingStatus readingStatus(this, m_masterValue, checkAll);
     const std::string section = RecordSection();
-    const std::optional<ValueEntry> history =
-        HasRecord() ? ReadEntry(*m_dataFile, section, "History1") : std::nullopt;
-    const ParserRun run(iface, MonthsSince(history));
+    const ParserRun run(iface, HasRecord() ? MonthsSinceHistory(*m_dataFile, section) : 0);
     bool alarm = false;
     ForEachEntry(*m_dataFile, section, [&](const char* name, const char* text) {
         ValueEntry entry(text);

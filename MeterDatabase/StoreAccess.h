@@ -51,14 +51,17 @@ void ForEachEntry(const CMeterIniFile& store, const std::string& section, Visito
             return;
 }
 
-// The outputs through which a public member hands out the sub-fields of a value, in their order.
+// An output of a public member.
 struct Output {
     char* buffer;
     int size;
 };
+
+// The outputs through which a public member hands out the sub-fields of a value, in their order.
 using ValueOutputs = std::array<Output, kSubFields>;
 
-inline void Clear(const ValueOutputs& outputs) {
+template <std::size_t Count>
+void Clear(const std::array<Output, Count>& outputs) {
     for (const Output& output : outputs)
         MeterText::CopyText(output.buffer, output.size, {});
 }

@@ -129,6 +129,14 @@ inline bool FindToken(std::string_view source, std::int64_t index, std::string_v
     return false;
 }
 
+// Token `index` (from 1) of `source` without the quotes that enclose it; empty when there is none. A part of
+// `source`.
+inline std::string_view BareToken(std::string_view source, std::int64_t index,
+                                  std::string_view delimiters = ",") {
+    std::string_view token;
+    return FindToken(source, index, delimiters, &token) ? WithoutQuotes(token) : std::string_view();
+}
+
 // The integer at the start of `text`, read like atoi: white space, a sign, digits; the rest is ignored, no
 // digits give 0. A value that does not fit is clamped to the type.
 template <typename Integer>
@@ -165,7 +173,7 @@ inline std::int64_t ToInt64(std::string_view text) {
 }
 
 // A number in decimal, with zeros in front up to `width` characters; a minus sign counts and comes first.
-inline std::string ZeroPadded(int number, std::size_t width) {
+inline std::string ZeroPadded(std::int64_t number, std::size_t width) {
     std::string text = std::to_string(number);
     if (text.size() < width)
         text.insert(number < 0 ? 1 : 0, width - text.size(), '0');

@@ -2,12 +2,11 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <clocale>
 #include <cmath>
 #include <limits>
-#include <locale>
 
 #include "MeterUtil/Text.h"
+#include "tests/support/CommaLocale.h"
 #include "tests/support/GuardedBuffer.h"
 
 using namespace MeterText;
@@ -200,6 +199,17 @@ TEST(TextTokens, TakenOffTheFrontLeaveWhatIsBehindTheDelimiter) {
     EXPECT_EQ(rest, "");
 }
 
+TEST(TextTokens, HaveTheirEnclosingQuotesTakenOffOnDemand) {
+    const std::string list = R"(a,"b,c",,"",d"e")";
+    const char* const tokens[] = {"a", "b,c", "", "", "d\"e\""};
+    for (int i = 1; i <= 5; ++i)
+        EXPECT_EQ(BareToken(list, i), tokens[i - 1]) << i;
+    EXPECT_EQ(BareToken(list, 0), "");
+    EXPECT_EQ(BareToken(list, 6), "");
+    EXPECT_EQ(BareToken("", 1), "");
+    EXPECT_EQ(BareToken(R"(x,y;"z;")", 2, ";"), "z;");
+}
+
 // ---- integers ---------------------------------------------------------------------------------------------
 
 TEST(TextIntegers, AreReadFromTheStartAndClamped) {
@@ -258,6 +268,7 @@ TEST(TextIntegers, AreWrittenWithZerosUpToTheirWidth) {
     EXPECT_EQ(MeterText::ZeroPadded(0, 0), "0");
     EXPECT_EQ(MeterText::ZeroPadded(-5, 4), "-005");
     EXPECT_EQ(MeterText::ZeroPadded(-12, 2), "-12");
+    EXPECT_EQ(MeterText::ZeroPadded(9999999999, 11), "09999999999");
 }
 
 TEST(TextDecimals, AreReadFromTheStart) {
@@ -311,34 +322,6 @@ TEST(TextDecimals, BeyondTheRangeAreInfiniteOrZero) {
         EXPECT_EQ(ToDouble(text), number) << text;
     EXPECT_GT(ToDouble("4.9406564584124654e-324"), 0) << "the smallest number";
 }
-
-namespace {
-
-// A locale with a decimal comma, for streams and, where the system has one, for the C library.
-class CommaLocale {
-public:
-    CommaLocale() : m_streams(std::locale::global(std::locale(std::locale::classic(), new Comma))) {
-        for (const char* name : {"de_DE.UTF-8", "de_DE.utf8", "de_DE", "fr_FR.UTF-8", "German"})
-            if (std::setlocale(LC_NUMERIC, name) != nullptr)
-                return;
-    }
-    ~CommaLocale() {
-        std::locale::global(m_streams);
-        std::setlocale(LC_NUMERIC, "C");
-    }
-    CommaLocale(const CommaLocale&) = delete;
-    CommaLocale& operator=(const CommaLocale&) = delete;
-
-private:
-    struct Comma : std::numpunct<char> {
-        char do_decimal_point() const override { return ','; }
-        char do_thousands_sep() const override { return '.'; }
-        std::string do_grouping() const override { return "\3"; }
-    };
-    std::locale m_streams;
-};
-
-}  // namespace
 
 TEST(TextNumbers, MeanTheSameUnderADecimalComma) {
     const CommaLocale comma;
