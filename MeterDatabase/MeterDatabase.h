@@ -24,7 +24,9 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
+#include <string_view>
 
 #include "MeterInterface/MeterInterface.h"
 #include "MeterUtil/MeterIniFile.h"
@@ -197,6 +199,61 @@ public:
     // Removes an entry of the current record. True once there is a current record.
     bool DeleteMeterValue(const char* name);
 
+    // ---- data fields --------------------------------------------------------------------------------------
+
+    // Data fields are values of a record that the system ini declares, with a label each, in one of three
+    // lists: kind 1 "Statistic", kind 2 "Extra", any other "Values". `variant` (null or "": none) and the
+    // language code choose the section of a list that is used; its name is cut to 39 characters. The lists
+    // belong to the current meter: build them anew after moving to another. Sub-fields are handed out without
+    // enclosing quotes. `iface` is not used. An index (from 0) must not be above the number of fields; that
+    // number itself reaches what an earlier, longer list left there.
+
+    // Builds a list: those of the first 255 declarations whose name is an entry of the current record that is
+    // not empty, at most 200. Number of fields; 0 also without a system ini, a data file or a current meter.
+    int GetDataFields(CMeterInterface* iface, int kind, const char* variant);
+
+    // A field as the user sees it.
+    //   label  with the number of its billing period and the text of the office filled in
+    //   value  a fixed text for the status, or the value in the format of its definition; without a
+    //          definition the value as it stands, or - attribute T - the value that it names. At most 255
+    //          characters
+    //   mark   of the status: "ok." (D), "?" (W), "!" (C) or ""
+    // False, with the outputs empty, when the index, the declaration or the value does not exist.
+    bool GetDataField(CMeterInterface* iface, int kind, const char* variant, int index, char* label,
+                      int labelSize, char* value, int valueSize, char* mark, int markSize);
+
+    // What stands behind a field: the information text (token 2 of the declaration), sub-fields of the value
+    // as they are stored, and the whole declaration. False as for GetDataField.
+    bool GetDataFieldInfo(int kind, const char* variant, int index, char* info, int infoSize, char* value,
+                          int valueSize, char* attributes, int attributesSize, char* status, int statusSize,
+                          char* definition, int definitionSize, char* declaration, int declarationSize);
+
+    // Name of a field and of its value. False for an index that does not exist.
+    bool GetDataFieldName(int kind, const char* variant, int index, char* name, int nameSize);
+
+    // Writes the value of a field like SetMeterValue; attributes and definition are kept, and so is what is
+    // null. False for an index that does not exist or without a current record.
+    bool SetDataFieldValue(int kind, const char* variant, int index, const char* value, const char* status,
+                           const char* text);
+
+    // ---- formatting ---------------------------------------------------------------------------------------
+
+    // Shows a value as token 1 of its definition says (docs/files.md lists the formats), cut to 255
+    // characters.
+    //   out  at least 256 bytes, or null; may be `value`. It keeps what it holds when a selection list of the
+    //        record does not know the value: empty it first
+    // Without a system ini or a data file, and for any other definition, the value as it stands.
+    void FormatValue(char* out, const char* value, const char* definition);
+
+    // Writes a number with a decimal point, rounded half away from zero, whatever the locale. -0.001 with two
+    // decimals is "-0.00".
+    //   dst       at least 22 bytes, or null
+    //   digits    width of the integer part, filled with zeros: 1 to 10, others are brought into that range
+    //   decimals  0 to 9, others are brought into that range
+    // The integer part is at most 9999999999, which (with zeros behind the point) stands for all that is
+    // larger. Not-a-number is written as 0.
+    void FormatDoubleToString(char* dst, double value, int digits, int decimals);
+
     // ---- checking
     // -------------------------------------------------------------------------------------------------
 
@@ -216,6 +273,25 @@ public:
     // and tests the alarm tokens of their definitions. 1 when an alarm holds, else 0, also without a data
     // file, a parser or a current meter.
     int StartParser(CMeterInterface* iface);
+
+    // ---- automatic fields and clearing --------------------------------------------------------------------
+
+    // Calculates the values of the current record whose attributes contain A, and writes those that changed,
+    // with status D. One that cannot be calculated stays as it is. `iface` must not be null, and is not used.
+    void StartAutoFields(CMeterInterface* iface);
+
+    // Clears values of the current record by the letters of their attributes. Mode 0: C empties the value, ?
+    // (without C) makes it "?", U makes the status U. Mode 1: D empties the value and makes the status U. Any
+    // other mode does nothing.
+    void ClearFields(int mode);
+
+    // ---- placeholders in texts ----------------------------------------------------------------------------
+
+    // Copies `text` into out of `outSize` bytes. "<#NAME>" becomes the value of NAME in the current record,
+    // "<*NAME>" what follows the X (or x) of the first token of its definition that begins with one; a value
+    // that the record lacks becomes nothing. Then "\n" and "\N" become CR LF. A name has 1 to 251 characters;
+    // what is no such placeholder stays as it is.
+    void Substitute(char* out, const char* text, int outSize);
 
     // ---- items and user stamp
     // -------------------------------------------------------------------------------------
@@ -274,6 +350,31 @@ protected:
                     const char* text);
     void HandleAllTexts(CMeterIniFile* store, int mode);
 
+    // The list of a kind, its count, and the name of the section that declares it, cut to 39 characters;
+    // outputs that are null are not wanted.
+    //   section  40 bytes
+    //   list     200 fields; null when there was no memory for them
+    void GetPtrToDataFields(int kind, const char* variant, char* section, Type_DataField** list, int** count);
+
+    // Calculates a field of the current record by its name: "MeterID", "NAME-DIFF" or "0.1.0-calc", ignoring
+    // case.
+    //   recordState  state of the record; with N or E an identifier that was not read is ""
+    //   stateField   becomes "U" in that case, at least 2 bytes, else it is kept; null allowed
+    //   format       definition of the field: lengths of its result
+    //   result       at least 256 bytes; null allowed
+    // False, with nothing written, for any other name and when a value that is needed was not read. spare1
+    // and spare2 are not used.
+    bool CalculateField(const char* recordState, const char* name, char* spare1, char* stateField,
+                        char* format, char* result, char* spare2);
+
+    // True when `element` is one of the words of a list, which commas separate; blanks and case count. No
+    // list holds the empty word.
+    bool IsElementOf(const char* element, const char* list);
+
+    // The first place of a pattern in a buffer, zero bytes included; null without one. A pattern that ends
+    // with the buffer is not found.
+    char* SearchInBufWithLen(char* buffer, int length, const char* pattern, int patternLength);
+
     static constexpr int kTexts = 35;
     static constexpr int kPathChars = 261;
     static constexpr int kFieldLists = 3;
@@ -330,4 +431,13 @@ private:
     std::string ActionText() const;
     std::string ChangeText() const;
     bool SaveNow(CMeterIniFile& store);
+
+    struct Field;  // of a list, with what the files hold of it
+    const Type_DataField* FieldAt(int kind, const char* variant, int index, char* section);
+    std::optional<Field> ReadField(int kind, const char* variant, int index);
+    std::string LabelOf(const Field& field) const;
+    std::string ShownValue(const Field& field) const;
+    std::optional<std::string> Formatted(std::string_view value, std::string_view definition) const;
+    std::optional<std::string> Selected(std::string_view value, std::string_view list) const;
+    std::optional<std::string> RegisterDifference(const std::string& base, std::string_view format);
 };

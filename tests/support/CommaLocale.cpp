@@ -1,9 +1,11 @@
 #include "tests/support/CommaLocale.h"
 
 #include <clocale>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <initializer_list>
 #include <string>
 
 #include "tests/support/TestFolder.h"

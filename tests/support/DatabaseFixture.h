@@ -16,10 +16,14 @@ class TestDatabase : public CMeterDatabase {
 public:
     using CMeterDatabase::CMeterDatabase;
 
+    using CMeterDatabase::CalculateField;
     using CMeterDatabase::CheckConsistency;
     using CMeterDatabase::DefineTexts;
+    using CMeterDatabase::GetPtrToDataFields;
     using CMeterDatabase::HandleAllTexts;
     using CMeterDatabase::HandleText;
+    using CMeterDatabase::IsElementOf;
+    using CMeterDatabase::SearchInBufWithLen;
 
     using CMeterDatabase::FieldList;
     using CMeterDatabase::kFieldLists;
