@@ -9,16 +9,13 @@
 #include "tests/support/FakeSystem.h"
 #include "tests/support/GuardedBuffer.h"
 #include "tests/support/HeapFault.h"
+#include "tests/support/SubFieldTexts.h"
 
 namespace {
 
 constexpr int kValues = 0;
 constexpr int kStatistic = 1;
 constexpr int kExtra = 2;
-
-std::string Text(std::size_t length, char c = 'x') {
-    return std::string(length, c);
-}
 
 // What GetDataField gives; `ok` is its result.
 struct Shown {

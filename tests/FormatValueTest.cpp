@@ -7,6 +7,7 @@
 #include "tests/support/DatabaseFixture.h"
 #include "tests/support/GuardedBuffer.h"
 #include "tests/support/HeapFault.h"
+#include "tests/support/SubFieldTexts.h"
 
 namespace {
 
@@ -17,10 +18,6 @@ struct Row {
     const char* value;
     const char* shown;
 };
-
-std::string Text(std::size_t length, char c = 'x') {
-    return std::string(length, c);
-}
 
 class FormatValue : public DatabaseFixture {
 protected:
