@@ -134,7 +134,8 @@ inline bool FindToken(std::string_view source, std::int64_t index, std::string_v
 inline std::string_view BareToken(std::string_view source, std::int64_t index,
                                   std::string_view delimiters = ",") {
     std::string_view token;
-    return FindToken(source, index, delimiters, &token) ? WithoutQuotes(token) : std::string_view();
+    FindToken(source, index, delimiters, &token);
+    return WithoutQuotes(token);
 }
 
 // The integer at the start of `text`, read like atoi: white space, a sign, digits; the rest is ignored, no
