@@ -136,8 +136,8 @@ bool MayReplace(const std::wstring& target) {
 }
 
 bool Replace(const std::wstring& path, const std::vector<std::string_view>& pieces) {
-    const std::wstring target = System::ResolveLinks(path);
-    if (target.empty() || !MayReplace(target))
+    const std::wstring target = System::ResolveLinks(path);  // empty, and so no path, when they go in circles
+    if (!MayReplace(target))
         return false;
     NewFile file(target);
     Gatherer gatherer(&file, BufferFor(pieces));
@@ -145,16 +145,12 @@ bool Replace(const std::wstring& path, const std::vector<std::string_view>& piec
            System::FlushDirectory(target);
 }
 
-bool IsThere(const System::FileState& state) {
-    return state.kind != System::Kind::Missing && state.kind != System::Kind::Unknown;
-}
-
 bool SameFile(const System::FileState& first, const System::FileState& second) {
     return first.volume == second.volume && first.number == second.number;
 }
 
 bool HasNumber(const System::FileState& state) {
-    return IsThere(state) && (state.volume != 0 || state.number != 0);
+    return state.volume != 0 || state.number != 0;
 }
 
 System::FileState InspectDirectory(const std::wstring& path, std::size_t namePosition) {
@@ -191,8 +187,6 @@ bool SamePath(const std::wstring& first, const std::wstring& second) {
     const System::FileState secondFile = System::Inspect(second);
     if (HasNumber(firstFile) && HasNumber(secondFile))
         return SameFile(firstFile, secondFile);
-    if (IsThere(firstFile) != IsThere(secondFile))
-        return false;
     const std::wstring firstTarget = System::ResolveLinks(first);
     const std::wstring secondTarget = System::ResolveLinks(second);
     if (firstTarget.empty() || secondTarget.empty())

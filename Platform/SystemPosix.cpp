@@ -9,8 +9,8 @@
 #include <cerrno>
 #include <climits>
 #include <cstdlib>
+#include <cstring>
 #include <ctime>
-#include <exception>
 
 #include "Platform/System.h"
 
@@ -171,17 +171,32 @@ std::uint64_t UniqueNumber() noexcept {
 
 namespace {
 
-// The path as the system takes it: '\' separates as well. Empty, which names no file, for a path with a zero
-// in it and when there is no memory.
-std::string NativePath(std::wstring_view path) noexcept {
-    try {
-        std::string native = NarrowFromWide(path);
-        std::replace(native.begin(), native.end(), '\\', '/');
-        return native.find('\0') == std::string::npos ? native : std::string();
-    } catch (const std::exception&) {
-        return {};
+// The path as the system takes it: '\' separates as well. It needs no memory, so that a file that was made can always
+// be removed again. Empty, which names no file, for a path with a zero in it.
+class NativePath {
+public:
+    explicit NativePath(std::wstring_view path) noexcept {
+        char* const end = m_bytes + Narrow(path, m_bytes, sizeof(m_bytes) - 1);
+        *end = '\0';
+        std::replace(m_bytes, end, '\\', '/');
+        if (std::find(m_bytes, end, '\0') != end)
+            m_bytes[0] = '\0';
     }
-}
+
+    const char* Text() const { return m_bytes; }
+    bool IsEmpty() const { return m_bytes[0] == '\0'; }
+
+    // Makes it the path of the directory in which it stands.
+    void DropName() {
+        char* const separator = std::strrchr(m_bytes, '/');
+        if (separator == nullptr)
+            m_bytes[0] = '.';
+        (separator == nullptr ? m_bytes : separator)[1] = '\0';
+    }
+
+private:
+    char m_bytes[PATH_MAX + kBytesPerWide];  // a path that is cut to this is still too long for the system
+};
 
 // Repeats a call that a signal interrupted.
 template <typename Call>
@@ -202,8 +217,8 @@ bool ReadLink(const std::string& path, std::string* link) {
     return true;
 }
 
-int Open(const std::string& path, int flags, mode_t mode = 0) noexcept {
-    return Uninterrupted([&] { return ::open(path.c_str(), flags | O_CLOEXEC, mode); });
+int Open(const NativePath& path, int flags, mode_t mode = 0) noexcept {
+    return Uninterrupted([&] { return ::open(path.Text(), flags | O_CLOEXEC, mode); });
 }
 
 }  // namespace
@@ -225,11 +240,11 @@ bool SameLetters(std::wstring_view first, std::wstring_view second) noexcept {
 
 FileState Inspect(const std::wstring& path) noexcept {
     FileState state;
-    const std::string native = NativePath(path);
-    if (native.empty())
+    const NativePath native(path);
+    if (native.IsEmpty())
         return state;
     struct stat status {};
-    if (::stat(native.c_str(), &status) != 0) {
+    if (::stat(native.Text(), &status) != 0) {
         if (errno == ENOENT || errno == ENOTDIR)
             state.kind = Kind::Missing;
         return state;
@@ -244,13 +259,13 @@ FileState Inspect(const std::wstring& path) noexcept {
     state.size = static_cast<std::uint64_t>(status.st_size);
     // The administrator may write everything; a file that nobody may write is read-only even then.
     const bool carriesPermission = (status.st_mode & (S_IWUSR | S_IWGRP | S_IWOTH)) != 0;
-    state.writable = carriesPermission && ::faccessat(AT_FDCWD, native.c_str(), W_OK, AT_EACCESS) == 0;
+    state.writable = carriesPermission && ::faccessat(AT_FDCWD, native.Text(), W_OK, AT_EACCESS) == 0;
     return state;
 }
 
 std::wstring ResolveLinks(const std::wstring& path) {
     constexpr int kMostLinks = 40;
-    std::string current = NativePath(path);
+    std::string current = NativePath(path).Text();
     if (current.empty())
         return {};
     for (int links = 0; links <= kMostLinks; ++links) {
@@ -290,9 +305,6 @@ bool TakeOver(int file, const struct stat& like) {
     // Those who may not give files away may still keep the group.
     if (!sameOwner && ::fchown(file, like.st_uid, like.st_gid) != 0)
         static_cast<void>(::fchown(file, static_cast<uid_t>(-1), like.st_gid) == 0);
-    // Asked again: a change of the owner takes permissions away.
-    if (::fstat(file, &status) != 0)
-        return false;
     return (status.st_mode & kPermissions) == (like.st_mode & kPermissions) ||
            ::fchmod(file, like.st_mode & kPermissions) == 0;
 }
@@ -308,11 +320,11 @@ File OpenForReading(const std::wstring& path) noexcept {
 }
 
 File CreateNew(const std::wstring& path, const std::wstring& like) noexcept {
-    const std::string native = NativePath(path);
-    const std::string nativeLike = NativePath(like);
+    const NativePath native(path);
+    const NativePath nativeLike(like);
     struct stat status {};
-    const bool exists = ::stat(nativeLike.c_str(), &status) == 0;
-    if (nativeLike.empty() || (!exists && errno != ENOENT))
+    const bool exists = ::stat(nativeLike.Text(), &status) == 0;
+    if (nativeLike.IsEmpty() || (!exists && errno != ENOENT))
         return kNoFile;
     // Nobody else sees the content before the permissions are those of the old file.
     const int file = Open(native, O_WRONLY | O_CREAT | O_EXCL, exists ? 0600 : 0666);
@@ -321,7 +333,7 @@ File CreateNew(const std::wstring& path, const std::wstring& like) noexcept {
     if (!exists || TakeOver(file, status))
         return file;
     ::close(file);
-    ::unlink(native.c_str());
+    ::unlink(native.Text());
     return kNoFile;
 }
 
@@ -342,21 +354,19 @@ bool Close(File file) noexcept {
 }
 
 RenameResult Rename(const std::wstring& from, const std::wstring& to) noexcept {
-    const bool renamed = std::rename(NativePath(from).c_str(), NativePath(to).c_str()) == 0;
+    const bool renamed = std::rename(NativePath(from).Text(), NativePath(to).Text()) == 0;
     return renamed ? RenameResult::Done : RenameResult::Failed;
 }
 
 bool Remove(const std::wstring& path) noexcept {
-    return ::unlink(NativePath(path).c_str()) == 0;
+    return ::unlink(NativePath(path).Text()) == 0;
 }
 
 bool FlushDirectory(const std::wstring& fileInIt) noexcept {
-    std::string directory = NativePath(fileInIt);
-    if (directory.empty())
+    NativePath directory(fileInIt);
+    if (directory.IsEmpty())
         return false;
-    directory.erase(directory.rfind('/') + 1);
-    if (directory.empty())
-        directory = '.';
+    directory.DropName();
     const int file = Open(directory, O_RDONLY | O_DIRECTORY);
     if (file < 0) {
         if (errno != EACCES)
@@ -375,7 +385,7 @@ std::FILE* OpenStream(const std::wstring& path, const wchar_t* mode) noexcept {
     char narrowMode[8] = "";
     const std::size_t count = Narrow(mode, narrowMode, sizeof(narrowMode) - 1);
     narrowMode[count] = '\0';
-    return std::fopen(NativePath(path).c_str(), narrowMode);
+    return std::fopen(NativePath(path).Text(), narrowMode);
 }
 
 bool FlushStream(std::FILE* stream) noexcept {

@@ -128,21 +128,45 @@ std::wstring MarkedPath(const std::wstring& path) {
 }
 #endif
 
-// The path as the system takes it. Empty, which names no file, for a path with a zero in it and when there is no
-// memory.
-std::wstring NativePath(const std::wstring& path) noexcept {
-    try {
+// The path as the system takes it. Only a long one needs memory. Empty, which names no file, for a path with a zero in it
+// and for a long one when there is no memory.
+class NativePath {
+public:
+    explicit NativePath(const std::wstring& path) noexcept {
         if (path.find(L'\0') != std::wstring::npos)
-            return {};
+            return;
 #if !defined(UNDER_CE)
-        if (path.size() >= kLongPath)
-            return MarkedPath(path);
+        if (path.size() >= kLongPath) {
+            Mark(path);
+            return;
+        }
 #endif
-        return path;
-    } catch (const std::exception&) {
-        return {};
+        m_text = path.c_str();
     }
-}
+    NativePath(const NativePath&) = delete;
+    NativePath& operator=(const NativePath&) = delete;
+
+    const wchar_t* Text() const {
+        return m_text;
+    }
+    bool IsEmpty() const {
+        return m_text[0] == L'\0';
+    }
+
+private:
+#if !defined(UNDER_CE)
+    void Mark(const std::wstring& path) noexcept {
+        try {
+            m_marked = MarkedPath(path);
+            m_text = m_marked.c_str();
+        } catch (const std::exception&) {
+        }
+    }
+
+    std::wstring m_marked;
+#endif
+    const wchar_t* m_text = L"";
+};
 
 wchar_t ToUpper(wchar_t c) {
     // Given a character in place of a text, the call gives back a character.
@@ -177,9 +201,8 @@ namespace {
 // An open file that closes itself.
 class Handle {
 public:
-    Handle(const std::wstring& native, DWORD access, DWORD flags)
-        : m_handle(::CreateFileW(native.c_str(), access, kShareAll, nullptr, OPEN_EXISTING, flags, nullptr)) {
-    }
+    Handle(const NativePath& native, DWORD access, DWORD flags)
+        : m_handle(::CreateFileW(native.Text(), access, kShareAll, nullptr, OPEN_EXISTING, flags, nullptr)) {}
     ~Handle() {
         if (IsOpen())
             ::CloseHandle(m_handle);
@@ -205,13 +228,13 @@ Kind KindOfFailure(DWORD error) {
 }
 
 // A file that another program holds for a moment is writable all the same.
-bool MayWrite(const std::wstring& native) {
+bool MayWrite(const NativePath& native) {
     const Handle file(native, GENERIC_WRITE, FILE_ATTRIBUTE_NORMAL);
     const DWORD error = file.IsOpen() ? ERROR_SUCCESS : ::GetLastError();
     return error != ERROR_ACCESS_DENIED && error != ERROR_WRITE_PROTECT;
 }
 
-void Describe(DWORD attributes, DWORD sizeHigh, DWORD sizeLow, const std::wstring& native, FileState* state) {
+void Describe(DWORD attributes, DWORD sizeHigh, DWORD sizeLow, const NativePath& native, FileState* state) {
     if ((attributes & FILE_ATTRIBUTE_DIRECTORY) != 0) {
         state->kind = Kind::Directory;
         return;
@@ -227,11 +250,11 @@ void Describe(DWORD attributes, DWORD sizeHigh, DWORD sizeLow, const std::wstrin
 
 FileState Inspect(const std::wstring& path) noexcept {
     FileState state;
-    const std::wstring native = NativePath(path);
+    const NativePath native(path);
     WIN32_FILE_ATTRIBUTE_DATA data;
-    if (native.empty())
+    if (native.IsEmpty())
         return state;
-    if (::GetFileAttributesExW(native.c_str(), GetFileExInfoStandard, &data))
+    if (::GetFileAttributesExW(native.Text(), GetFileExInfoStandard, &data))
         Describe(data.dwFileAttributes, data.nFileSizeHigh, data.nFileSizeLow, native, &state);
     else
         state.kind = KindOfFailure(::GetLastError());
@@ -246,8 +269,8 @@ std::wstring ResolveLinks(const std::wstring& path) {
 
 FileState Inspect(const std::wstring& path) noexcept {
     FileState state;
-    const std::wstring native = NativePath(path);
-    if (native.empty())
+    const NativePath native(path);
+    if (native.IsEmpty())
         return state;
     // Opened for its attributes alone, which no sharing forbids; a directory opens only with that flag.
     const Handle file(native, 0, FILE_FLAG_BACKUP_SEMANTICS);
@@ -339,17 +362,17 @@ DWORD KeptAttributes(DWORD attributes) {
 
 #if !defined(UNDER_CE)
 // The access list of a file; empty when the medium has none or does not show it.
-std::vector<unsigned char> AccessListOf(const std::wstring& native) {
+std::vector<unsigned char> AccessListOf(const NativePath& native) {
     DWORD size = 0;
-    ::GetFileSecurityW(native.c_str(), DACL_SECURITY_INFORMATION, nullptr, 0, &size);
+    ::GetFileSecurityW(native.Text(), DACL_SECURITY_INFORMATION, nullptr, 0, &size);
     std::vector<unsigned char> list(size);
-    if (!::GetFileSecurityW(native.c_str(), DACL_SECURITY_INFORMATION, list.data(), size, &size))
+    if (!::GetFileSecurityW(native.Text(), DACL_SECURITY_INFORMATION, list.data(), size, &size))
         list.clear();
     return list;
 }
 #endif
 
-File CreateLike(const std::wstring& native, const std::wstring& nativeLike, DWORD attributes) {
+File CreateLike(const NativePath& native, const NativePath& nativeLike, DWORD attributes) {
     SECURITY_ATTRIBUTES* security = nullptr;
 #if defined(UNDER_CE)
     static_cast<void>(nativeLike);
@@ -364,20 +387,20 @@ File CreateLike(const std::wstring& native, const std::wstring& nativeLike, DWOR
     const DWORD kept =
         attributes == INVALID_FILE_ATTRIBUTES ? FILE_ATTRIBUTE_NORMAL : KeptAttributes(attributes);
     return reinterpret_cast<File>(
-        ::CreateFileW(native.c_str(), GENERIC_WRITE, 0, security, CREATE_NEW, kept, nullptr));
+        ::CreateFileW(native.Text(), GENERIC_WRITE, 0, security, CREATE_NEW, kept, nullptr));
 }
 
 }  // namespace
 
 File OpenForReading(const std::wstring& path) noexcept {
-    return reinterpret_cast<File>(::CreateFileW(NativePath(path).c_str(), GENERIC_READ, Handle::kShareAll,
+    return reinterpret_cast<File>(::CreateFileW(NativePath(path).Text(), GENERIC_READ, Handle::kShareAll,
                                                 nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
 }
 
 File CreateNew(const std::wstring& path, const std::wstring& like) noexcept {
     try {
-        const std::wstring nativeLike = NativePath(like);
-        const DWORD attributes = ::GetFileAttributesW(nativeLike.c_str());
+        const NativePath nativeLike(like);
+        const DWORD attributes = ::GetFileAttributesW(nativeLike.Text());
         if (attributes == INVALID_FILE_ATTRIBUTES && ::GetLastError() != ERROR_FILE_NOT_FOUND)
             return kNoFile;
         return CreateLike(NativePath(path), nativeLike, attributes);
@@ -409,17 +432,17 @@ bool Close(File file) noexcept {
 }
 
 RenameResult Rename(const std::wstring& from, const std::wstring& to) noexcept {
-    const std::wstring nativeFrom = NativePath(from);
-    const std::wstring nativeTo = NativePath(to);
-    if (nativeFrom.empty() || nativeTo.empty())
+    const NativePath nativeFrom(from);
+    const NativePath nativeTo(to);
+    if (nativeFrom.IsEmpty() || nativeTo.IsEmpty())
         return RenameResult::Failed;
 #if defined(UNDER_CE)
-    const bool replaces = ::GetFileAttributesW(nativeTo.c_str()) != INVALID_FILE_ATTRIBUTES;
-    const BOOL renamed = replaces ? ::DeleteAndRenameFile(nativeTo.c_str(), nativeFrom.c_str())
-                                  : ::MoveFileW(nativeFrom.c_str(), nativeTo.c_str());
+    const bool replaces = ::GetFileAttributesW(nativeTo.Text()) != INVALID_FILE_ATTRIBUTES;
+    const BOOL renamed = replaces ? ::DeleteAndRenameFile(nativeTo.Text(), nativeFrom.Text())
+                                  : ::MoveFileW(nativeFrom.Text(), nativeTo.Text());
 #else
-    const BOOL renamed = ::MoveFileExW(nativeFrom.c_str(), nativeTo.c_str(),
-                                       MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH);
+    const BOOL renamed =
+        ::MoveFileExW(nativeFrom.Text(), nativeTo.Text(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH);
 #endif
     if (renamed)
         return RenameResult::Done;
@@ -430,7 +453,7 @@ RenameResult Rename(const std::wstring& from, const std::wstring& to) noexcept {
 }
 
 bool Remove(const std::wstring& path) noexcept {
-    return ::DeleteFileW(NativePath(path).c_str()) != FALSE;
+    return ::DeleteFileW(NativePath(path).Text()) != FALSE;
 }
 
 bool FlushDirectory(const std::wstring& /*fileInIt*/) noexcept {
@@ -440,7 +463,7 @@ bool FlushDirectory(const std::wstring& /*fileInIt*/) noexcept {
 // ---- streams --------------------------------------------------------------------------------------------------------
 
 std::FILE* OpenStream(const std::wstring& path, const wchar_t* mode) noexcept {
-    return ::_wfopen(NativePath(path).c_str(), mode);
+    return ::_wfopen(NativePath(path).Text(), mode);
 }
 
 bool FlushStream(std::FILE* stream) noexcept {

@@ -39,6 +39,9 @@ private:
     std::size_t m_count = 0;
 };
 
+// A field of this width fills the rest of the text, like every wider one.
+constexpr std::size_t kMostWidth = 10 * kFormattedChars;
+
 // What stands between the % and the letter.
 struct Field {
     std::size_t width = 0;
@@ -49,8 +52,7 @@ const wchar_t* ReadField(const wchar_t* format, Field* field) {
     if (*format == L'0')
         field->fill = L'0';
     for (; *format >= L'0' && *format <= L'9'; ++format)
-        field->width =
-            std::min(field->width * 10 + static_cast<std::size_t>(*format - L'0'), kFormattedChars);
+        field->width = std::min(field->width * 10 + static_cast<std::size_t>(*format - L'0'), kMostWidth);
     return format;
 }
 
