@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <new>
 
+#include "MeterDatabase/FixedPoint.h"
 #include "MeterDatabase/History.h"
 #include "MeterDatabase/MeterDatabase.h"
 #include "MeterDatabase/StoreAccess.h"
@@ -98,10 +99,11 @@ double Difference(std::string_view currentText, std::string_view previousText, i
     return current + rollover - previous;
 }
 
-std::string_view WithoutLeadingZeros(std::string_view number) {
-    while (number.size() > 1 && number[0] == '0' && IsDigit(number[1]))
-        number.remove_prefix(1);
-    return number;
+std::string WithoutLeadingZeros(const std::string& number) {
+    std::size_t zeros = 0;
+    while (zeros + 1 < number.size() && number[zeros] == '0' && IsDigit(number[zeros + 1]))
+        ++zeros;
+    return number.substr(zeros);
 }
 
 // "NAME" of a field "NAME-DIFF"; empty for any other.
@@ -110,6 +112,18 @@ std::string_view BaseOfDifference(std::string_view name) {
     if (hyphen == std::string_view::npos || !MeterText::EqualIgnoringCase(name.substr(hyphen + 1), "DIFF"))
         return {};
     return name.substr(0, hyphen);
+}
+
+// What a register counted since its last reading; nothing without both readings.
+std::optional<std::string> RegisterDifference(const CMeterIniFile& dataFile, const std::string& section,
+                                              const std::string& base, std::string_view format) {
+    const std::optional<ValueEntry> current = ReadEntry(dataFile, section, base.c_str());
+    const std::optional<ValueEntry> previous = ReadEntry(dataFile, section, (base + "-last").c_str());
+    if (!IsRead(current) || !IsRead(previous))
+        return std::nullopt;
+    const DifferenceFormat parsed = ParseDifferenceFormat(format);
+    const double difference = Difference(current->Bare(kValue), previous->Bare(kValue), parsed.width);
+    return WithoutLeadingZeros(FixedPoint(difference, parsed.width, parsed.decimals));
 }
 
 // ---- month counter ----------------------------------------------------------------------------------------
@@ -160,7 +174,8 @@ bool CMeterDatabase::CalculateField(const char* recordState, const char* name, c
         calculated = MeterIdentifier(*m_dataFile, RecordSection(), MeterText::View(recordState),
                                      MeterText::View(format), stateField);
     else if (!base.empty())
-        calculated = RegisterDifference(std::string(base), MeterText::View(format));
+        calculated =
+            RegisterDifference(*m_dataFile, RecordSection(), std::string(base), MeterText::View(format));
     else if (MeterText::EqualIgnoringCase(field, "0.1.0-calc"))
         calculated = PeriodCounterOfToday(*m_dataFile, RecordSection());
     if (calculated)
@@ -168,21 +183,6 @@ bool CMeterDatabase::CalculateField(const char* recordState, const char* name, c
     return calculated.has_value();
 } catch (const std::bad_alloc&) {
     return false;
-}
-
-// What a register counted since its last reading; nothing without both readings.
-std::optional<std::string> CMeterDatabase::RegisterDifference(const std::string& base,
-                                                              std::string_view format) {
-    const std::string section = RecordSection();
-    const std::optional<ValueEntry> current = ReadEntry(*m_dataFile, section, base.c_str());
-    const std::optional<ValueEntry> previous = ReadEntry(*m_dataFile, section, (base + "-last").c_str());
-    if (!IsRead(current) || !IsRead(previous))
-        return std::nullopt;
-    const DifferenceFormat parsed = ParseDifferenceFormat(format);
-    char number[kNameBytes];
-    FormatDoubleToString(number, Difference(current->Bare(kValue), previous->Bare(kValue), parsed.width),
-                         parsed.width, parsed.decimals);
-    return std::string(WithoutLeadingZeros(number));
 }
 
 // ---- passes over a record ---------------------------------------------------------------------------------

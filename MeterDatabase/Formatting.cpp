@@ -1,11 +1,11 @@
-// How values and numbers are shown. Owns the format token, the first of a definition: a number with its unit,
+// How values are shown, and numbers written. Owns the format token, the first of a definition: a number with its unit,
 // a duration, a date laid out by a pattern, the label of a code, the labels of bits. Values themselves are
 // not touched.
 #include <algorithm>
-#include <cmath>
 #include <iterator>
 #include <new>
 
+#include "MeterDatabase/FixedPoint.h"
 #include "MeterDatabase/MeterDatabase.h"
 #include "MeterDatabase/StoreAccess.h"
 
@@ -14,7 +14,6 @@ using namespace MeterRecords;
 namespace {
 
 constexpr std::size_t kListNameChars = 39;
-constexpr int kNumberBytes = 22;  // a minus sign, ten digits, the point, nine decimals, the terminator
 
 // ---- numbers ----------------------------------------------------------------------------------------------
 
@@ -136,26 +135,6 @@ std::string SetBits(std::string_view bits, std::string_view labels) {
     return text;
 }
 
-// ---- fixed-point numbers ----------------------------------------------------------------------------------
-
-constexpr double kHalfUnits[] = {0.5, 0.05, 0.005, 0.0005, 5e-5, 5e-6, 5e-7, 5e-8, 5e-9, 5e-10};
-constexpr double kPowersOfTen[] = {1, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8, 1e9};
-constexpr double kLargestInteger = 9999999999.0;
-
-// Digits of a magnitude. Cutting, not rounding, the fraction after the half unit was added is what keeps the
-// results of the readings that are on file.
-std::string FixedPoint(double magnitude, std::size_t width, std::size_t places) {
-    const double rounded = magnitude + kHalfUnits[places];
-    const bool fits = rounded < kLargestInteger + 1;
-    const auto integer = static_cast<std::int64_t>(fits ? rounded : kLargestInteger);
-    std::string text = MeterText::ZeroPadded(integer, width);
-    if (places == 0)
-        return text;
-    const double fraction = fits ? rounded - static_cast<double>(integer) : 0;
-    const auto decimals = static_cast<std::int64_t>(fraction * kPowersOfTen[places]);
-    return text.append(1, '.').append(MeterText::ZeroPadded(decimals, places));
-}
-
 }  // namespace
 
 void CMeterDatabase::FormatValue(char* out, const char* value, const char* definition) try {
@@ -206,11 +185,7 @@ std::optional<std::string> CMeterDatabase::Selected(std::string_view value, std:
 }
 
 void CMeterDatabase::FormatDoubleToString(char* dst, double value, int digits, int decimals) try {
-    const std::size_t width = static_cast<std::size_t>(std::clamp(digits, 1, 10));
-    const std::size_t places = static_cast<std::size_t>(std::clamp(decimals, 0, 9));
-    const std::string sign = value < 0 ? "-" : "";
-    MeterText::CopyText(dst, kNumberBytes,
-                        sign + FixedPoint(std::isnan(value) ? 0 : std::fabs(value), width, places));
+    MeterText::CopyText(dst, kFixedPointBytes, FixedPoint(value, digits, decimals));
 } catch (const std::bad_alloc&) {
-    MeterText::CopyText(dst, kNumberBytes, {});
+    MeterText::CopyText(dst, kFixedPointBytes, {});
 }

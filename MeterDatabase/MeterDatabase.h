@@ -439,5 +439,4 @@ private:
     std::string ShownValue(const Field& field) const;
     std::optional<std::string> Formatted(std::string_view value, std::string_view definition) const;
     std::optional<std::string> Selected(std::string_view value, std::string_view list) const;
-    std::optional<std::string> RegisterDifference(const std::string& base, std::string_view format);
 };

@@ -358,15 +358,17 @@ TEST_F(CalculatedFields, AreTheSameInEveryLanguage) {
 
 TEST_F(CalculatedFields, FailCleanlyWithoutMemory) {
     Counter("98", "200912");
-    PutValue("1.8.0 of a meter with a long name", "12.3");
-    PutValue("1.8.0 of a meter with a long name-last", "99990.0");
+    PutValue("1.8.0 of a meter with a long name", "2");
+    PutValue("1.8.0 of a meter with a long name-last", "1");
     PutValue("0.0.0", Text(60, '7'));
     const std::pair<const char*, std::string> rows[] = {
-        {"0.1.0-calc", "01"}, {"1.8.0 of a meter with a long name-DIFF", "22.3"}, {"MeterID", Text(60, '7')}};
+        {"0.1.0-calc", "01"},
+        {"1.8.0 of a meter with a long name-DIFF", "1.000000000"},
+        {"MeterID", Text(60, '7')}};
     for (const auto& [name, expected] : rows) {
         bool failed = true;
         for (int n = 1; failed; ++n) {
-            char format[] = "05,1";
+            char format[] = "010,9";
             GuardedBuffer result(kFieldBytes);
             bool ok = false;
             {

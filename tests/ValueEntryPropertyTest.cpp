@@ -1,10 +1,10 @@
-// Random value entries through random writes and parser runs.
+// Random value entries through random writes, parser runs, automatic fields and clearings.
 //
 // The property: an entry is written by hand, sub-fields 1 to 4 as tokens (bare or in quotes, up to 255
-// characters, with commas and quotes in them), the text in quotes. Whatever sequence of writes and parser
-// runs follows, each sub-field that an operation is not meant to change keeps its bare text - a parser run
-// leaves even its quotes as they stood, a write takes the quotes out of the bare text of sub-fields 1 to 4 -
-// and it stands in the entry bare or in one pair of quotes. Given sub-fields with a comma stay below 253
+// characters, with commas and quotes in them), the text in quotes. Whatever sequence of writes and passes
+// over the record follows, each sub-field that an operation is not meant to change keeps its bare text - a
+// pass leaves even its quotes as they stood, a write takes the quotes out of the bare text of sub-fields 1 to
+// 4 - and it stands in the entry bare or in one pair of quotes. Given sub-fields with a comma stay below 253
 // characters: longer ones are written bare and come apart on purpose.
 #include <gtest/gtest.h>
 
@@ -23,7 +23,9 @@ namespace {
 using Fields = std::vector<std::string>;
 
 constexpr int kEntries = 60;
-constexpr int kRounds = 40;
+constexpr int kRounds = 60;
+constexpr int kAutomatic = 0;  // the entry that is calculated when its attributes hold A
+constexpr const char* kLetters = "RUVACD?ab 5;,\"";
 
 std::string WithoutAnyQuote(std::string text) {
     text.erase(std::remove(text.begin(), text.end(), '"'), text.end());
@@ -52,7 +54,7 @@ public:
 
     // A sub-field as someone writes it, one token whatever is in it.
     std::string Token() {
-        std::string bare = Text(Length(), "RUVab 5;,\"");
+        std::string bare = Text(Length(), kLetters);
         for (std::size_t end = 0; (end = bare.find("\",")) != std::string::npos;)
             bare.erase(end, 1);
         const bool mustBeQuoted = HasComma(bare) || (!bare.empty() && bare.front() == '"');
@@ -73,10 +75,12 @@ private:
 
 class ValueEntryProperty : public DatabaseFixture, public testing::WithParamInterface<unsigned> {
 protected:
-    static std::string Name(int entry) { return "V" + std::to_string(entry); }
+    static std::string Name(int entry) {
+        return entry == kAutomatic ? "MeterID" : "V" + std::to_string(entry);
+    }
 
     void WriteEntries() {
-        std::string record = "[#_1]\nState=U\n";
+        std::string record = "[#_1]\nState=U\n0.0.0=,D,8,4711,\"\"\n";
         for (int i = 0; i < kEntries; ++i) {
             const Fields raw = {m_random.Chance(50) ? "R" : m_random.Token(), m_random.Token(),
                                 m_random.Token(), m_random.Token(), m_random.TextField()};
@@ -109,7 +113,7 @@ protected:
         const char* argument[kSubFields] = {};
         for (std::size_t field = 0; field < kSubFields; ++field) {
             if (m_random.Chance(30)) {
-                given[field] = m_random.Given("RUVab 5;,\"");
+                given[field] = m_random.Given(kLetters);
                 argument[field] = given[field].c_str();
                 expected[field] = given[field];
             }
@@ -145,21 +149,62 @@ protected:
         }
     }
 
+    // Automatic fields. The letters of a definition ask for no other form of the identifier.
+    void Calculate() {
+        FakeParser parser;
+        m_database.StartAutoFields(&parser);
+        Fields& raw = m_raw[kAutomatic];
+        if (MeterText::Contains(raw[kAttributes], 'A')) {
+            raw[kStatus] = "D";
+            raw[kValue] = "4711";
+        }
+        ExpectStored();
+    }
+
+    void Clear(int mode) {
+        m_database.ClearFields(mode);
+        for (Fields& raw : m_raw) {
+            const auto has = [letters = raw[kAttributes]](char c) { return MeterText::Contains(letters, c); };
+            const bool empties = has(mode == 0 ? 'C' : 'D');
+            if (empties || (mode == 0 && has('?')))
+                raw[kValue] = empties ? "" : "?";
+            if (has(mode == 0 ? 'U' : 'D'))
+                raw[kStatus] = "U";
+        }
+        ExpectStored();
+    }
+
+    void ExpectStored() {
+        for (int i = 0; i < kEntries; ++i)
+            EXPECT_EQ(Stored(i), m_raw[static_cast<std::size_t>(i)]);
+    }
+
+    void DoSomething() {
+        switch (m_random.Below(6)) {
+            case 0:
+            case 1:
+                return Read();
+            case 2:
+                return Calculate();
+            case 3:
+                return Clear(static_cast<int>(m_random.Below(2)));
+            default:
+                for (int writes = 0; writes < kEntries; ++writes)
+                    Write(static_cast<int>(m_random.Below(kEntries)));
+        }
+    }
+
     Random m_random{GetParam()};
     std::vector<Fields> m_raw;  // the sub-fields of each entry as they stand
 };
 
 TEST_P(ValueEntryProperty, SubFieldsSurviveAllThatIsNotMeantForThem) {
     WriteEntries();
-    for (int i = 0; i < kEntries; ++i)
-        EXPECT_EQ(Stored(i), m_raw[static_cast<std::size_t>(i)]);
+    ExpectStored();
     for (int round = 0; round < kRounds && !HasFailure(); ++round)
-        if (m_random.Chance(30))
-            Read();
-        else
-            for (int writes = 0; writes < kEntries; ++writes)
-                Write(static_cast<int>(m_random.Below(kEntries)));
+        DoSomething();
     EXPECT_EQ(Data("#_1", "State"), "U");
+    EXPECT_EQ(Data("#_1", "0.0.0"), ",D,8,4711,\"\"");
 }
 
 // Any text at all, entry or not: composed once it is settled, and its sub-fields come apart the same way
