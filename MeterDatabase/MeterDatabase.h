@@ -293,6 +293,61 @@ public:
     // what is no such placeholder stays as it is.
     void Substitute(char* out, const char* text, int outSize);
 
+    // ---- functions, commands and options ------------------------------------------------------------------
+
+    // The functions of the current record are its value entries "Func1", "Func2" ... up to the first missing
+    // one, at most 59: the value is the function's code, the definition holds its parameters or, for a
+    // composite function (codes 1000 to 1999), the functions that it needs. A function is offered when the
+    // meter's type supports it, the access level allows it and no list flag withdraws it; a composite one
+    // when it has all that it needs.
+
+    // Lists the functions that are offered.
+    //   codes, numbers  receive the code of each function and the number of its entry, `capacity` elements;
+    //                   may be null
+    //   count           receives how many were listed; null: none are listed
+    //   mode            0 all, 1 commands, 2 options (the codes in "Options" of the system ini), else none
+    //   available       receives the codes of all single functions that are offered, one byte each and a
+    //                   zero, cut to fit; left alone when it is null or `availableSize` below 2
+    // False, with a count of 0, when the interface does not know the meter's type.
+    bool BuildFuncCodeList(CMeterInterface* iface, int* codes, int* numbers, int* count, int capacity,
+                           int mode, unsigned char* available, int availableSize);
+
+    // Number of commands and of options that are offered; 0 when the meter's type is not known.
+    int GetCommands(CMeterInterface* iface);
+    int GetOptions(CMeterInterface* iface);
+
+    // Command or option number `index` (from 0): its text, with the placeholders of a composite function
+    // filled; its mark ("?" waiting, "ok." done, "!"), its code and its status letters. A value that the text
+    // has no room for is left out. False when there is none.
+    bool GetCommand(CMeterInterface* iface, int index, char* text, int textLen, char* mark, int markLen,
+                    int* code, char* flags, int flagsLen);
+    bool GetOption(CMeterInterface* iface, int index, char* text, int textLen, char* mark, int markLen,
+                   int* code, char* flags, int flagsLen);
+
+    // Text of a function code: a display text, a text of the meter interface ("???" when it has none), or a
+    // text of the system ini. False, with "?", when there is none.
+    bool GetCommandText(CMeterInterface* iface, int code, char* text, int textLen);
+
+    // The first function with that code that is offered: its definition, of a composite function only what
+    // will be run; its state (0 none, 1 waiting, 2 status C, 3 done) and state text. False when it is not
+    // offered.
+    bool GetCommandFormat(CMeterInterface* iface, int code, char* format, int formatLen);
+    bool GetCommandState(CMeterInterface* iface, int code, int* state, char* stateText, int stateTextLen);
+
+    // Notes that a function was done (state 3) or waits (any other): writes its status and, unless null, its
+    // state text.
+    bool SetCommandState(CMeterInterface* iface, int code, int state, const char* stateText);
+
+    // What fills a placeholder.
+    //   out     at least 256 bytes; at most 255 characters are written
+    //   code    4, 5 or 6: a number or a time out of the argument; 202: the version of a parameter set
+    //   arg     "M" or "D" and a number; "I" and YYYYMMDDhhmmss, as far as known; "X", a parameter file and
+    //           "{number}"
+    //   format  of a time: YYYY MM DD HH NN SS (minutes are N), a single letter without a leading zero, other
+    //           characters as they are, "": MM-DD-YYYY; "BODKIN" of a version; "*..." gives "*"
+    // "" when there is no such value. Reads the parameter file.
+    void FormatSubstValue(char* out, int code, const char* arg, const char* format);
+
     // ---- items and user stamp
     // -------------------------------------------------------------------------------------
 
@@ -375,6 +430,17 @@ protected:
     // with the buffer is not found.
     char* SearchInBufWithLen(char* buffer, int length, const char* pattern, int patternLength);
 
+    // True when a composite function can be run with the available functions (codes, one byte each, and a
+    // zero): each token of its definition names an available function, or begins with O. Setting the clock
+    // (101) may be missing while list flag B withdraws it. False without a data file and for a token that
+    // names no function.
+    bool CheckFunctionList(const char* definition, const unsigned char* available);
+
+    // The catalogue by list mode, see BuildFuncCodeList.
+    int GetFunctions(CMeterInterface* iface, int kind);
+    bool GetFunction(CMeterInterface* iface, int index, char* text, int textLen, char* mark, int markLen,
+                     int* code, char* flags, int flagsLen, int kind);
+
     static constexpr int kTexts = 35;
     static constexpr int kPathChars = 261;
     static constexpr int kFieldLists = 3;
@@ -439,4 +505,18 @@ private:
     std::string ShownValue(const Field& field) const;
     std::optional<std::string> Formatted(std::string_view value, std::string_view definition) const;
     std::optional<std::string> Selected(std::string_view value, std::string_view list) const;
+
+    struct Function;
+    struct FunctionList;
+    bool ListFunctions(CMeterInterface* iface, int mode, int capacity, FunctionList* list);
+    bool ReadFunction(int number, Function* function) const;
+    bool IsOffered(const Function& function, const std::string& available);
+    bool FindFunction(CMeterInterface* iface, int code, Function* function, std::string* available);
+    std::string AvailableFunctions(std::string available, const std::string& meterType);
+    std::string AccessList(const std::string& meterType);
+    std::string FunctionsSection() const;
+    bool ShowCommandText(CMeterInterface* iface, int code, char* text, int textLen);
+    void ShowFunction(CMeterInterface* iface, const Function& function, char* text, int textLen);
+    std::string Filled(std::string text, int textLen, std::string_view definition) const;
+    std::string SubstValue(int code, std::string_view argument, std::string_view format) const;
 };

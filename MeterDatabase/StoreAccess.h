@@ -21,6 +21,17 @@ inline std::optional<std::string> ReadText(const CMeterIniFile& store, const cha
     return std::string(buffer);
 }
 
+// Value of a key without its enclosing quotes, then cut to size - 1 bytes (size at most kEntryBytes); empty
+// when there is no store or no such key.
+inline std::string ReadBareText(const CMeterIniFile* store, const std::string& section,
+                                const std::string& key, int size) {
+    if (store == nullptr)
+        return {};
+    const std::string text =
+        ReadText(*store, section.c_str(), key.c_str(), kEntryBytes).value_or(std::string());
+    return std::string(MeterText::WithoutQuotes(text).substr(0, static_cast<std::size_t>(size) - 1));
+}
+
 // The integer under a key whose text is read up to size - 1 bytes (size at most kNameBytes); 0 when the key
 // does not exist.
 inline int ReadNumber(const CMeterIniFile& store, const char* section, const char* key, int size) {

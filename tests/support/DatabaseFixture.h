@@ -18,7 +18,10 @@ public:
 
     using CMeterDatabase::CalculateField;
     using CMeterDatabase::CheckConsistency;
+    using CMeterDatabase::CheckFunctionList;
     using CMeterDatabase::DefineTexts;
+    using CMeterDatabase::GetFunction;
+    using CMeterDatabase::GetFunctions;
     using CMeterDatabase::GetPtrToDataFields;
     using CMeterDatabase::HandleAllTexts;
     using CMeterDatabase::HandleText;

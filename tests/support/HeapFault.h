@@ -25,3 +25,11 @@ public:
         Pause& operator=(const Pause&) = delete;
     };
 };
+
+// Runs `call` with its n-th allocation failing. True when it came to that one.
+template <typename Call>
+bool FailAllocation(int n, Call call) {
+    const HeapFault fault(n);
+    call();
+    return fault.Happened();
+}
