@@ -41,7 +41,8 @@ bool SaveTo(const std::wstring& path, const std::vector<std::string_view>& piece
     return false;
 }
 
-bool HasMirror(const SaveTarget& target) {
+// Asked once the file is saved: until then a mirror that is a hard link of it looks like the file itself.
+bool NeedsMirror(const SaveTarget& target) {
     return !target.mirror.empty() && !Platform::SamePath(target.path, target.mirror);
 }
 
@@ -57,9 +58,8 @@ void SetSaveErrorHandler(CMeterIniFile::SaveErrorHandler handler, void* context)
 bool SaveText(const SaveTarget& target, const std::vector<std::string_view>& pieces) noexcept {
     try {
         Platform::KeepAwake(true);
-        const bool hasMirror = HasMirror(target);
         const bool saved = SaveTo(target.path, pieces, target.errorText);
-        const bool mirrored = !hasMirror || SaveTo(target.mirror, pieces, target.errorText);
+        const bool mirrored = !NeedsMirror(target) || SaveTo(target.mirror, pieces, target.errorText);
         Platform::KeepAwake(false);
         return saved && mirrored;
     } catch (...) {

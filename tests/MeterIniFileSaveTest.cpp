@@ -192,6 +192,14 @@ TEST_F(MeterIniFileSave, FileIsSavedAlsoWhenTheMirrorFails) {
     EXPECT_TRUE(m_store->m_error);
 }
 
+TEST_F(MeterIniFileSave, MirrorThatIsAHardLinkOfTheFileIsWrittenToo) {
+    fs::create_hard_link(m_folder.Path() / "a.ini", m_folder.Path() / "mirror.ini");
+    m_store->SetMirror(m_folder.Wide("mirror.ini").c_str());
+    EXPECT_TRUE(m_store->UpdateFile());
+    EXPECT_EQ(m_folder.Read("a.ini"), kNew);
+    EXPECT_EQ(m_folder.Read("mirror.ini"), kNew);
+}
+
 TEST_F(MeterIniFileSave, MirrorEqualToTheFileIsWrittenOnce) {
     FakeSystem system;
     m_store->SetMirror(m_folder.Wide("a.ini").c_str());
