@@ -19,7 +19,7 @@ namespace {
 constexpr int kParameterSetCode = 202;
 constexpr int kLineBytes = 256;
 
-bool BeginsWith(std::string_view text, std::string_view start) {
+bool BeginsWithIgnoringCase(std::string_view text, std::string_view start) {
     return MeterText::EqualIgnoringCase(text.substr(0, start.size()), start);
 }
 
@@ -62,7 +62,7 @@ constexpr Element kElements[] = {
 
 const Element* FindElement(std::string_view pattern) {
     for (const Element& element : kElements)
-        if (BeginsWith(pattern, element.letters))
+        if (BeginsWithIgnoringCase(pattern, element.letters))
             return &element;
     return nullptr;
 }
@@ -122,9 +122,9 @@ std::string ParameterSetVersion(const wchar_t* path, int number) {
         const std::string_view line = buffer;
         if (line.front() == '[' && inSection)
             break;
-        if (inSection && BeginsWith(line, kVersion))
+        if (inSection && BeginsWithIgnoringCase(line, kVersion))
             return VersionText(line.substr(kVersion.size()));
-        inSection = inSection || BeginsWith(line, header);
+        inSection = inSection || BeginsWithIgnoringCase(line, header);
     }
     return {};
 }
