@@ -11,7 +11,7 @@
 
 namespace {
 
-class Substitution : public DatabaseFixture {
+class SubstitutionValue : public DatabaseFixture {
 protected:
     std::string Format(int code, const char* arg, const char* format) {
         GuardedBuffer<char> out(256);
@@ -23,10 +23,10 @@ protected:
     }
 };
 
-using SubstitutedTime = Substitution;
+using SubstitutionTime = SubstitutionValue;
 
 // Parameter files stand in the folder "par".
-class ParameterVersion : public Substitution {
+class ParameterVersion : public SubstitutionValue {
 protected:
     void SetUp() override {
         std::filesystem::create_directory(m_folder.Path() / "par");
@@ -44,7 +44,7 @@ protected:
 
 // ---- which value is made ------------------------------------------------------------------------------------
 
-TEST_F(Substitution, IsChosenByFormatCodeAndArgument) {
+TEST_F(SubstitutionValue, IsChosenByFormatCodeAndArgument) {
     struct Row {
         int code;
         const char* arg;
@@ -91,11 +91,11 @@ TEST_F(Substitution, IsChosenByFormatCodeAndArgument) {
             << row.code << '/' << (row.arg == nullptr ? "null" : row.arg) << '/' << row.value;
 }
 
-TEST_F(Substitution, ThatIsNotWantedIsNotWritten) {
+TEST_F(SubstitutionValue, ThatIsNotWantedIsNotWritten) {
     m_database.FormatSubstValue(nullptr, 4, "M07", "");
 }
 
-TEST_F(Substitution, MayBeWrittenOverItsArgument) {
+TEST_F(SubstitutionValue, MayBeWrittenOverItsArgument) {
     char text[256] = "M07";
     m_database.FormatSubstValue(text, 4, text, "");
     EXPECT_STREQ(text, "7");
@@ -106,7 +106,7 @@ TEST_F(Substitution, MayBeWrittenOverItsArgument) {
 
 // ---- times --------------------------------------------------------------------------------------------------
 
-TEST_F(SubstitutedTime, IsReadAsFarAsItIsKnown) {
+TEST_F(SubstitutionTime, IsReadAsFarAsItIsKnown) {
     const char* const kPattern = "YYYY.M.D.H.N.S";
     const std::vector<std::pair<const char*, const char*>> rows = {
         {"I20100315123456", "2010.3.15.12.34.56"},
@@ -132,7 +132,7 @@ TEST_F(SubstitutedTime, IsReadAsFarAsItIsKnown) {
         EXPECT_EQ(Format(4, arg, kPattern), value) << arg;
 }
 
-TEST_F(SubstitutedTime, IsLaidOutByItsPattern) {
+TEST_F(SubstitutionTime, IsLaidOutByItsPattern) {
     const std::vector<std::pair<const char*, const char*>> rows = {
         {"", "03-05-2010"},
         {"YYYY", "2010"},
@@ -172,7 +172,7 @@ TEST_F(SubstitutedTime, IsLaidOutByItsPattern) {
         EXPECT_EQ(Format(5, "I20100305070809", pattern), value) << pattern;
 }
 
-TEST_F(SubstitutedTime, HasZerosForWhatIsNotKnown) {
+TEST_F(SubstitutionTime, HasZerosForWhatIsNotKnown) {
     EXPECT_EQ(Format(5, "I20100315", "HH:NN:SS"), "00:00:00");
     EXPECT_EQ(Format(5, "I", ""), "00-00-0000");
     EXPECT_EQ(Format(5, "I", "YYYY YY MM M"), "0000 00 00 0");
@@ -180,7 +180,7 @@ TEST_F(SubstitutedTime, HasZerosForWhatIsNotKnown) {
     EXPECT_EQ(Format(5, "I0007", "YY YYYY"), "07 0007");
 }
 
-TEST_F(SubstitutedTime, KeepsToItsBuffer) {
+TEST_F(SubstitutionTime, KeepsToItsBuffer) {
     const std::string text(254, '-');
     EXPECT_EQ(Format(4, "I20100315", text + "D"), text + "1");
     EXPECT_EQ(Format(4, "I20100315", text + "xy"), text + "x");
