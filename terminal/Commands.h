@@ -1,17 +1,77 @@
 // The commands of the program. Each writes to the screen and throws a Refusal when it cannot do what was
-// asked.
+// asked. A meter is given by the number of its record ("3", "3/1" for its appendix 1) or by its own number.
 #pragma once
 
+#include <optional>
 #include <string>
+#include <vector>
 
 #include "terminal/Installation.h"
 #include "terminal/Screen.h"
 
+// ---- the route --------------------------------------------------------------------------------------------
+
+struct RouteRequest {
+    std::vector<std::string> columns;  // names of values; none: what tells a person where to go
+};
+
 // Shows every meter of the route with its state and what is to be done with it.
-void ShowRoute(const Options& options, Screen& screen);
+void ShowRoute(const Options& options, const RouteRequest& request, Screen& screen);
+
+// ---- records ----------------------------------------------------------------------------------------------
+
+struct ShowRequest {
+    std::string meter;
+    bool raw = false;  // the lines of the record as they stand
+};
+
+// Shows the data fields of a meter.
+void ShowRecord(const Options& options, const ShowRequest& request, Screen& screen);
+
+struct SetRequest {
+    std::string meter;
+    std::string field;
+    std::string value;  // "" clears the field
+};
+
+// Enters the value of a data field by hand, and calculates what depends on it.
+void SetField(const Options& options, const SetRequest& request, Screen& screen);
+
+struct StateRequest {
+    std::string meter;
+    std::optional<std::string> state;
+};
+
+// Shows the state of a meter, or gives it another one.
+void ShowOrSetState(const Options& options, const StateRequest& request, Screen& screen);
+
+struct ItemRequest {
+    std::string meter;
+    std::string key;
+    std::optional<std::string> text;
+};
+
+// Shows an entry of a record as it stands, or writes it.
+void ShowOrSetItem(const Options& options, const ItemRequest& request, Screen& screen);
+
+struct AppendRequest {
+    std::string type;
+};
+
+// Adds a meter of one of the installation's types to the route.
+void AppendMeter(const Options& options, const AppendRequest& request, Screen& screen);
+
+struct DeleteRequest {
+    std::string meter;
+};
+
+// Deletes a meter, appendices included, from the route.
+void DeleteMeter(const Options& options, const DeleteRequest& request, Screen& screen);
+
+// ---- reading ----------------------------------------------------------------------------------------------
 
 struct ReadRequest {
-    std::string meter;    // number of the record ("3", "3/1" for its appendix 1) or of the meter
+    std::string meter;
     std::string readout;  // name of a file
     bool force = false;   // also when the readout is of another meter
 };

@@ -42,8 +42,7 @@ std::wstring ApplicationPath(std::string directory) {
 Installation::Installation(const Options& options) : m_database(ApplicationPath(options.directory).c_str()) {
     try {
         OpenStores(options);
-        m_language = ChosenLanguage(options);
-        m_database.SetLanguageCode(m_language.c_str());
+        m_database.SetLanguageCode(ChosenLanguage(options).c_str());
     } catch (...) {
         m_database.CloseDataFile();
         throw;
@@ -112,20 +111,6 @@ void Installation::KeepLanguage(const std::string& language) {
     if (!app->WriteString("System", "Language", language.c_str()) || !app->UpdateFile() ||
         !m_database.OpenDataFile(false))
         throw Refusal(kFileFailed, saves.Reason());
-}
-
-std::string Installation::Label(const std::string& name, const std::string& meterType) {
-    // As with the fields themselves, what is said for a type or a language goes before what is said for all.
-    const std::string type = meterType.empty() ? "" : "_" + meterType;
-    const std::string language = m_language.empty() ? "" : "_" + m_language;
-    for (const std::string base : {"Values", "Extra", "Statistic"}) {
-        for (const std::string& section : {base + type + language, base + type, base + language, base}) {
-            const std::string label = FirstToken(Read(m_database.GetPtrToIniFile(), section, name));
-            if (!label.empty())
-                return label;
-        }
-    }
-    return {};
 }
 
 std::string Installation::FileName(const char* key) {

@@ -28,9 +28,6 @@ public:
 
     CMeterDatabase& Database() { return m_database; }
 
-    // What the current user calls a value of a meter type; "" when the installation does not say.
-    std::string Label(const std::string& name, const std::string& meterType);
-
     // The name of a file as the system ini gives it ("DataFile", "AppFile"), as it can be shown.
     std::string FileName(const char* key);
 
@@ -41,5 +38,4 @@ private:
     void KeepLanguage(const std::string& language);
 
     CMeterDatabase m_database;
-    std::string m_language;
 };

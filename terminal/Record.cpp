@@ -1,5 +1,6 @@
 #include "terminal/Record.h"
 
+#include <algorithm>
 #include <array>
 
 #include "MeterUtil/Text.h"
@@ -18,18 +19,19 @@ std::string Bare(const EntryBuffer& field) {
     return std::string(MeterText::WithoutQuotes(field.data()));
 }
 
-// Only what holds a comma is a value; anything else is a plain item.
-bool IsValueEntry(CMeterDatabase& database, const std::string& name) {
-    EntryBuffer item;
-    return database.GetMeterItem(name.c_str(), item.data(), kEntryBytes) &&
-           MeterText::Contains(item.data(), ',');
-}
-
 }  // namespace
+
+std::optional<std::string> ReadItem(CMeterDatabase& database, const std::string& name) {
+    EntryBuffer item;
+    if (!database.GetMeterItem(name.c_str(), item.data(), kEntryBytes))
+        return std::nullopt;
+    return item.data();
+}
 
 std::optional<Entry> ReadEntry(CMeterDatabase& database, const std::string& name) {
     std::array<EntryBuffer, 5> fields;
-    if (!IsValueEntry(database, name) ||
+    // Only what holds a comma is a value; anything else is a plain item.
+    if (!MeterText::Contains(ReadItem(database, name).value_or(""), ',') ||
         !database.GetMeterValue(name.c_str(), fields[0].data(), kEntryBytes, fields[1].data(), kEntryBytes,
                                 fields[2].data(), kEntryBytes, fields[3].data(), kEntryBytes,
                                 fields[4].data(), kEntryBytes))
@@ -37,14 +39,14 @@ std::optional<Entry> ReadEntry(CMeterDatabase& database, const std::string& name
     return Entry{name, Bare(fields[0]), Bare(fields[1]), Bare(fields[2]), Bare(fields[3]), Bare(fields[4])};
 }
 
-std::vector<Entry> ReadableEntries(CMeterDatabase& database) {
+std::vector<Entry> EntriesWith(CMeterDatabase& database, char attribute) {
     std::vector<Entry> entries;
     std::array<char, kNameBytes> name{};
     for (int index = 1; database.GetMeterValueByIndex(index, name.data(), nullptr, 0, nullptr, 0, nullptr, 0,
                                                       nullptr, 0, nullptr, 0);
          ++index) {
         const std::optional<Entry> entry = ReadEntry(database, name.data());
-        if (entry && MeterText::Contains(entry->attributes, 'R'))
+        if (entry && MeterText::Contains(entry->attributes, attribute))
             entries.push_back(*entry);
     }
     return entries;
@@ -53,8 +55,18 @@ std::vector<Entry> ReadableEntries(CMeterDatabase& database) {
 std::string ReadValue(CMeterDatabase& database, const std::string& name) {
     if (const std::optional<Entry> entry = ReadEntry(database, name))
         return entry->value;
-    EntryBuffer item;
-    return database.GetMeterItem(name.c_str(), item.data(), kEntryBytes) ? item.data() : "";
+    return ReadItem(database, name).value_or("");
+}
+
+std::string MeterType(CMeterDatabase& database) {
+    std::string type = ReadValue(database, "MeterType");
+    const int appendix = database.GetAppendix();
+    if (type.empty() && appendix != 0) {
+        database.SetAppendix(0);
+        type = ReadValue(database, "MeterType");
+        database.SetAppendix(appendix);
+    }
+    return type;
 }
 
 std::string MeterNumber(CMeterDatabase& database) {
@@ -84,15 +96,19 @@ std::string ActionText(CMeterDatabase& database) {
     return action.data();
 }
 
-std::string StateText(CMeterDatabase& database) {
+std::string StateAndAction(CMeterDatabase& database) {
     std::array<wchar_t, kStateTextChars> wide{};
     database.GetRecordStateText(wide.data());
     const std::string text = Utf8::FromWide(wide.data());
-    // The library closes it with the action in parentheses.
-    const std::string closing = " (" + ActionText(database) + ")";
+    return text.substr(std::min(text.find_first_not_of(' '), text.size()));
+}
+
+std::string StateText(CMeterDatabase& database) {
+    const std::string text = StateAndAction(database);
+    const std::string closing = "(" + ActionText(database) + ")";
     const bool closes = text.size() >= closing.size() &&
                         text.compare(text.size() - closing.size(), closing.size(), closing) == 0;
-    return closes ? text.substr(0, text.size() - closing.size()) : text;
+    return std::string(MeterText::TrimBlanks(closes ? text.substr(0, text.size() - closing.size()) : text));
 }
 
 bool IsHandled(CMeterDatabase& database) {
@@ -111,6 +127,10 @@ std::vector<std::string> DefinitionTokens(const std::string& definition) {
         tokens.emplace_back(token);
     }
     return tokens;
+}
+
+bool IsCount(const std::string& text) {
+    return !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;
 }
 
 std::string UnitOf(const std::string& definition) {

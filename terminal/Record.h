@@ -22,11 +22,18 @@ struct Entry {
 // The value entry of a name; nothing when the record has none or only a plain item.
 std::optional<Entry> ReadEntry(CMeterDatabase& database, const std::string& name);
 
-// The value entries that the meter's parser fills (attribute R), in the order of the record.
-std::vector<Entry> ReadableEntries(CMeterDatabase& database);
+// The value entries with an attribute, in the order of the record: R is filled by the meter's parser, A is
+// calculated.
+std::vector<Entry> EntriesWith(CMeterDatabase& database, char attribute);
+
+// An entry as it stands; nothing when the record has none of that name.
+std::optional<std::string> ReadItem(CMeterDatabase& database, const std::string& name);
 
 // The value of an entry, or a plain item as it stands; "" when the record has neither.
 std::string ReadValue(CMeterDatabase& database, const std::string& name);
+
+// The type of the meter, that of the main record where an appendix has none; "" when it has none.
+std::string MeterType(CMeterDatabase& database);
 
 // The number by which the route knows the record's meter, "0.0.0-nom", else "0.0.0"; "" when it has none.
 std::string MeterNumber(CMeterDatabase& database);
@@ -38,12 +45,16 @@ std::vector<std::string> RecordLines(CMeterDatabase& database);
 std::string RecordHeader(CMeterDatabase& database);
 
 // The state of the meter and what is to be done with it, in the language of the installation.
-std::string StateText(CMeterDatabase& database);  // without the action
+std::string StateText(CMeterDatabase& database);
 std::string ActionText(CMeterDatabase& database);
+std::string StateAndAction(CMeterDatabase& database);  // the action in parentheses
 bool IsHandled(CMeterDatabase& database);
 
 // The tokens of a check definition, up to the first empty one: nothing behind it counts.
 std::vector<std::string> DefinitionTokens(const std::string& definition);
+
+// A text of nothing but digits.
+bool IsCount(const std::string& text);
 
 // The unit that a check definition shows values in; "" when it names none.
 std::string UnitOf(const std::string& definition);

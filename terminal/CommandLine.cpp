@@ -1,0 +1,152 @@
+#include "terminal/CommandLine.h"
+
+#include <memory>
+
+#include "terminal/Commands.h"
+
+namespace {
+
+constexpr const char* kFooter =
+    "Exit codes: 0 done; 1 the data said no (unknown meter, damaged readout); 2 wrong use;\n"
+    "3 a file could not be read or saved.";
+
+constexpr const char* kMeter = "Number of the record (3, or 3/1 for its appendix 1) or of the meter";
+
+void AddOptions(CLI::App& app, Options* options) {
+    app.add_option("--dir", options->directory, "Directory of the application, which holds the system ini")
+        ->envname("METERDB_DIR")
+        ->capture_default_str();
+    app.add_option("--ini", options->ini, "Name of the system ini")
+        ->envname("METERDB_INI")
+        ->capture_default_str();
+    app.add_option("--user", options->user, "Who reads: stamped on every record that changes")
+        ->envname("METERDB_USER");
+    app.add_option("--language", options->language, "Language of texts and names, kept for the next time");
+}
+
+// The command line of one program.
+class Program {
+public:
+    Program(CLI::App& app, const Options& options, Screen& screen)
+        : m_app(app), m_options(options), m_screen(screen) {}
+
+    void AddRoute() const;
+    void AddShow() const;
+    void AddSet() const;
+    void AddState() const;
+    void AddItem() const;
+    void AddRead() const;
+
+private:
+    template <typename Request>
+    using Run = void (*)(const Options&, const Request&, Screen&);
+
+    // A command and the request that its arguments go into.
+    template <typename Request>
+    struct Command {
+        CLI::App* app;
+        Request* request;
+
+        template <typename Value>
+        const Command& Needs(const char* name, Value Request::*value, const char* help) const {
+            app->add_option(name, request->*value, help)->required();
+            return *this;
+        }
+
+        template <typename Value>
+        const Command& Takes(const char* name, Value Request::*value, const char* help) const {
+            app->add_option(name, request->*value, help);
+            return *this;
+        }
+
+        const Command& Flag(const char* name, bool Request::*value, const char* help) const {
+            app->add_flag(name, request->*value, help);
+            return *this;
+        }
+    };
+
+    template <typename Request>
+    Command<Request> Add(CLI::App& parent, const char* name, const char* help, const char* example,
+                         Run<Request> run) const {
+        const auto request = std::make_shared<Request>();
+        CLI::App* command = parent.add_subcommand(name, help);
+        command->footer(std::string("Example: meterdb ") + example);
+        command->callback(
+            [request, run, &options = m_options, &screen = m_screen] { run(options, *request, screen); });
+        return {command, request.get()};
+    }
+
+    CLI::App& m_app;
+    const Options& m_options;
+    Screen& m_screen;
+};
+
+void Program::AddRoute() const {
+    const auto route =
+        Add<RouteRequest>(m_app, "route", "Show the meters of the route: where, in which state, what to do",
+                          "route --columns Street,1.8.0", ShowRoute);
+    route.app
+        ->add_option("--columns", route.request->columns,
+                     "Names of the values to show, with commas between, in place of type and place")
+        ->delimiter(',');
+}
+
+void Program::AddShow() const {
+    Add<ShowRequest>(m_app, "show", "Show the data fields of a meter as the installation declares them",
+                     "show 3", ShowRecord)
+        .Needs("METER", &ShowRequest::meter, kMeter)
+        .Flag("--raw", &ShowRequest::raw, "The lines of the record as they stand in the file");
+}
+
+void Program::AddSet() const {
+    Add<SetRequest>(m_app, "set", "Enter the value of a data field by hand: check, store, stamp and save it",
+                    "set 3 Reason 01", SetField)
+        .Needs("METER", &SetRequest::meter, kMeter)
+        .Needs("FIELD", &SetRequest::field, "Name of the field, as show gives it")
+        .Needs("VALUE", &SetRequest::value,
+               "The value as it is stored, such as a code; \"\" clears the field");
+}
+
+void Program::AddState() const {
+    Add<StateRequest>(m_app, "state", "Show the state of a meter, or give it another one", "state 3 H",
+                      ShowOrSetState)
+        .Needs("METER", &StateRequest::meter, kMeter)
+        .Takes(
+            "NEW", &StateRequest::state,
+            "Letters: N or E new, M in work, U or A to do, H done, C card left, R read only, I information");
+}
+
+void Program::AddItem() const {
+    Add<ItemRequest>(m_app, "item", "Show an entry of a record as it stands, or write it", "item 3 Stop 4",
+                     ShowOrSetItem)
+        .Needs("METER", &ItemRequest::meter, kMeter)
+        .Needs("KEY", &ItemRequest::key, "Key of the entry")
+        .Takes("VALUE", &ItemRequest::text, "The whole text of the entry");
+}
+
+void Program::AddRead() const {
+    Add<ReadRequest>(m_app, "read",
+                     "Take the readout of a meter into its record: store, check, stamp and save its values",
+                     "read 3 gas.txt", ReadMeter)
+        .Needs("METER", &ReadRequest::meter, kMeter)
+        .Needs("READOUT", &ReadRequest::readout,
+               "File with the answer of the meter (IEC 62056-21 data readout)")
+        .Flag("--force", &ReadRequest::force, "Also when the readout is of another meter");
+}
+
+}  // namespace
+
+void DescribeCommandLine(CLI::App& app, Options& options, Screen& screen) {
+    app.footer(kFooter);
+    app.set_version_flag("--version", std::string("meterdb ") + METERDB_VERSION);
+    app.fallthrough();
+    app.require_subcommand(1);
+    AddOptions(app, &options);
+    const Program program(app, options, screen);
+    program.AddRoute();
+    program.AddShow();
+    program.AddSet();
+    program.AddState();
+    program.AddItem();
+    program.AddRead();
+}
