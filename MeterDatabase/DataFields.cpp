@@ -38,7 +38,7 @@ std::string ListSection(const CMeterIniFile* systemIni, const std::string& base,
         {!language.empty(), base + forLanguage},
     };
     for (const auto& [applies, name] : candidates) {
-        const std::string section = name.substr(0, kSectionBytes - 1);
+        std::string section = name.substr(0, kSectionBytes - 1);
         if (applies && systemIni != nullptr && systemIni->SectionExists(section.c_str()))
             return section;
     }

@@ -11,7 +11,7 @@ namespace Platform {
 namespace {
 
 constexpr std::size_t kBufferBytes =
-    256 * 1024;                      // one write of this size costs no more per byte than a larger one
+    std::size_t{256} * 1024;         // one write of this size costs no more per byte than a larger one
 constexpr int kNameTries = 100;      // names of temporary files left behind by power cuts are passed over
 constexpr int kRenameTries = 13;     // with the waits between them: about two seconds
 constexpr int kRenameWaitStep = 25;  // milliseconds by which each wait is longer than the one before

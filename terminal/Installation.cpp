@@ -75,7 +75,7 @@ void Installation::OpenStores(const Options& options) {
 }
 
 std::string Installation::ChosenLanguage(const Options& options) {
-    const std::string kept = Read(m_database.GetPtrToAppFile(), "System", "Language");
+    std::string kept = Read(m_database.GetPtrToAppFile(), "System", "Language");
     const std::vector<std::string> languages = Languages();
     if (options.language.empty() || MeterText::EqualIgnoringCase(options.language, kept))
         return kept;

@@ -20,7 +20,7 @@ bool IsNoise(char c) {
 
 std::string Hex(const char* format, unsigned value) {
     std::array<char, 16> text{};
-    std::snprintf(text.data(), text.size(), format, value);
+    static_cast<void>(std::snprintf(text.data(), text.size(), format, value));
     return text.data();
 }
 
@@ -41,6 +41,16 @@ unsigned char BlockCheck(std::string_view bytes) {
     return static_cast<unsigned char>(check);
 }
 
+constexpr std::size_t kNone = std::string_view::npos;
+
+// A telegram that has begun: places in the capture.
+struct Open {
+    std::size_t identification = kNone;  // of the '/'
+    std::size_t data = 0;                // behind the identification line or STX
+    bool hasStx = false;
+    bool hasData = false;
+};
+
 // Walks the lines of a capture once and keeps the telegram that ended last.
 class Scanner {
 public:
@@ -49,16 +59,6 @@ public:
     std::optional<Telegram> Run(std::string* problem);
 
 private:
-    static constexpr std::size_t kNone = std::string_view::npos;
-
-    // Places in the capture of a telegram that began.
-    struct Open {
-        std::size_t identification = kNone;  // of the '/'
-        std::size_t data = 0;                // behind the identification line or STX
-        bool hasStx = false;
-        bool hasData = false;
-    };
-
     void TakeLine(std::size_t end);
     std::size_t SkipNoise(std::size_t end);
     void BeginBlock(std::size_t stx);
