@@ -55,9 +55,13 @@ bool IsWritableSection(std::string_view name) {
     return !name.empty() && FitsOneLine(name) && !MeterText::Contains(name, ']');
 }
 
+// False for what no entry has as its key.
+bool MayBeKey(std::string_view key) {
+    return !key.empty() && !MeterText::Contains(key, '=');
+}
+
 bool IsWritableKey(std::string_view key) {
-    return !key.empty() && FitsOneLine(key) && !MeterText::Contains(key, '=') && key.front() != '[' &&
-           key.front() != ';';
+    return MayBeKey(key) && FitsOneLine(key) && key.front() != '[' && key.front() != ';';
 }
 
 // A first line that begins like this would have no text there once it is loaded again.
@@ -73,6 +77,14 @@ Result Guarded(Result failure, Operation operation) noexcept {
     } catch (...) {
         return failure;
     }
+}
+
+// Keeps a text of the caller; without memory the earlier one stays.
+void Keep(std::wstring* kept, const wchar_t* text) {
+    Guarded(false, [&] {
+        *kept = text == nullptr ? L"" : text;
+        return true;
+    });
 }
 
 IniText::Section FindSection(const MeterUtil::IniStore* store, const char* name) {
@@ -100,7 +112,7 @@ bool CMeterIniFile::ReadString(const char* section, const char* key, char* dst, 
     if (found == IniText::kNoSection || key == nullptr)
         return false;
     const std::string_view name = MeterText::TrimBlanks(key);
-    if (name.empty() || MeterText::Contains(name, '='))
+    if (!MayBeKey(name))
         return false;
     return Guarded(false, [&] {
         std::string_view value;
@@ -217,7 +229,7 @@ bool CMeterIniFile::DeleteKey(const char* section, const char* key) {
     if (found == IniText::kNoSection || key == nullptr)
         return false;
     const std::string_view name = MeterText::TrimBlanks(key);
-    if (name.empty() || MeterText::Contains(name, '='))
+    if (!MayBeKey(name))
         return false;
     return Guarded(false, [&] { return m_store->text.DeleteKey(found, name); });
 }
@@ -267,30 +279,19 @@ bool CMeterIniFile::UpdateFileBackground() {
 }
 
 void CMeterIniFile::SetMirror(const wchar_t* path) {
-    if (m_store == nullptr)
-        return;
-    Guarded(false, [&] {
-        m_store->target.mirror = path == nullptr ? L"" : path;
-        return true;
-    });
+    if (m_store != nullptr)
+        Keep(&m_store->target.mirror, path);
 }
 
 bool CMeterIniFile::PowerButtonControl(const wchar_t* path) {
-    if (m_store == nullptr)
-        return true;
-    return Guarded(true, [&] {
-        m_store->applicationPath = path == nullptr ? L"" : path;
-        return true;
-    });
+    if (m_store != nullptr)
+        Keep(&m_store->applicationPath, path);
+    return true;
 }
 
 void CMeterIniFile::SetSaveErrorText(const wchar_t* text) {
-    if (m_store == nullptr)
-        return;
-    Guarded(false, [&] {
-        m_store->target.errorText = text == nullptr ? L"" : text;
-        return true;
-    });
+    if (m_store != nullptr)
+        Keep(&m_store->target.errorText, text);
 }
 
 const wchar_t* CMeterIniFile::GetSaveErrorText() const {

@@ -25,13 +25,7 @@ bool IsTooLarge(std::string_view number) {
 }  // namespace
 
 double ToDouble(std::string_view text) {
-    const std::size_t start = text.find_first_not_of(" \t\n\v\f\r");
-    if (start == std::string_view::npos)
-        return 0;
-    text.remove_prefix(start);
-    const bool negative = text.front() == '-';
-    if (negative || text.front() == '+')
-        text.remove_prefix(1);
+    const bool negative = TakeSign(&text);
     // What begins with neither a digit nor a point is a word (inf, nan), a second sign, or nothing.
     if (text.empty() || !(Contains(kDigits, text.front()) || text.front() == '.'))
         return 0;

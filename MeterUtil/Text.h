@@ -2,6 +2,7 @@
 // apart. They work on views; the fixed buffers of the public interfaces are filled by CopyText alone.
 #pragma once
 
+#include <algorithm>
 #include <charconv>
 #include <cstdint>
 #include <cstring>
@@ -138,17 +139,20 @@ inline std::string_view BareToken(std::string_view source, std::int64_t index,
     return WithoutQuotes(token);
 }
 
-// The integer at the start of `text`, read like atoi: white space, a sign, digits; the rest is ignored, no
-// digits give 0. A value that does not fit is clamped to the type.
+// Takes white space and a sign off the start of a number. True for a minus sign.
+inline bool TakeSign(std::string_view* text) {
+    text->remove_prefix(std::min(text->find_first_not_of(" \t\n\v\f\r"), text->size()));
+    const bool negative = !text->empty() && text->front() == '-';
+    if (negative || (!text->empty() && text->front() == '+'))
+        text->remove_prefix(1);
+    return negative;
+}
+
+// The integer at the start of `text`, read like atoi: white space, a sign, digits; the rest is ignored, no digits give
+// 0. A value that does not fit is clamped to the type.
 template <typename Integer>
 Integer ToInteger(std::string_view text) {
-    const std::size_t start = text.find_first_not_of(" \t\n\v\f\r");
-    if (start == std::string_view::npos)
-        return 0;
-    text.remove_prefix(start);
-    const bool negative = text.front() == '-';
-    if (negative || text.front() == '+')
-        text.remove_prefix(1);
+    const bool negative = TakeSign(&text);
     using Limits = std::numeric_limits<Integer>;
     Integer value = 0;
     for (const char c : text) {
