@@ -18,6 +18,7 @@
 
 using MeterRecords::Composed;
 using MeterRecords::FormPath;
+using MeterRecords::kNumberBytes;
 using MeterRecords::ReadNumber;
 using MeterRecords::ReadText;
 
@@ -74,7 +75,6 @@ static_assert(std::size(kDisplayTexts) == MeterRecords::kTextSlots, "every slot 
 constexpr std::size_t kFieldListBytes = 8800;
 static_assert(kFieldListBytes % sizeof(Type_DataField) == 0, "a list holds whole fields");
 
-constexpr int kNumberBytes = 20;  // counts and client numbers
 constexpr int kLanguageBytes = 40;
 constexpr int kMostLanguages = 20;
 

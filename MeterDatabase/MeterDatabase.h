@@ -133,6 +133,31 @@ public:
     // (from 1). False when the line does not exist.
     bool GetRecordData(int line, char* dst, int size);
 
+    // ---- appending and deleting ---------------------------------------------------------------------------
+
+    // Adds a meter record to the data file in memory, made from the system ini's template "Append" + meterType,
+    // or "Append" when there is no such one. The record begins in state E; an entry of the template whose key
+    // begins with '#' and a number opens that appendix. Entries of the template are taken as they stand, but
+    // for those whose attributes hold G among their first 8 letters: they take their value from the entry of
+    // the same name in "General" of the data file, when there is one, and are cut to 255 characters.
+    // Number of the new meter, which becomes current with the last appendix that was opened; 0, with nothing
+    // changed, without a template or memory.
+    int AppendNewMeterToDataFile(const char* meterType);
+
+    // Name of the meter type that a template makes, into dst of `size` bytes, at least 2; "" when the template
+    // names none. 1; 0 without a template.
+    int GetMeterTypeFromAppendSection(const char* meterType, char* dst, int size);
+
+    // Deletes the current meter with its appendices, counted as GetAppendixCount does; the meters behind it
+    // move down by one. Saves the data file; no meter is current then. False without a current meter.
+    bool DeleteActualMeter();
+
+    // Keeps a copy of the current record, main record or appendix, in place of an earlier copy of it, and puts
+    // it back. A copy stays with its record when other meters are deleted, and lives as long as the data file
+    // is open. True once a meter is current, whether or not there was something to copy.
+    bool BackupRecord();
+    bool RestoreRecord();
+
     // ---- saving -------------------------------------------------------------------------------------------
 
     // Arranges a save of the data file and returns: edits that follow are not part of it. False without a

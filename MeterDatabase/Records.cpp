@@ -11,21 +11,18 @@
 #include "MeterUtil/Text.h"
 #include "Platform/Platform.h"
 
+using MeterRecords::AppendixSection;
+using MeterRecords::kNumberBytes;
 using MeterRecords::ReadEntry;
 using MeterRecords::ReadNumber;
 
 namespace {
 
-constexpr int kNumberBytes = 20;
 constexpr int kStateBytes = 40;
 constexpr int kActionBytes = 255;
 constexpr int kActionTextBytes = 40;
 constexpr int kMostAppendices = 100;
 constexpr std::size_t kInsertedChars = 16;  // most of a value that an action text takes in
-
-std::string AppendixSection(int appendix, int meter) {
-    return "#" + std::to_string(appendix) + "_" + std::to_string(meter);
-}
 
 struct StateLetter {
     char letter;

@@ -12,6 +12,13 @@
 
 namespace MeterRecords {
 
+constexpr int kNumberBytes = 20;  // a count or a client number, terminator included
+
+// Section of an appendix record: the number of the appendix comes first.
+inline std::string AppendixSection(int appendix, int meter) {
+    return "#" + std::to_string(appendix) + "_" + std::to_string(meter);
+}
+
 // Value of a key, cut to size - 1 bytes (size at most kEntryBytes); nothing when the key does not exist.
 inline std::optional<std::string> ReadText(const CMeterIniFile& store, const char* section, const char* key,
                                            int size = kNameBytes) {

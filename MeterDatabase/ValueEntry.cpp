@@ -12,8 +12,8 @@ namespace {
 constexpr char kSeparator = ',';
 constexpr char kQuote = '"';
 
-// What the first four sub-fields may take together: four separators and an empty text follow them.
-constexpr std::size_t kHeadChars = ValueEntry::kEntryChars - 6;
+// What follows the first four sub-fields at least: four separators and an empty text.
+constexpr std::size_t kTailChars = 6;
 
 using Head = std::array<std::string, kText>;
 
@@ -35,7 +35,32 @@ std::string WithoutAnyQuote(std::string_view text) {
     return plain;
 }
 
-// An entry is one line of the file: CR LF, CR or LF become one blank.
+// A quote that nothing closes would find the closing quote of a later sub-field and swallow what is between.
+std::string Closed(const std::string& raw) {
+    return BeginsWithQuote(raw) && !IsQuoted(raw) ? WithoutAnyQuote(raw) : raw;
+}
+
+// An entry that fills a whole line before its text: its longest sub-fields then make room.
+void MakeRoom(Head* head, std::size_t most) {
+    for (;;) {
+        std::size_t length = 0;
+        for (const std::string& field : *head)
+            length += field.size();
+        if (length <= most)
+            return;
+        std::string& longest = *std::max_element(
+            head->begin(), head->end(), [](const auto& a, const auto& b) { return a.size() < b.size(); });
+        const std::string end = IsQuoted(longest) ? std::string(1, kQuote) : std::string();
+        const std::size_t surplus = length - most + end.size();
+        if (surplus + end.size() < longest.size())
+            longest.replace(longest.size() - surplus, surplus, end);
+        else
+            longest.clear();
+    }
+}
+
+}  // namespace
+
 std::string WithoutLineBreaks(std::string_view text) {
     std::string line;
     for (std::size_t i = 0; i < text.size(); ++i) {
@@ -45,27 +70,6 @@ std::string WithoutLineBreaks(std::string_view text) {
     }
     return line;
 }
-
-// A quote that nothing closes would find the closing quote of a later sub-field and swallow what is between.
-std::string Closed(const std::string& raw) {
-    return BeginsWithQuote(raw) && !IsQuoted(raw) ? WithoutAnyQuote(raw) : raw;
-}
-
-// Only an entry written by hand fills a whole line before its text: its longest sub-field then makes room.
-void MakeRoom(Head* head) {
-    std::size_t length = 0;
-    for (const std::string& field : *head)
-        length += field.size();
-    if (length <= kHeadChars)
-        return;
-    std::string& longest = *std::max_element(
-        head->begin(), head->end(), [](const auto& a, const auto& b) { return a.size() < b.size(); });
-    const std::string end = IsQuoted(longest) ? std::string(1, kQuote) : std::string();
-    longest.resize(longest.size() - (length - kHeadChars) - end.size());
-    longest += end;
-}
-
-}  // namespace
 
 ValueEntry::ValueEntry(std::string_view text) {
     std::string_view rest = text.substr(0, kEntryChars);
@@ -112,15 +116,24 @@ void ValueEntry::Rewrite(SubField field, const char* given) {
         Set(field, kept);
 }
 
-std::string ValueEntry::Compose() const {
+void ValueEntry::TakeOver(SubField field, std::string_view text) {
+    std::string_view token;
+    MeterText::FindToken(text, 1, ",", &token);
+    if (IsQuoted(text) && token.size() == text.size())
+        m_raw[field] = text;
+    else
+        Set(field, text);
+}
+
+std::string ValueEntry::Compose(std::size_t most) const {
     Head head;
     std::transform(m_raw.begin(), m_raw.begin() + kText, head.begin(), Closed);
-    MakeRoom(&head);
+    MakeRoom(&head, most - kTailChars);
     std::string entry;
     for (const std::string& field : head)
         entry.append(field) += kSeparator;
     entry.append(1, kQuote).append(Bare(kText));
-    entry.resize(std::min(entry.size(), kEntryChars - 1));
+    entry.resize(std::min(entry.size(), most - 1));
     return WithoutLineBreaks(entry) + kQuote;
 }
 

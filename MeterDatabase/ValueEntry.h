@@ -14,6 +14,9 @@ constexpr int kEntryBytes = 4096;  // a whole entry, terminator included
 
 enum SubField { kAttributes, kStatus, kDefinition, kValue, kText, kSubFields };
 
+// An entry is one line of the file: CR LF, CR or LF become one blank.
+std::string WithoutLineBreaks(std::string_view text);
+
 class ValueEntry {
 public:
     static constexpr std::size_t kSubFieldChars = kNameBytes - 1;  // most that a sub-field carries
@@ -47,10 +50,14 @@ public:
     // every quote of its own; a kept one whose comma was quoted stays quoted, whatever its length.
     void Rewrite(SubField field, const char* given);
 
-    // The entry as it is written, at most kEntryChars; a cut leaves the closing quote. Sub-fields that nobody
-    // replaced are written as they stand. Taking it apart gives the same sub-fields, and composing them again
-    // the same entry.
-    std::string Compose() const;
+    // Replaces one of the first four sub-fields by a text as it stands elsewhere: one in quotes that is a
+    // single token keeps them, every other is set.
+    void TakeOver(SubField field, std::string_view text);
+
+    // The entry as it is written, at most `most` characters (at least 6); a cut leaves five sub-fields and
+    // the closing quote. Sub-fields that nobody replaced are written as they stand. Taking it apart gives the
+    // same sub-fields, and composing them again the same entry.
+    std::string Compose(std::size_t most = kEntryChars) const;
 
 private:
     std::array<std::string, kSubFields> m_raw;
