@@ -49,7 +49,7 @@ std::string EntryText(const char* name, const char* text, const CMeterIniFile& d
 class NewRecord {
 public:
     NewRecord(int meter, CMeterIniFile* dataFile) : m_meter(meter), m_dataFile(dataFile) {
-        OpenSection("#_" + std::to_string(meter));
+        OpenSection(MeterSection(meter));
         m_lines.push_back("State=E");
     }
 

@@ -416,6 +416,40 @@ public:
     // Sets the access level and settles whether it is respected ("RespectAccessLevel" of the system ini).
     void SetAccessLevel(int level);
 
+    // ---- store meters -------------------------------------------------------------------------------------
+
+    // The meters carried along for exchanges stand in the data file as the records "*_1", "*_2" and so on.
+    // Their store fields, the values whose attributes hold S, are what a record takes over from one of them.
+
+    // True when any meter of the route has an action. Reads only; the current record stays.
+    bool MeterChangeOrderAvailable();
+
+    // The number of store meters as the data file has it; 0 without one.
+    int GetStoreMeters();
+
+    // The store meter (from 1) with a number; 0 when there is none. Numbers are compared as integers: "0042"
+    // finds 42. Its number is the value of "0.0.0-nom", or of "0.0.0" when that is missing or empty. The first
+    // 100000 store meters are searched.
+    int SearchStoreMeter(const char* number);
+
+    // Sub-fields of a value of a store meter, as GetMeterValue hands them out. False for an unknown meter or
+    // key.
+    bool GetStoreValue(int store, const char* key, char* attributes, int attributesLen, char* status,
+                       int statusLen, char* definition, int definitionLen, char* value, int valueLen,
+                       char* text, int textLen);
+
+    // True when a store field of the current record was worked on: its status holds D, C or W, and R or E.
+    bool CheckStoreFields();
+
+    // Removes the store fields of the current record; one call takes names of up to 4085 characters in all,
+    // separators included. True once the record exists.
+    bool DeleteStoreFields();
+
+    // Copies the store fields of a store meter into the current record, over entries of the same name.
+    // Functions ("Func" and a number) are numbered on behind the highest of the record. False, with nothing
+    // changed, when the store meter or the record does not exist, or an entry could not be written.
+    bool AppendStoreFields(int store);
+
 protected:
     // Renumbers the records in the order of their headers, corrects "Meters" and the client number, and saves
     // what changed. Number of meter records, 0 when a save failed. The data file must be open.
@@ -512,6 +546,7 @@ protected:
 
 private:
     bool HasRecord() const;             // the stores are open and a meter is current
+    bool HasRecordSection() const;      // and the data file has the current record
     std::string RecordSection() const;  // of the current record
     std::string MainSection() const;    // of the current meter's main record
     const char* Text(int slot) const;   // never null

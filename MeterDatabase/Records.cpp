@@ -76,7 +76,7 @@ bool CMeterDatabase::HasRecord() const {
 }
 
 std::string CMeterDatabase::MainSection() const {
-    return "#_" + std::to_string(m_currentMeter);
+    return MeterRecords::MeterSection(m_currentMeter);
 }
 
 std::string CMeterDatabase::RecordSection() const {

@@ -14,7 +14,11 @@ namespace MeterRecords {
 
 constexpr int kNumberBytes = 20;  // a count or a client number, terminator included
 
-// Section of an appendix record: the number of the appendix comes first.
+// Sections of records: of a meter's main record, and of an appendix, whose number comes first.
+inline std::string MeterSection(int meter) {
+    return "#_" + std::to_string(meter);
+}
+
 inline std::string AppendixSection(int appendix, int meter) {
     return "#" + std::to_string(appendix) + "_" + std::to_string(meter);
 }
