@@ -16,6 +16,7 @@
 #include "MeterUtil/Text.h"
 #include "Platform/Platform.h"
 
+using MeterRecords::BareToken;
 using MeterRecords::Composed;
 using MeterRecords::FormPath;
 using MeterRecords::kNumberBytes;

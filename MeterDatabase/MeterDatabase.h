@@ -416,6 +416,25 @@ public:
     // Sets the access level and settles whether it is respected ("RespectAccessLevel" of the system ini).
     void SetAccessLevel(int level);
 
+    // ---- types to append ----------------------------------------------------------------------------------
+
+    // Number of the types that users may append, at most 100: "Types" of section "Append_" + language code, or
+    // of "Append" when there is no such section. Without a number it is 1 when the template
+    // "AppendElectricity" exists, else 0.
+    int GetAppendTypes();
+
+    // Name and label of a type, from entry "Type" + number of that section. For a missing entry "Electricity"
+    // and "-----" when that template exists, else false.
+    bool GetAppendType(int number, char* name, int nameLen, char* label, int labelLen);
+
+    // ---- parameter files ----------------------------------------------------------------------------------
+
+    // Registers a parameter file in the app file with the local time and two texts, and saves the app file. A
+    // path that is registered already, ignoring case, keeps its number. A comma in a text shifts the path,
+    // which is then not found again; a line break becomes a blank. When the save fails the error flags of the
+    // data file and the app file are set.
+    void AppendToParameterFilesInAppFile(const char* text1, const char* text2, const wchar_t* path);
+
     // ---- store meters -------------------------------------------------------------------------------------
 
     // The meters carried along for exchanges stand in the data file as the records "*_1", "*_2" and so on.
