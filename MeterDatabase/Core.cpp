@@ -16,7 +16,6 @@
 #include "MeterUtil/Text.h"
 #include "Platform/Platform.h"
 
-using MeterRecords::BareToken;
 using MeterRecords::Composed;
 using MeterRecords::FormPath;
 using MeterRecords::kNumberBytes;

@@ -51,8 +51,8 @@ int FileNumber(const char* key) {
 
 std::string_view PathOf(std::string_view entry) {
     std::string_view path;
-    const bool found = MeterText::FindToken(entry, 4, ",", &path);
-    return found ? path.substr(0, kFilePathChars) : std::string_view();
+    MeterText::FindToken(entry, 4, ",", &path);
+    return path.substr(0, kFilePathChars);
 }
 
 // The lowest number up to `count` under which a file is registered; 0 when it is not. One walk in the order
@@ -177,8 +177,8 @@ bool CMeterDatabase::GetAppendType(int number, char* name, int nameLen, char* la
     const std::optional<std::string> type = ReadText(*m_systemIni, section.c_str(), key.c_str());
     if (!type && !m_systemIni->SectionExists(kFallbackTemplate))
         return false;
-    MeterText::CopyPadded(name, nameLen, type ? BareToken(*type, 1) : "Electricity");
-    MeterText::CopyPadded(label, labelLen, type ? BareToken(*type, 2) : "-----");
+    MeterText::CopyPadded(name, nameLen, type ? MeterText::BareToken(*type, 1) : "Electricity");
+    MeterText::CopyPadded(label, labelLen, type ? MeterText::BareToken(*type, 2) : "-----");
     return true;
 } catch (const std::bad_alloc&) {
     return false;

@@ -24,6 +24,7 @@
 #pragma once
 
 #include <cstdint>
+#include <cstdio>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -135,26 +136,26 @@ public:
 
     // ---- appending and deleting ---------------------------------------------------------------------------
 
-    // Adds a meter record to the data file in memory, made from the system ini's template "Append" + meterType,
-    // or "Append" when there is no such one. The record begins in state E; an entry of the template whose key
-    // begins with '#' and a number opens that appendix. Entries of the template are taken as they stand, but
-    // for those whose attributes hold G among their first 8 letters: they take their value from the entry of
-    // the same name in "General" of the data file, when there is one, and are cut to 255 characters.
-    // Number of the new meter, which becomes current with the last appendix that was opened; 0, with nothing
-    // changed, without a template or memory.
+    // Adds a meter record to the data file in memory, made from the system ini's template "Append" +
+    // meterType, or "Append" when there is no such one. The record begins in state E; an entry of the
+    // template whose key begins with '#' and a number opens that appendix. Entries of the template are taken
+    // as they stand, but for those whose attributes hold G among their first 8 letters: they take their value
+    // from the entry of the same name in "General" of the data file, when there is one, and are cut to 255
+    // characters. Number of the new meter, which becomes current with the last appendix that was opened; 0,
+    // with nothing changed, without a template or memory.
     int AppendNewMeterToDataFile(const char* meterType);
 
-    // Name of the meter type that a template makes, into dst of `size` bytes, at least 2; "" when the template
-    // names none. 1; 0 without a template.
+    // Name of the meter type that a template makes, into dst of `size` bytes, at least 2; "" when the
+    // template names none. 1; 0 without a template.
     int GetMeterTypeFromAppendSection(const char* meterType, char* dst, int size);
 
     // Deletes the current meter with its appendices, counted as GetAppendixCount does; the meters behind it
     // move down by one. Saves the data file; no meter is current then. False without a current meter.
     bool DeleteActualMeter();
 
-    // Keeps a copy of the current record, main record or appendix, in place of an earlier copy of it, and puts
-    // it back. A copy stays with its record when other meters are deleted, and lives as long as the data file
-    // is open. True once a meter is current, whether or not there was something to copy.
+    // Keeps a copy of the current record, main record or appendix, in place of an earlier copy of it, and
+    // puts it back. A copy stays with its record when other meters are deleted, and lives as long as the data
+    // file is open. True once a meter is current, whether or not there was something to copy.
     bool BackupRecord();
     bool RestoreRecord();
 
@@ -416,10 +417,37 @@ public:
     // Sets the access level and settles whether it is respected ("RespectAccessLevel" of the system ini).
     void SetAccessLevel(int level);
 
+    // ---- raw data -----------------------------------------------------------------------------------------
+
+    // Raw data that meters leave as files is gathered into one archive, the raw data file, as blocks that are
+    // found by the names of the files. Archives of any size are read piece by piece.
+
+    // Moves files into the archive and, when one is set, into its mirror. `names` lists them with commas
+    // between; its characters count by their low bytes, and at most 255 of them. The files stand in the
+    // directory "RawPath" of the system ini, or of the application. Each is deleted when its bytes are in the
+    // archive and on the medium; one that cannot be copied whole stays, and archive or mirror are as they
+    // were before it. Always false: what was moved shows in the files that are gone.
+    bool CopyRawDataFiles(const wchar_t* names);
+
+    // Opens the archive at the first content byte of the first block of a name. A std::FILE* for reading,
+    // which the caller closes with fclose; null when there is no archive or no such block. The block of an
+    // empty file is not found while it is the last one.
+    //   marker  null, or at least 256 bytes: receives the marker of the block
+    void* OpenRawDataFile(const char* name, char* marker);
+
+    // Writes the content of a block into a file, line by line: it ends before the next line that begins like
+    // a marker, and a zero byte cuts its line short. The line break before the next block comes along. False,
+    // with an empty file, when there is no such block or a read or write failed; false without a file when it
+    // cannot be created, or is the archive itself.
+    bool ExtractRawDataFile(const char* name, const wchar_t* target);
+
+    // Deletes the archive and its mirror. Always true.
+    bool DeleteRawDataFile();
+
     // ---- types to append ----------------------------------------------------------------------------------
 
-    // Number of the types that users may append, at most 100: "Types" of section "Append_" + language code, or
-    // of "Append" when there is no such section. Without a number it is 1 when the template
+    // Number of the types that users may append, at most 100: "Types" of section "Append_" + language code,
+    // or of "Append" when there is no such section. Without a number it is 1 when the template
     // "AppendElectricity" exists, else 0.
     int GetAppendTypes();
 
@@ -447,8 +475,8 @@ public:
     int GetStoreMeters();
 
     // The store meter (from 1) with a number; 0 when there is none. Numbers are compared as integers: "0042"
-    // finds 42. Its number is the value of "0.0.0-nom", or of "0.0.0" when that is missing or empty. The first
-    // 100000 store meters are searched.
+    // finds 42. Its number is the value of "0.0.0-nom", or of "0.0.0" when that is missing or empty. The
+    // first 100000 store meters are searched.
     int SearchStoreMeter(const char* number);
 
     // Sub-fields of a value of a store meter, as GetMeterValue hands them out. False for an unknown meter or
@@ -598,4 +626,9 @@ private:
     void ShowFunction(CMeterInterface* iface, const Function& function, char* text, int textLen);
     std::string Filled(std::string text, int textLen, std::string_view definition) const;
     std::string SubstValue(int code, std::string_view argument, std::string_view format) const;
+
+    bool IsRawArchive(const std::wstring& path) const;  // or its mirror
+    std::wstring RawDirectory() const;
+    void GatherFile(const std::wstring& directory, std::string_view name) const;
+    bool FindBlock(std::FILE* archive, const std::string& marker);
 };

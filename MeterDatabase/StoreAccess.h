@@ -50,13 +50,6 @@ inline int ReadNumber(const CMeterIniFile& store, const char* section, const cha
     return store.ReadString(section, key, buffer, size) ? MeterText::ToInt(buffer) : 0;
 }
 
-// Token `index` (from 1) of a list, without its enclosing quotes; "" when there is none.
-inline std::string BareToken(std::string_view list, int index) {
-    std::string_view token;
-    return std::string(MeterText::FindToken(list, index, ",", &token) ? MeterText::WithoutQuotes(token)
-                                                                      : std::string_view());
-}
-
 // The value entry under a key; nothing when the key does not exist.
 inline std::optional<ValueEntry> ReadEntry(const CMeterIniFile& store, const std::string& section,
                                            const char* key) {

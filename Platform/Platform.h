@@ -93,6 +93,12 @@ bool FlushStream(std::FILE* stream) noexcept;
 // first: what is left in its buffer would be written behind the cut.
 bool CutFile(const wchar_t* path, std::uint64_t size) noexcept;
 
+// Adds `head` and then all bytes of the file `source` to the end of the file at `path`, which is created when
+// it is missing. True when they are on the medium. False leaves the file with the bytes that it had; a file
+// that was created stays empty. Refused: a path that is no regular file, a file without any write permission,
+// the source itself.
+bool AppendFile(const std::wstring& path, std::string_view head, const std::wstring& source) noexcept;
+
 // A block of memory from malloc that frees itself.
 struct FreeBlock {
     void operator()(char* block) const noexcept { std::free(block); }

@@ -74,6 +74,9 @@ File OpenForReading(const std::wstring& path) noexcept;  // a regular file; kNoF
 // those of any new file.
 File CreateNew(const std::wstring& path, const std::wstring& like) noexcept;
 
+// Opens a regular file so that what is written goes to its end, or creates it; kNoFile on failure.
+File OpenForAppending(const std::wstring& path) noexcept;
+
 // Bytes read or written, which may be fewer than asked for; 0 at the end of the file; negative on failure.
 std::ptrdiff_t Read(File file, char* bytes, std::size_t size) noexcept;
 std::ptrdiff_t Write(File file, const char* bytes, std::size_t size) noexcept;

@@ -337,6 +337,14 @@ File CreateNew(const std::wstring& path, const std::wstring& like) noexcept {
     return kNoFile;
 }
 
+File OpenForAppending(const std::wstring& path) noexcept {
+    const int file = Open(NativePath(path), O_WRONLY | O_CREAT | O_APPEND | O_NONBLOCK, 0666);
+    if (file < 0 || IsRegular(file))
+        return file < 0 ? kNoFile : file;
+    ::close(file);
+    return kNoFile;
+}
+
 std::ptrdiff_t Read(File file, char* bytes, std::size_t size) noexcept {
     return Uninterrupted([=] { return ::read(Descriptor(file), bytes, size); });
 }

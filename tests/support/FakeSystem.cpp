@@ -333,6 +333,12 @@ File CreateNew(const std::wstring& path, const std::wstring& like) noexcept {
     return file;
 }
 
+File OpenForAppending(const std::wstring& path) noexcept {
+    const File file = MustFail(Call::OpenForAppending) ? kNoFile : RealSystem::OpenForAppending(path);
+    RecordOpened(Call::OpenForAppending, path, file);
+    return file;
+}
+
 std::ptrdiff_t Read(File file, char* bytes, std::size_t size) noexcept {
     return MustFail(Call::Read) ? -1 : RealSystem::Read(file, bytes, TransferLimit(size));
 }

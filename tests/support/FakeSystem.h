@@ -30,6 +30,7 @@ public:
         Inspect,   // a failure: the system would not say what stands at the path
         OpenForReading,
         CreateNew,
+        OpenForAppending,
         Read,
         Write,
         Flush,

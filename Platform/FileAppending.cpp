@@ -1,0 +1,89 @@
+// Adding a file to the end of another one. Owns the rule that a file to which something could not be added
+// whole has the bytes that it had before.
+#include <exception>
+
+#include "Platform/Platform.h"
+#include "Platform/System.h"
+
+namespace Platform {
+namespace {
+
+constexpr std::size_t kChunkBytes = 16 * 1024;
+
+class OpenFile {
+public:
+    explicit OpenFile(System::File file) : m_file(file) {}
+    ~OpenFile() { Close(); }
+    OpenFile(const OpenFile&) = delete;
+    OpenFile& operator=(const OpenFile&) = delete;
+
+    bool IsOpen() const { return m_file != System::kNoFile; }
+
+    bool Close() {
+        const bool closed = !IsOpen() || System::Close(m_file);
+        m_file = System::kNoFile;
+        return closed;
+    }
+
+    bool Write(std::string_view bytes) {
+        while (!bytes.empty()) {
+            const std::ptrdiff_t count = System::Write(m_file, bytes.data(), bytes.size());
+            if (count <= 0)
+                return false;
+            bytes.remove_prefix(static_cast<std::size_t>(count));
+        }
+        return true;
+    }
+
+    bool WriteAllOf(const OpenFile& source) {
+        char chunk[kChunkBytes];
+        for (;;) {
+            const std::ptrdiff_t count = System::Read(source.m_file, chunk, kChunkBytes);
+            if (count <= 0)
+                return count == 0;
+            if (!Write({chunk, static_cast<std::size_t>(count)}))
+                return false;
+        }
+    }
+
+    bool FlushAndClose() {
+        const bool flushed = System::Flush(m_file);
+        return Close() && flushed;
+    }
+
+private:
+    System::File m_file;
+};
+
+bool Append(const std::wstring& path, std::string_view head, const std::wstring& source) {
+    const System::FileState before = System::Inspect(path);
+    const bool exists = before.kind == System::Kind::RegularFile;
+    if (exists ? !before.writable : before.kind != System::Kind::Missing)
+        return false;
+    if (SamePath(path, source))
+        return false;  // it would grow for ever
+    OpenFile file(System::OpenForAppending(path));
+    if (!file.IsOpen())
+        return false;
+    OpenFile from(System::OpenForReading(source));
+    if (!from.IsOpen())
+        return false;
+    if (file.Write(head) && file.WriteAllOf(from) && file.FlushAndClose() &&
+        (exists || System::FlushDirectory(path)))
+        return true;
+    file.Close();
+    System::Cut(path, before.size);
+    return false;
+}
+
+}  // namespace
+
+bool AppendFile(const std::wstring& path, std::string_view head, const std::wstring& source) noexcept {
+    try {
+        return Append(path, head, source);
+    } catch (const std::exception&) {
+        return false;
+    }
+}
+
+}  // namespace Platform
