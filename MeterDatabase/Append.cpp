@@ -30,8 +30,7 @@ std::string TemplateSection(const CMeterIniFile& systemIni, const char* meterTyp
 // The text of a template's entry as a new record gets it. One that is marked takes the value that the route
 // has under its name, if there is one.
 std::string EntryText(const char* name, const char* text, const CMeterIniFile& dataFile) {
-    // A general value could make a header of what begins like one.
-    if (!ValueEntry::IsValue(text) || name[0] == '[')
+    if (!ValueEntry::IsValue(text))
         return text;
     ValueEntry entry(text);
     const std::string mark(entry.Bare(kAttributes).substr(0, kMarkChars));

@@ -52,7 +52,7 @@ void MakeRoom(Head* head, std::size_t most) {
             head->begin(), head->end(), [](const auto& a, const auto& b) { return a.size() < b.size(); });
         const std::string end = IsQuoted(longest) ? std::string(1, kQuote) : std::string();
         const std::size_t surplus = length - most + end.size();
-        if (surplus + end.size() < longest.size())
+        if (surplus < longest.size())
             longest.replace(longest.size() - surplus, surplus, end);
         else
             longest.clear();

@@ -201,12 +201,6 @@ TEST_F(AppendMeter, GivesMarkedEntriesOfAppendicesTheirGeneralValues) {
     EXPECT_EQ(Data("#1_1", "Town"), "G,U,8,Oakham,\"\"");
 }
 
-TEST_F(AppendMeter, LetsNoGeneralValueMakeAHeader) {
-    Open("[General]\n[Key=a]b\n", "[Append]\n[Key=G,U,8,,\"\"\nNext=1\n");
-    ASSERT_EQ(m_database.AppendNewMeterToDataFile(""), 1);
-    EXPECT_EQ(Data("#_1", "Next"), "1");
-}
-
 // However long its parts are: at most 255 characters, five sub-fields, the fifth in quotes.
 TEST_F(AppendMeter, CutsARebuiltEntryAndKeepsItWhole) {
     const std::string v300 = Repeated(300, 'v');

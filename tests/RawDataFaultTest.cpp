@@ -139,6 +139,15 @@ TEST_F(RawDataFault, GathersTheRestWhenOneFileFails) {
     EXPECT_FALSE(m_folder.Exists("b"));
 }
 
+TEST_F(RawDataFault, TakesABlockBackWhenTheArchiveCannotBeClosed) {
+    Prepare();
+    FakeSystem system;
+    system.FailCall(Call::Close, 1);
+    Gather();
+    EXPECT_EQ(m_folder.Read(kRawFile), m_old + Block("b", m_b));
+    EXPECT_EQ(m_folder.Read("a"), m_a);
+}
+
 TEST_F(RawDataFault, TakesTheMirrorBackAlone) {
     Prepare();
     FakeSystem system;

@@ -1,0 +1,88 @@
+// Adding a file to the end of another one.
+#include <filesystem>
+
+#include "Platform/Platform.h"
+#include "tests/support/FakeSystem.h"
+#include "tests/support/TestFolder.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+class FileAppending : public testing::Test {
+protected:
+    bool Append(const char* path, const char* source) {
+        return Platform::AppendFile(m_folder.Wide(path), "head ", m_folder.Wide(source));
+    }
+
+    TestFolder m_folder;
+};
+
+TEST_F(FileAppending, AddsHeadAndFile) {
+    m_folder.Write("source", "bytes");
+    EXPECT_TRUE(Append("new", "source"));
+    EXPECT_EQ(m_folder.Read("new"), "head bytes");
+    EXPECT_TRUE(Append("new", "source"));
+    EXPECT_EQ(m_folder.Read("new"), "head byteshead bytes");
+    m_folder.Write("source", "");
+    EXPECT_TRUE(Append("new", "source"));
+    EXPECT_EQ(m_folder.Read("new"), "head byteshead byteshead ");
+    EXPECT_EQ(m_folder.Read("source"), "");
+}
+
+TEST_F(FileAppending, AddsNothingOfWhatIsNoFile) {
+    m_folder.Write("old", "old");
+    fs::create_directories(m_folder.Path() / "sub");
+    for (const char* source : {"missing", "sub", "sub/missing"}) {
+        EXPECT_FALSE(Append("old", source)) << source;
+        EXPECT_FALSE(Append("new", source)) << source;
+    }
+    EXPECT_EQ(m_folder.Read("old"), "old");
+    EXPECT_EQ(m_folder.Read("new"), "");
+}
+
+TEST_F(FileAppending, AddsNothingToWhatIsNoFile) {
+    m_folder.Write("source", "bytes");
+    fs::create_directories(m_folder.Path() / "sub");
+    for (const char* path : {"sub", "missing/new"})
+        EXPECT_FALSE(Append(path, "source")) << path;
+    EXPECT_FALSE(Platform::AppendFile(L"", "head", m_folder.Wide("source")));
+}
+
+TEST_F(FileAppending, AddsNothingToAReadOnlyFile) {
+    m_folder.Write("source", "bytes");
+    m_folder.Write("old", "old");
+    fs::permissions(m_folder.Path() / "old", fs::perms::owner_read);
+    EXPECT_FALSE(Append("old", "source"));
+    EXPECT_EQ(m_folder.Read("old"), "old");
+    fs::permissions(m_folder.Path() / "old", fs::perms::owner_all);
+}
+
+TEST_F(FileAppending, NeverAddsAFileToItself) {
+    m_folder.Write("old", "old");
+    fs::create_hard_link(m_folder.Path() / "old", m_folder.Path() / "other name");
+    for (const char* source : {"old", "./old", "other name"})
+        EXPECT_FALSE(Append("old", source)) << source;
+    EXPECT_EQ(m_folder.Read("old"), "old");
+}
+
+TEST_F(FileAppending, LeavesTheFileAsItWasWhenAnythingFails) {
+    m_folder.Write("source", std::string(50000, 's'));
+    for (const char* path : {"old", "new"})
+        for (int n = 1;; ++n) {
+            m_folder.Write("old", "old");
+            fs::remove(m_folder.Path() / "new");
+            FakeSystem system;
+            system.FailAnyCall(n);
+            const bool appended = Append(path, "source");
+            const std::string before = path == std::string("old") ? "old" : "";
+            EXPECT_EQ(m_folder.Read(path), appended ? before + "head " + std::string(50000, 's') : before)
+                << n;
+            if (!system.FaultHappened()) {
+                EXPECT_TRUE(appended);
+                break;
+            }
+        }
+}
+
+}  // namespace
