@@ -436,9 +436,9 @@ public:
     void* OpenRawDataFile(const char* name, char* marker);
 
     // Writes the content of a block into a file, line by line: it ends before the next line that begins like
-    // a marker, and a zero byte cuts its line short. The line break before the next block comes along. False,
-    // with an empty file, when there is no such block or a read or write failed; false without a file when it
-    // cannot be created, or is the archive itself.
+    // a marker, and a zero byte cuts its line short. The line break before the next block comes along. The
+    // file is on the medium on return. False, with an empty file, when there is no such block or a read or
+    // write failed; false without a file when it cannot be created, or is the archive itself.
     bool ExtractRawDataFile(const char* name, const wchar_t* target);
 
     // Deletes the archive and its mirror. Always true.

@@ -148,7 +148,7 @@ bool CMeterDatabase::ExtractRawDataFile(const char* name, const wchar_t* target)
     const Stream archive(static_cast<std::FILE*>(OpenRawDataFile(name, nullptr)));
     if (archive == nullptr)
         return false;
-    const bool copied = CopyLines(archive.get(), extracted.get());
+    const bool copied = CopyLines(archive.get(), extracted.get()) && Platform::FlushStream(extracted.get());
     if (std::fclose(extracted.release()) == 0 && copied)
         return true;
     extracted.reset(Platform::_wfopen(target, L"wb"));  // half a block would pass for a whole one

@@ -87,15 +87,6 @@ bool FlushStream(std::FILE* stream) noexcept {
     return System::FlushStream(stream);
 }
 
-bool CutFile(const wchar_t* path, std::uint64_t size) noexcept {
-    try {
-        const std::wstring name = Text(path);
-        return System::Inspect(name).kind == System::Kind::RegularFile && System::Cut(name, size);
-    } catch (const std::exception&) {
-        return false;
-    }
-}
-
 namespace {
 
 using Block = std::unique_ptr<char[], FreeBlock>;

@@ -89,10 +89,6 @@ std::FILE* _wfopen(const wchar_t* path, const wchar_t* mode) noexcept;
 // Brings what was written to a stream to the medium. False when a write to the stream failed at any time.
 bool FlushStream(std::FILE* stream) noexcept;
 
-// Cuts a file at `size` bytes and flushes it to the medium. False when it could not be done. Close a stream on the file
-// first: what is left in its buffer would be written behind the cut.
-bool CutFile(const wchar_t* path, std::uint64_t size) noexcept;
-
 // Adds `head` and then all bytes of the file `source` to the end of the file at `path`, which is created when
 // it is missing. True when they are on the medium. False leaves the file with the bytes that it had; a file
 // that was created stays empty. Refused: a path that is no regular file, a file without any write permission,

@@ -409,6 +409,19 @@ File CreateNew(const std::wstring& path, const std::wstring& like) noexcept {
     }
 }
 
+File OpenForAppending(const std::wstring& path) noexcept {
+    const HANDLE file = ::CreateFileW(NativePath(path).Text(), GENERIC_WRITE, Handle::kShareAll, nullptr,
+                                      OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+    LONG high = 0;
+    // The low half of a position may look like the mark of failure.
+    if (file == INVALID_HANDLE_VALUE ||
+        ::SetFilePointer(file, 0, &high, FILE_END) != INVALID_SET_FILE_POINTER ||
+        ::GetLastError() == NO_ERROR)
+        return reinterpret_cast<File>(file);
+    ::CloseHandle(file);
+    return kNoFile;
+}
+
 std::ptrdiff_t Read(File file, char* bytes, std::size_t size) noexcept {
     DWORD count = 0;
     return ::ReadFile(HandleOf(file), bytes, TransferSize(size), &count, nullptr)

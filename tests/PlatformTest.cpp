@@ -594,29 +594,6 @@ TEST(Stream, FlushTellsOfAWriteThatFailed) {
     EXPECT_EQ(folder.Read("raw.dat"), "old");
 }
 
-TEST(CutFile, LeavesTheFirstBytes) {
-    const TestFolder folder;
-    folder.Write("raw.dat", "0123456789");
-    const std::wstring path = folder.Wide("raw.dat");
-    EXPECT_TRUE(Platform::CutFile(path.c_str(), 4));
-    EXPECT_EQ(folder.Read("raw.dat"), "0123");
-    EXPECT_TRUE(Platform::CutFile(path.c_str(), 0));
-    EXPECT_EQ(folder.Read("raw.dat"), "");
-    EXPECT_FALSE(Platform::CutFile(folder.Wide("none.dat").c_str(), 0));
-    EXPECT_FALSE(folder.Exists("none.dat"));
-    EXPECT_FALSE(Platform::CutFile(folder.Wide().c_str(), 0));
-    EXPECT_FALSE(Platform::CutFile(nullptr, 0));
-}
-
-TEST(CutFile, FailsWhenTheSystemRefuses) {
-    const TestFolder folder;
-    folder.Write("raw.dat", "0123456789");
-    FakeSystem system;
-    system.FailCall(FakeSystem::Call::Cut, 1);
-    EXPECT_FALSE(Platform::CutFile(folder.Wide("raw.dat").c_str(), 4));
-    EXPECT_EQ(folder.Read("raw.dat"), "0123456789");
-}
-
 // ---- memory, time, messages -----------------------------------------------------------------------------------------
 
 TEST(LocalHeap, GivesBlocksUntilThereAreNone) {

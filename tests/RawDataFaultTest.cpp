@@ -270,6 +270,15 @@ TEST_F(RawDataFault, LeavesNoHalfBlockWhenTheTargetCannotBeWritten) {
     EXPECT_FALSE(m_database.ExtractRawDataFile("old", m_folder.Wide("target").c_str()));
 }
 
+TEST_F(RawDataFault, LeavesNoBlockThatIsNotOnTheMedium) {
+    m_folder.Write(kRawFile, m_old);
+    FakeSystem system;
+    system.FailCall(Call::FlushStream, 1);
+    EXPECT_FALSE(m_database.ExtractRawDataFile("old", m_folder.Wide("target").c_str()));
+    EXPECT_TRUE(m_folder.Exists("target"));
+    EXPECT_EQ(m_folder.Read("target"), "");
+}
+
 TEST_F(RawDataFault, DeletesWhatItCan) {
     Prepare();
     FakeSystem system;
