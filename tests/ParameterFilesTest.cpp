@@ -96,13 +96,13 @@ TEST_F(ParameterFiles, HaveWidePaths) {
 }
 
 TEST_F(ParameterFiles, TakeTheLowestNumberOfTheirPath) {
-    OpenWith("File3=t,x,y,a.par\nFile2=t,x,y,a.par\nFiles=3\nFILE1=t,x,y,b.par\n");
+    OpenWith("File3=t,x,y,a.par\nFile2=t,x,y,a.par\nFiles=4\nFILE1=t,x,y,b.par\nFile4=t,x,y,a.par\n");
     Register("1", "2", L"a.par");
     EXPECT_EQ(Entry(2), "20260203040506,1,2,a.par");
     EXPECT_EQ(Entry(3), "t,x,y,a.par");
     Register("1", "2", L"b.par");
     EXPECT_EQ(Entry(1), "20260203040506,1,2,b.par");
-    EXPECT_EQ(App(kSection, "Files"), "3");
+    EXPECT_EQ(App(kSection, "Files"), "4");
 }
 
 TEST_F(ParameterFiles, AreSearchedUnderTheKeysOfTheRegister) {
