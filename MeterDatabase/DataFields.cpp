@@ -119,7 +119,7 @@ std::optional<int> PeriodCounter(const CMeterIniFile& dataFile, const std::strin
 void NumberPeriod(std::string* label, const CMeterIniFile& dataFile, const std::string& section) {
     const std::size_t behindStar = label->rfind('*') + 1;
     const std::string_view number = std::string_view(*label).substr(behindStar);
-    if (behindStar == 0 || number.empty() || number.size() > 2)
+    if (behindStar == 0 || number.size() > 2)
         return;
     const int periodsBack = MeterText::ToInt(number);
     if (periodsBack < 1 || periodsBack > kMostPeriodsBack)

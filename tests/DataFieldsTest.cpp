@@ -129,6 +129,15 @@ TEST_F(DataFields, StandInTheMostSpecialSectionThatExists) {
     EXPECT_EQ(Section(kValues, "B2"), "Values") << "taken without a look";
 }
 
+TEST_F(DataFields, HaveNoSectionForAnEmptyVariantOrLanguage) {
+    Open("[#_1]\n", "[Values_]\n[Values__]\n[Values_A1_]\n[Values__de]\n");
+    EXPECT_EQ(Section(kValues, nullptr), "Values");
+    EXPECT_EQ(Section(kValues, ""), "Values");
+    EXPECT_EQ(Section(kValues, "A1"), "Values");
+    m_database.SetLanguageCode("de");
+    EXPECT_EQ(Section(kValues, ""), "Values");
+}
+
 TEST_F(DataFields, HaveAListAndASectionPerKind) {
     Open("[#_1]\n");
     const std::pair<int, const char*> rows[] = {
@@ -625,6 +634,8 @@ TEST_F(DataFields, LeaveOutATextThatMakesTheLabelTooLong) {
     EXPECT_EQ(label(249), "ab" + Text(249) + "cd");
     EXPECT_EQ(label(250), "abcd");
     EXPECT_EQ(label(2000), "abcd");
+    EXPECT_EQ(LabelFor("ab<~C>cd", "A,D,8,1,\"\"key, " + Text(300) + "\",rest\""), "ab\"keycd")
+        << "255 characters of a text are looked at, and its quote then closes nowhere";
     EXPECT_EQ(LabelFor("<~C>", "A,D,8,1,\"" + Text(253) + "\""), Text(253));
     EXPECT_EQ(LabelFor("<~C>", "A,D,8,1,\"" + Text(254) + "\""), "");
 }

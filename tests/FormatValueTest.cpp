@@ -1,6 +1,9 @@
 // Values as the format token of their definition shows them.
 #include <gtest/gtest.h>
 
+#include <iterator>
+#include <random>
+#include <string_view>
 #include <utility>
 
 #include "tests/support/CommaLocale.h"
@@ -394,6 +397,23 @@ TEST_F(FormatValue, ShowsAtMost255Characters) {
     EXPECT_EQ(Shown("M." + Text(251) + "YY", "2010"), "M." + Text(251) + "10") << "a pattern of 255";
     EXPECT_EQ(Shown("M." + Text(252) + "YY", "2010"), "M." + Text(252) + "Y") << "and one that is cut";
     EXPECT_EQ(Shown("M." + Text(5000), "2010"), "M." + Text(253));
+}
+
+TEST_F(FormatValue, StaysInItsBufferWhateverDefinitionAndValue) {
+    ASSERT_TRUE(m_database.SetMeterValue("Survey_L", "A", "D", "", ("1:" + Text(250)).c_str(), ""));
+    std::mt19937 random(20260301);
+    const auto text = [&random](std::string_view start, std::string_view letters) {
+        std::string drawn(start);
+        for (std::size_t length = random() % (random() % 4 == 0 ? 600 : 20); length > 0; --length)
+            drawn += letters[random() % letters.size()];
+        return drawn;
+    };
+    const char* const starts[] = {"", "8", "dhms", "hm", "Y", "M.", "S;", "S;<", "S;<L>", "B;", "\""};
+    for (int i = 0; i < 5000; ++i) {
+        const std::string definition = text(starts[random() % std::size(starts)], "YMDhmns.-:;,\"<>L0189 k");
+        const std::string value = text("", "01+-2: ");
+        EXPECT_LE(Shown(definition, value).size(), 255U) << definition << " / " << value;
+    }
 }
 
 TEST_F(FormatValue, ToleratesNullAndOneBufferForAll) {
