@@ -21,6 +21,10 @@ void AddOptions(CLI::App& app, Options* options) {
         ->capture_default_str();
     app.add_option("--user", options->user, "Who reads: stamped on every record that changes")
         ->envname("METERDB_USER");
+    app.add_option("--level", options->level,
+                   "Access level: only the functions that it allows. Without it all that the meter offers")
+        ->envname("METERDB_LEVEL")
+        ->check(CLI::NonNegativeNumber);
     app.add_option("--language", options->language, "Language of texts and names, kept for the next time");
 }
 
@@ -36,6 +40,8 @@ public:
     void AddState() const;
     void AddItem() const;
     void AddRead() const;
+    void AddCatalogues() const;
+    void AddRun() const;
 
 private:
     template <typename Request>
@@ -134,6 +140,25 @@ void Program::AddRead() const {
         .Flag("--force", &ReadRequest::force, "Also when the readout is of another meter");
 }
 
+void Program::AddCatalogues() const {
+    Add<CatalogueRequest>(m_app, "commands", "List the commands that can be run on a meter",
+                          "commands 3 --level 1", ShowCommands)
+        .Needs("METER", &CatalogueRequest::meter, kMeter);
+    Add<CatalogueRequest>(m_app, "options", "List the settings that can be made on a meter",
+                          "options 3 --level 2", ShowOptions)
+        .Needs("METER", &CatalogueRequest::meter, kMeter);
+}
+
+void Program::AddRun() const {
+    Add<RunRequest>(m_app, "run", "Run a command or an option of a meter, note that it is done, and save it",
+                    "run 3 1 gas.txt", RunFunction)
+        .Needs("METER", &RunRequest::meter, kMeter)
+        .Needs("CODE", &RunRequest::code, "Code of the function, as commands and options give it")
+        .Takes("READOUT", &RunRequest::readout,
+               "File with the answer of the meter, when the function reads it")
+        .Flag("--force", &RunRequest::force, "Also when the readout is of another meter");
+}
+
 }  // namespace
 
 void DescribeCommandLine(CLI::App& app, Options& options, Screen& screen) {
@@ -149,4 +174,6 @@ void DescribeCommandLine(CLI::App& app, Options& options, Screen& screen) {
     program.AddState();
     program.AddItem();
     program.AddRead();
+    program.AddCatalogues();
+    program.AddRun();
 }

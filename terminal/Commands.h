@@ -78,3 +78,23 @@ struct ReadRequest {
 
 // Takes a meter's readout into its record.
 void ReadMeter(const Options& options, const ReadRequest& request, Screen& screen);
+
+// ---- functions of a meter ---------------------------------------------------------------------------------
+
+struct CatalogueRequest {
+    std::string meter;
+};
+
+// Show the commands or the options that are offered for a meter.
+void ShowCommands(const Options& options, const CatalogueRequest& request, Screen& screen);
+void ShowOptions(const Options& options, const CatalogueRequest& request, Screen& screen);
+
+struct RunRequest {
+    std::string meter;
+    int code = 0;
+    std::string readout;  // name of a file; "" for a function that is not answered by one
+    bool force = false;   // also when the readout is of another meter
+};
+
+// Runs a function of a meter and notes that it was done.
+void RunFunction(const Options& options, const RunRequest& request, Screen& screen);

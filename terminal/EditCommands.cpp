@@ -84,7 +84,8 @@ std::string StatusOf(CMeterDatabase& database, const Entry& entry, const std::st
 
 void Calculate(CMeterDatabase& database) {
     const Readout none;
-    ReadoutInterface meter(none);
+    const MeterType type;
+    ReadoutInterface meter(none, type);
     database.StartAutoFields(&meter);
 }
 

@@ -13,7 +13,7 @@ using TextBuffer = std::array<char, kTextBytes>;
 
 }  // namespace
 
-Fields::Fields(CMeterDatabase& database) : m_database(database), m_variant(MeterType(database)) {
+Fields::Fields(CMeterDatabase& database) : m_database(database), m_variant(MeterTypeOf(database)) {
     for (const int kind : {kValues, kExtra, kStatistic}) {
         const int count = database.GetDataFields(nullptr, kind, m_variant.c_str());
         for (int index = 0; index < count; ++index) {

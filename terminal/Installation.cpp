@@ -42,7 +42,10 @@ std::wstring ApplicationPath(std::string directory) {
 Installation::Installation(const Options& options) : m_database(ApplicationPath(options.directory).c_str()) {
     try {
         OpenStores(options);
-        m_database.SetLanguageCode(ChosenLanguage(options).c_str());
+        m_language = ChosenLanguage(options);
+        m_database.SetLanguageCode(m_language.c_str());
+        if (options.level)
+            m_database.SetAccessLevel(*options.level);
     } catch (...) {
         m_database.CloseDataFile();
         throw;

@@ -2,6 +2,7 @@
 // texts.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -11,7 +12,8 @@ struct Options {
     std::string directory = ".";  // of the application
     std::string ini = "meterdb.ini";
     std::string user;
-    std::string language;  // "": the one that the installation keeps
+    std::string language;      // "": the one that the installation keeps
+    std::optional<int> level;  // of access; none: every function that the meter offers
 };
 
 class Installation {
@@ -28,6 +30,9 @@ public:
 
     CMeterDatabase& Database() { return m_database; }
 
+    // The code of the language in use.
+    const std::string& Language() const { return m_language; }
+
     // The name of a file as the system ini gives it ("DataFile", "AppFile"), as it can be shown.
     std::string FileName(const char* key);
 
@@ -38,4 +43,5 @@ private:
     void KeepLanguage(const std::string& language);
 
     CMeterDatabase m_database;
+    std::string m_language;
 };

@@ -5,6 +5,7 @@
 namespace {
 
 constexpr int kTypeNameBytes = 40;
+constexpr int kFunctionBytes = 256;
 constexpr std::size_t kMakerLetters = 3;  // an identification begins with them
 
 }  // namespace
@@ -28,7 +29,7 @@ bool ReadoutInterface::CloseParser() {
 }
 
 int ReadoutInterface::GetActualMeterType(char* name) {
-    MeterText::CopyText(name, kTypeNameBytes, m_readout.Identification());
+    MeterText::CopyText(name, kTypeNameBytes, m_type.name);
     return kMeterType;
 }
 
@@ -38,13 +39,18 @@ bool ReadoutInterface::GetMeterType(int type, int* number, char* name, char* mak
         return false;
     if (number != nullptr)
         *number = kMeterType;
-    MeterText::CopyText(name, kTypeNameBytes, m_readout.Identification());
+    MeterText::CopyText(name, kTypeNameBytes, m_type.name);
     MeterText::CopyText(maker, kMakerLetters + 1, m_readout.Identification());
-    if (functions != nullptr)
-        *functions = 0;
+    MeterText::CopyText(reinterpret_cast<char*>(functions), kFunctionBytes, m_type.functions);
     return true;
 }
 
-bool ReadoutInterface::GetSpecialData(char* /*key*/, void* /*buffer*/, int /*bufferLen*/, int* /*result*/) {
+bool ReadoutInterface::GetSpecialData(char* key, void* buffer, int bufferLen, int* /*result*/) {
+    for (const auto& [known, text] : m_type.texts) {
+        if (known == MeterText::View(key)) {
+            MeterText::CopyText(static_cast<char*>(buffer), bufferLen, text);
+            return true;
+        }
+    }
     return false;
 }

@@ -1,15 +1,16 @@
-// The meter interface over a readout that was received earlier: the parser finds the values that the meter
-// sent, whatever was asked of it. There is one kind of meter, the one that answered, and no function that
-// could be run on it.
+// The meter interface over a readout that was received earlier and a type of meter that the terminal knows:
+// the parser finds the values that the meter sent, whatever was asked of it, and the type tells what could
+// be asked.
 #pragma once
 
 #include "MeterInterface/MeterInterface.h"
+#include "terminal/MeterType.h"
 #include "terminal/Readout.h"
 
 class ReadoutInterface : public CMeterInterface {
 public:
-    // `readout` must outlive the interface.
-    explicit ReadoutInterface(const Readout& readout) : m_readout(readout) {}
+    // Both must outlive the interface.
+    ReadoutInterface(const Readout& readout, const MeterType& type) : m_readout(readout), m_type(type) {}
 
     bool OpenParser(int monthsSinceHistory) override;
 
@@ -19,11 +20,12 @@ public:
 
     bool CloseParser() override;
 
-    static constexpr int kMeterType = 1;
+    static constexpr int kMeterType = 1;  // there is one: that of the meter
     int GetActualMeterType(char* name) override;
     bool GetMeterType(int type, int* number, char* name, char* maker, unsigned char* functions) override;
     bool GetSpecialData(char* key, void* buffer, int bufferLen, int* result) override;
 
 private:
     const Readout& m_readout;
+    const MeterType& m_type;
 };

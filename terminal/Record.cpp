@@ -58,7 +58,7 @@ std::string ReadValue(CMeterDatabase& database, const std::string& name) {
     return ReadItem(database, name).value_or("");
 }
 
-std::string MeterType(CMeterDatabase& database) {
+std::string MeterTypeOf(CMeterDatabase& database) {
     std::string type = ReadValue(database, "MeterType");
     const int appendix = database.GetAppendix();
     if (type.empty() && appendix != 0) {

@@ -33,7 +33,7 @@ std::optional<std::string> ReadItem(CMeterDatabase& database, const std::string&
 std::string ReadValue(CMeterDatabase& database, const std::string& name);
 
 // The type of the meter, that of the main record where an appendix has none; "" when it has none.
-std::string MeterType(CMeterDatabase& database);
+std::string MeterTypeOf(CMeterDatabase& database);
 
 // The number by which the route knows the record's meter, "0.0.0-nom", else "0.0.0"; "" when it has none.
 std::string MeterNumber(CMeterDatabase& database);

@@ -6,6 +6,7 @@
 
 #include "MeterUtil/Text.h"
 #include "terminal/Findings.h"
+#include "terminal/Functions.h"
 #include "terminal/ReadoutInterface.h"
 
 namespace {
@@ -79,12 +80,12 @@ bool IsOther(const VisitValue& value) {
 }
 
 // Reads, calculates, and compares with what was there before.
-void ReadAndCalculate(CMeterDatabase& database, const Readout& readout, Visit* visit) {
+void ReadAndCalculate(CMeterDatabase& database, const Readout& readout, CMeterInterface* meter,
+                      Visit* visit) {
     visit->values = ValuesBefore(database, 'R');
     std::vector<VisitValue> automatic = ValuesBefore(database, 'A');
-    ReadoutInterface meter(readout);
-    visit->hasAlarm = database.StartParser(&meter) != 0;
-    database.StartAutoFields(&meter);
+    visit->hasAlarm = database.StartParser(meter) != 0;
+    database.StartAutoFields(meter);
     const Fields fields(database);
     for (VisitValue& value : visit->values) {
         NoteAfter(database, fields, &value);
@@ -103,14 +104,28 @@ const char* StateAfter(CMeterDatabase& database) {
     return database.GetAppendix() == 0 || IsHandled(database) ? kHandled : kInWork;
 }
 
+// What the list of functions says of one that a readout answered.
+std::string StateTextOf(const Visit& visit) {
+    const long read = CountOrigin(visit, Origin::Readout);
+    return std::to_string(read) + " of " + std::to_string(read + CountOrigin(visit, Origin::Missing)) +
+           " values" + (visit.hasAlarm ? ", alarm" : "");
+}
+
 }  // namespace
 
-Visit PerformVisit(Installation& installation, const Readout& readout, const std::string& user) {
-    CMeterDatabase& database = installation.Database();
+long CountOrigin(const Visit& visit, Origin origin) {
+    return static_cast<long>(std::count_if(visit.values.begin(), visit.values.end(),
+                                           [origin](const VisitValue& v) { return v.origin == origin; }));
+}
+
+Visit PerformVisit(CMeterDatabase& database, const VisitRequest& request) {
     const std::vector<RecordText> before = RecordsOfMeter(database);
+    ReadoutInterface meter(request.readout, request.type);
     Visit visit;
-    ReadAndCalculate(database, readout, &visit);
+    ReadAndCalculate(database, request.readout, &meter, &visit);
+    if (request.function)
+        NoteDone(database, meter, *request.function, StateTextOf(visit));
     database.SetRecordState(StateAfter(database));
-    visit.saved = StampAndSave(database, user, before);
+    visit.saved = StampAndSave(database, request.user, before);
     return visit;
 }

@@ -1,12 +1,13 @@
 // A visit to a meter: what its readout changed in the record, and what it means. Nothing of it is shown here.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "terminal/Edit.h"
 #include "terminal/Fields.h"
-#include "terminal/Installation.h"
+#include "terminal/MeterType.h"
 #include "terminal/Readout.h"
 #include "terminal/Record.h"
 
@@ -35,7 +36,17 @@ struct Visit {
     SavedEdit saved;
 };
 
+// What is brought from the meter.
+struct VisitRequest {
+    const Readout& readout;
+    const MeterType& type;
+    std::string user;
+    std::optional<int> function;  // that the readout answers, to be noted as done
+};
+
 // Reads the readout into the current record, calculates its automatic fields, stamps the meter, makes it
 // handled and saves the data file. Throws a Refusal when a file could not be saved; the files then hold what
 // they held before.
-Visit PerformVisit(Installation& installation, const Readout& readout, const std::string& user);
+Visit PerformVisit(CMeterDatabase& database, const VisitRequest& request);
+
+long CountOrigin(const Visit& visit, Origin origin);

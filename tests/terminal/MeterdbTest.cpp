@@ -268,6 +268,12 @@ TEST_F(Meterdb, WrongUseIsToldFromRefusals) {
                                                {"set", "1", "Reason"},
                                                {"state"},
                                                {"item", "1"},
+                                               {"commands"},
+                                               {"options"},
+                                               {"run", "1"},
+                                               {"run", "1", "x"},
+                                               {"--level", "-1", "route"},
+                                               {"--level", "x", "route"},
                                                {"route", "--columns"},
                                                {"route", "1"},
                                                {"route", "--force"},
@@ -283,15 +289,16 @@ TEST_F(Meterdb, WrongUseIsToldFromRefusals) {
 
 TEST_F(Meterdb, HelpAndVersionAreAnswers) {
     EXPECT_EQ(Run({"--help"}), kDone);
-    for (const char* word : {"--dir", "--ini", "--user", "--language", "METERDB_DIR", "METERDB_INI",
-                             "METERDB_USER", "Exit codes"})
+    for (const char* word : {"--dir", "--ini", "--user", "--level", "--language", "METERDB_DIR",
+                             "METERDB_INI", "METERDB_LEVEL", "METERDB_USER", "Exit codes"})
         EXPECT_THAT(m_out, HasSubstr(word));
     EXPECT_EQ(Run({"--version"}), kDone);
     EXPECT_EQ(m_out.rfind("meterdb ", 0), 0u);
 }
 
 TEST_F(Meterdb, EveryCommandHasHelpWithAnExample) {
-    for (const std::string command : {"route", "show", "set", "state", "item", "read"}) {
+    for (const std::string command :
+         {"route", "show", "set", "state", "item", "read", "commands", "options", "run"}) {
         EXPECT_EQ(Run({command, "--help"}), kDone);
         EXPECT_THAT(m_out, HasSubstr("Usage: meterdb " + command + " "));
         EXPECT_THAT(m_out, HasSubstr("\nExample: meterdb " + command + " "));

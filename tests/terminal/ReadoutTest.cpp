@@ -449,7 +449,8 @@ protected:
     Readout m_readout =
         Lines("0.0.0(20481632)\r\n31.7.0(+000.6*A)\r\n1.6.2()\r\n1.6.0(02.4*kW)(2603100930)\r\n96.13.0(" +
               std::string(255, 'a') + ")\r\n96.13.1(" + std::string(256, 'a') + ")");
-    ReadoutInterface m_interface{m_readout};
+    MeterType m_type{"Electricity", "\x01\x65", {1}, false, false, {{"MeterTypeDialog[0]", "look around"}}};
+    ReadoutInterface m_interface{m_readout, m_type};
     bool m_found = false;
 };
 
@@ -483,7 +484,7 @@ TEST_F(ReadoutInterfaceTest, NeverGivesAPartOfAValue) {
     EXPECT_TRUE(m_found);
 }
 
-TEST_F(ReadoutInterfaceTest, DescribesTheMeterThatAnswered) {
+TEST_F(ReadoutInterfaceTest, DescribesTheTypeOfTheMeter) {
     EXPECT_EQ(m_interface.GetActualMeterType(nullptr), ReadoutInterface::kMeterType);
     char name[40];
     char maker[4];
@@ -491,12 +492,25 @@ TEST_F(ReadoutInterfaceTest, DescribesTheMeterThatAnswered) {
     unsigned char functions[256];
     std::memset(functions, 0xEE, sizeof functions);
     ASSERT_TRUE(m_interface.GetMeterType(ReadoutInterface::kMeterType, &number, name, maker, functions));
-    EXPECT_STREQ(name, "ABC5METER");
+    EXPECT_EQ(number, ReadoutInterface::kMeterType);
+    EXPECT_STREQ(name, "Electricity");
     EXPECT_STREQ(maker, "ABC");
-    EXPECT_EQ(functions[0], 0);
-    EXPECT_TRUE(m_interface.GetMeterType(ReadoutInterface::kMeterType, nullptr, name, nullptr, functions));
+    EXPECT_EQ(functions[0], 1);
+    EXPECT_EQ(functions[1], 101);
+    EXPECT_EQ(functions[2], 0);
+    EXPECT_TRUE(m_interface.GetMeterType(ReadoutInterface::kMeterType, nullptr, nullptr, nullptr, nullptr));
     EXPECT_FALSE(
         m_interface.GetMeterType(ReadoutInterface::kMeterType + 1, nullptr, name, nullptr, functions));
+}
+
+TEST_F(ReadoutInterfaceTest, GivesTheTextsOfTheType) {
+    char key[] = "MeterTypeDialog[0]";
+    char unknown[] = "MeterTypeDialog[1]";
+    char text[6] = "???";
+    EXPECT_FALSE(m_interface.GetSpecialData(unknown, text, 6, nullptr));
+    EXPECT_STREQ(text, "???");
+    EXPECT_TRUE(m_interface.GetSpecialData(key, text, 6, nullptr));
+    EXPECT_STREQ(text, "look ");
 }
 
 // ---- whose readout it is ----------------------------------------------------------------------------------

@@ -1,17 +1,14 @@
-// `meterdb read`: a whole visit, from the readout to the saved record, and the report of it.
+#include "terminal/Reading.h"
+
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <optional>
 
-#include "terminal/Commands.h"
 #include "terminal/Identity.h"
-#include "terminal/Place.h"
-#include "terminal/Readout.h"
 #include "terminal/Refusal.h"
 #include "terminal/Report.h"
 #include "terminal/Utf8.h"
-#include "terminal/Visit.h"
 
 namespace {
 
@@ -30,15 +27,6 @@ std::string LoadFile(const std::string& name) {
     if (!complete)
         throw Refusal(kFileFailed, "the readout " + Utf8::Shown(name) + " cannot be read");
     return bytes;
-}
-
-Readout LoadReadout(const std::string& name) {
-    std::string problem;
-    std::optional<Readout> readout = Readout::Parse(LoadFile(name), &problem);
-    if (!readout)
-        throw Refusal(kRefused, "the readout " + Utf8::Shown(name) + " is refused: " + Utf8::Shown(problem) +
-                                    ". Nothing was changed.");
-    return *std::move(readout);
 }
 
 // ---- the meter --------------------------------------------------------------------------------------------
@@ -97,11 +85,6 @@ void ShowValues(const Visit& visit, Screen& screen) {
     screen.Print(table);
 }
 
-long CountOrigin(const Visit& visit, Origin origin) {
-    return static_cast<long>(std::count_if(visit.values.begin(), visit.values.end(),
-                                           [origin](const VisitValue& v) { return v.origin == origin; }));
-}
-
 void ShowSummary(const Visit& visit, Screen& screen) {
     const long read = CountOrigin(visit, Origin::Readout);
     const long asked = read + CountOrigin(visit, Origin::Missing);
@@ -156,20 +139,30 @@ void ShowAlarms(const Visit& visit, Screen& screen) {
 
 }  // namespace
 
-void ReadMeter(const Options& options, const ReadRequest& request, Screen& screen) {
-    const Readout readout = LoadReadout(request.readout);
-    Installation installation(options);
+Readout LoadReadout(const std::string& name) {
+    std::string problem;
+    std::optional<Readout> readout = Readout::Parse(LoadFile(name), &problem);
+    if (!readout)
+        throw Refusal(kRefused, "the readout " + Utf8::Shown(name) + " is refused: " + Utf8::Shown(problem) +
+                                    ". Nothing was changed.");
+    return *std::move(readout);
+}
+
+void TakeReadout(Installation& installation, Place place, const VisitRequest& request,
+                 const ReadingSource& source, Screen& screen) {
     CMeterDatabase& database = installation.Database();
-    const Place place = SelectMeter(database, request.meter);
-    CheckIdentity(database, readout, request.force, screen);
+    const Readout& readout = request.readout;
+    CheckIdentity(database, readout, source.force, screen);
     CheckExpected(database, readout);
     const std::string stateBefore = Utf8::Shown(StateAndAction(database));
-    const Visit visit = PerformVisit(installation, readout, options.user);
+    const Visit visit = PerformVisit(database, request);
 
     screen.Heading(MeterTitle(database, place));
-    screen.Line({Cell("  Readout  "),
-                 Cell(Utf8::Shown(request.readout) + ", " + OrDash(readout.Identification()) + ", " +
-                      CountOf(static_cast<long>(readout.Values().size()), "value", "values"))});
+    if (!source.function.empty())
+        screen.Line({Cell("  Done     " + Utf8::Shown(source.function), Tone::Good)});
+    screen.Line(
+        {Cell("  Readout  "), Cell(Utf8::Shown(source.file) + ", " + OrDash(readout.Identification()) + ", " +
+                                   CountOf(static_cast<long>(readout.Values().size()), "value", "values"))});
     screen.Line({Cell("  State    " + stateBefore + " -> "),
                  Cell(Utf8::Shown(StateAndAction(database)), Tone::Good)});
     ShowValues(visit, screen);

@@ -1,0 +1,25 @@
+// A readout on its way from its file into the current record, and the report of what it brought.
+#pragma once
+
+#include <string>
+
+#include "terminal/Installation.h"
+#include "terminal/Place.h"
+#include "terminal/Readout.h"
+#include "terminal/Screen.h"
+#include "terminal/Visit.h"
+
+// Throws a Refusal for a file that cannot be read or is no complete readout.
+Readout LoadReadout(const std::string& name);
+
+// Where a readout comes from.
+struct ReadingSource {
+    std::string file;
+    std::string function;  // that it answers, as the user sees it; "" for none
+    bool force = false;    // also when it is of another meter
+};
+
+// Takes a readout into the current record and shows the visit. Throws a Refusal, with nothing changed, when
+// it is of another meter or has nothing that the record waits for.
+void TakeReadout(Installation& installation, Place place, const VisitRequest& request,
+                 const ReadingSource& source, Screen& screen);
