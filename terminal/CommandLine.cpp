@@ -39,6 +39,7 @@ public:
     void AddSet() const;
     void AddState() const;
     void AddItem() const;
+    void AddRouteEdits() const;
     void AddRead() const;
     void AddCatalogues() const;
     void AddRun() const;
@@ -130,6 +131,17 @@ void Program::AddItem() const {
         .Takes("VALUE", &ItemRequest::text, "The whole text of the entry");
 }
 
+void Program::AddRouteEdits() const {
+    Add<TypesRequest>(m_app, "types", "List the types of meters that can be appended", "types --language de",
+                      ShowTypes);
+    Add<AppendRequest>(m_app, "append", "Add a new meter to the end of the route", "append Gas", AppendMeter)
+        .Needs("TYPE", &AppendRequest::type, "Type of the meter, as types gives it");
+    Add<DeleteRequest>(m_app, "delete",
+                       "Delete a meter with its appendices: those behind it move down by one", "delete 14",
+                       DeleteMeter)
+        .Needs("METER", &DeleteRequest::meter, "Number of the record or of the meter");
+}
+
 void Program::AddRead() const {
     Add<ReadRequest>(m_app, "read",
                      "Take the readout of a meter into its record: store, check, stamp and save its values",
@@ -173,6 +185,7 @@ void DescribeCommandLine(CLI::App& app, Options& options, Screen& screen) {
     program.AddSet();
     program.AddState();
     program.AddItem();
+    program.AddRouteEdits();
     program.AddRead();
     program.AddCatalogues();
     program.AddRun();

@@ -68,6 +68,11 @@ struct DeleteRequest {
 // Deletes a meter, appendices included, from the route.
 void DeleteMeter(const Options& options, const DeleteRequest& request, Screen& screen);
 
+struct TypesRequest {};
+
+// Shows the types that can be appended.
+void ShowTypes(const Options& options, const TypesRequest& request, Screen& screen);
+
 // ---- reading ----------------------------------------------------------------------------------------------
 
 struct ReadRequest {

@@ -99,3 +99,11 @@ SavedEdit StampAndSave(CMeterDatabase& database, const std::string& user,
     return {MainValue(database, "UserID"), MainValue(database, "LastChanges"),
             ChangesOf(before, RecordsOfMeter(database))};
 }
+
+SavedEdit DeleteAndSave(CMeterDatabase& database) {
+    const std::vector<RecordText> before = RecordsOfMeter(database);
+    SaveOrRefuse(database, [&database] {
+        return database.SetGeneralData(kDirty, "Yes") && database.DeleteActualMeter();
+    });
+    return {"", "", ChangesOf(before, {})};
+}

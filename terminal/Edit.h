@@ -36,3 +36,6 @@ struct SavedEdit {
 // were. Throws a Refusal when a file could not be saved.
 SavedEdit StampAndSave(CMeterDatabase& database, const std::string& user,
                        const std::vector<RecordText>& before);
+
+// Deletes the current meter and saves the data file. Throws a Refusal when a file could not be saved.
+SavedEdit DeleteAndSave(CMeterDatabase& database);

@@ -269,6 +269,9 @@ TEST_F(Meterdb, WrongUseIsToldFromRefusals) {
                                                {"state"},
                                                {"item", "1"},
                                                {"commands"},
+                                               {"append"},
+                                               {"delete"},
+                                               {"types", "Gas"},
                                                {"options"},
                                                {"run", "1"},
                                                {"run", "1", "x"},
@@ -297,8 +300,8 @@ TEST_F(Meterdb, HelpAndVersionAreAnswers) {
 }
 
 TEST_F(Meterdb, EveryCommandHasHelpWithAnExample) {
-    for (const std::string command :
-         {"route", "show", "set", "state", "item", "read", "commands", "options", "run"}) {
+    for (const std::string command : {"route", "show", "set", "state", "item", "read", "commands", "options",
+                                      "run", "types", "append", "delete"}) {
         EXPECT_EQ(Run({command, "--help"}), kDone);
         EXPECT_THAT(m_out, HasSubstr("Usage: meterdb " + command + " "));
         EXPECT_THAT(m_out, HasSubstr("\nExample: meterdb " + command + " "));
