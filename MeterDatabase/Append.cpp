@@ -21,7 +21,7 @@ constexpr std::size_t kMarkChars = 8;                   // of its attributes tha
 
 // The template for a type of meter; "" when there is none.
 std::string TemplateSection(const CMeterIniFile& systemIni, const char* meterType) {
-    const std::string own = std::string("Append").append(MeterText::View(meterType));
+    std::string own = std::string("Append").append(MeterText::View(meterType));
     if (systemIni.SectionExists(own.c_str()))
         return own;
     return systemIni.SectionExists("Append") ? "Append" : "";

@@ -8,6 +8,8 @@
 #include <iterator>
 #include <new>
 #include <optional>
+#include <utility>
+#include <vector>
 
 #include "MeterDatabase/FilePath.h"
 #include "MeterDatabase/MeterDatabase.h"
@@ -116,7 +118,7 @@ bool AddDefault(CMeterIniFile& store, const char* section, const char* key, cons
 
 // Old and new numbers of the meters that were renumbered, at most 10000 pairs; of those with the same old
 // number the first counts. Kept in the order of the old numbers, so that the appendices of a long route find
-// theirs quickly. Without memory there are no pairs.
+// theirs quickly.
 class Renumbering {
 public:
     Renumbering() : m_pairs(static_cast<Pair*>(Platform::LocalAlloc(0, kMostPairs * sizeof(Pair)))) {}
@@ -124,8 +126,10 @@ public:
     Renumbering(const Renumbering&) = delete;
     Renumbering& operator=(const Renumbering&) = delete;
 
+    bool HasMemory() const { return m_pairs != nullptr; }
+
     void Add(std::int32_t oldNumber, std::int32_t newNumber) {
-        if (m_pairs == nullptr || m_added == kMostPairs)
+        if (m_added == kMostPairs)
             return;
         ++m_added;
         Pair* const place = Place(oldNumber);
@@ -166,44 +170,82 @@ bool BeginsWith(std::string_view text, std::string_view start) {
     return text.substr(0, start.size()) == start;
 }
 
-// Gives a meter header its number. True when it had another.
-bool RenumberMeter(CMeterIniFile& store, int line, std::string_view number, int newNumber,
-                   Renumbering* renumbering) {
-    const int oldNumber = MeterText::ToInt(number);
-    if (oldNumber == newNumber)
-        return false;
-    store.SetString(line, ("[#_" + std::to_string(newNumber) + "]").c_str());
-    renumbering->Add(oldNumber, newNumber);
-    return true;
-}
+// The headers that get another text. They are gathered first and changed afterwards, all or none: a record
+// whose meter was renumbered and whose appendices were not would hand them to the next meter.
+class HeaderChanges {
+public:
+    explicit HeaderChanges(CMeterIniFile* store) : m_store(store) {}
 
-// Lets an appendix header, which holds `name` behind "[#", follow its meter.
-void RenumberAppendix(CMeterIniFile& store, int line, std::string_view name, const Renumbering& renumbering) {
+    void Add(int line, std::string after) {
+        char before[MeterRecords::kEntryBytes];
+        m_store->GetString(line, before, sizeof before);
+        m_changes.push_back({line, before, std::move(after)});
+    }
+
+    // From the last to the first, so that a header takes a name that an earlier one still has, and no record
+    // stands in front of another of its name meanwhile. False, with all as it was, without memory.
+    bool Apply() {
+        for (std::size_t i = m_changes.size(); i-- > 0;) {
+            if (m_store->SetString(m_changes[i].line, m_changes[i].after.c_str()))
+                continue;
+            for (std::size_t changed = i + 1; changed < m_changes.size(); ++changed)
+                m_store->SetString(m_changes[changed].line, m_changes[changed].before.c_str());
+            return false;
+        }
+        return true;
+    }
+
+private:
+    struct Change {
+        int line;
+        std::string before;
+        std::string after;
+    };
+
+    CMeterIniFile* m_store;
+    std::vector<Change> m_changes;
+};
+
+// The header of an appendix that follows its meter; `name` stands behind "[#". Nothing when its meter keeps
+// its number.
+std::optional<std::string> RenumberedAppendix(std::string_view name, const Renumbering& renumbering) {
     name = name.substr(0, name.find(']'));
     const std::size_t split = name.find('_');
     if (split == std::string_view::npos)
-        return;
+        return std::nullopt;
     const std::optional<std::int32_t> meter = renumbering.NewNumber(MeterText::ToInt(name.substr(split + 1)));
     if (!meter)
-        return;
+        return std::nullopt;
     const std::string appendix = std::to_string(MeterText::ToInt(name.substr(0, split)));
-    store.SetString(line, ("[#" + appendix + "_" + std::to_string(*meter) + "]").c_str());
+    return "[#" + appendix + "_" + std::to_string(*meter) + "]";
 }
 
-// Numbers the meters in the order of their headers. Number of meters; sets `*changed` when one had another
-// number.
-int RenumberRecords(CMeterIniFile& store, bool* changed) {
+// Numbers the meters in the order of their headers. Number of meters, and in `*changed` whether one had
+// another number; nothing, with no header changed, without memory.
+std::optional<int> RenumberRecords(CMeterIniFile& store, bool* changed) {
     Renumbering renumbering;
+    if (!renumbering.HasMemory())
+        return std::nullopt;
+    HeaderChanges changes(&store);
     int meters = 0;
     char text[20];  // enough for the numbers; the rest of a line does not matter
     for (int line = store.FindBracketLine(0); line >= 0; line = store.FindBracketLine(line + 1)) {
         store.GetString(line, text, sizeof text);
         const std::string_view header = text;
-        if (BeginsWith(header, "[#_"))
-            *changed |= RenumberMeter(store, line, header.substr(3), ++meters, &renumbering);
-        else if (BeginsWith(header, "[#"))
-            RenumberAppendix(store, line, header.substr(2), renumbering);
+        if (BeginsWith(header, "[#_")) {
+            const int oldNumber = MeterText::ToInt(header.substr(3));
+            if (oldNumber == ++meters)
+                continue;
+            renumbering.Add(oldNumber, meters);
+            changes.Add(line, "[#_" + std::to_string(meters) + "]");
+            *changed = true;
+        } else if (BeginsWith(header, "[#")) {
+            if (std::optional<std::string> renumbered = RenumberedAppendix(header.substr(2), renumbering))
+                changes.Add(line, *std::move(renumbered));
+        }
     }
+    if (!changes.Apply())
+        return std::nullopt;
     return meters;
 }
 
@@ -425,6 +467,9 @@ bool CMeterDatabase::OpenDataFile(bool moduleMode) try {
     if (!FindFile(m_dataFilePath, "DataFile", moduleMode))
         return false;
     DefineTexts();
+    // Two stores of one file would save over each other.
+    if (Platform::SamePath(m_appFilePath, m_dataFilePath))
+        return false;
     m_dataFile = new (std::nothrow) CMeterIniFile(m_dataFilePath);
     if (m_dataFile == nullptr || !AddDefault(*m_dataFile, "General", "Meters", "0") ||
         !AddDefault(*m_appFile, "State", "Dirty", "No"))
@@ -468,14 +513,16 @@ void CMeterDatabase::FindParameterFiles() {
 int CMeterDatabase::CheckConsistency() {
     const int recorded = ReadNumber(*m_dataFile, "General", "Meters", kNumberBytes);
     bool changed = false;
-    const int meters = RenumberRecords(*m_dataFile, &changed);
-    if (meters != recorded) {
-        m_dataFile->WriteString("General", "Meters", std::to_string(meters).c_str());
+    const std::optional<int> meters = RenumberRecords(*m_dataFile, &changed);
+    if (!meters)
+        return 0;
+    if (*meters != recorded) {
+        m_dataFile->WriteString("General", "Meters", std::to_string(*meters).c_str());
         changed = true;
     }
     if (m_appFile != nullptr && SettleClient(*m_dataFile, *m_appFile))
         changed = true;
-    return !changed || m_dataFile->UpdateFile() ? meters : 0;
+    return !changed || m_dataFile->UpdateFile() ? *meters : 0;
 }
 
 bool CMeterDatabase::CloseDataFile() {

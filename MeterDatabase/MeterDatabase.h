@@ -89,9 +89,9 @@ public:
     // missing defaults, brings the numbers of the records into order and makes meter 1 current when there is
     // one. An open database is closed first, without saving.
     //   moduleMode  lets section "ModuleMode" override "System" for the three file names
-    // False without a system ini, when "AppFile", "RawFile" or "DataFile" is not set, or when a default could
-    // not be saved; stores that are open by then stay open. New defaults and new numbers are on the medium on
-    // return.
+    // False without a system ini, when "AppFile", "RawFile" or "DataFile" is not set, when the app file is the data
+    // file, or when a default could not be saved; stores that are open by then stay open. New defaults and new
+    // numbers are on the medium on return.
     bool OpenDataFile(bool moduleMode);
 
     // Drops the data file and the app file without saving; no meter is current. Always true.

@@ -19,8 +19,8 @@ namespace {
 
 constexpr int kMarkerBytes = 256;
 constexpr std::size_t kNameListChars = 255;
-constexpr std::size_t kWindowBytes = 16 * 1024;  // of the archive that are searched at once
-constexpr int kLineBytes = 1024;                 // of a line that is extracted at once, terminator included
+constexpr std::size_t kWindowBytes = std::size_t{16} * 1024;  // of the archive that are searched at once
+constexpr int kLineBytes = 1024;  // of a line that is extracted at once, terminator included
 
 constexpr std::string_view kMarkerStart = "<<<<<~~~~~(";
 constexpr std::string_view kMarkerEnd = ")~~~~~>>>>>";
@@ -33,7 +33,7 @@ std::string Marker(std::string_view name) {
 }
 
 struct CloseStream {
-    void operator()(std::FILE* stream) const { std::fclose(stream); }
+    void operator()(std::FILE* stream) const { static_cast<void>(std::fclose(stream)); }
 };
 using Stream = std::unique_ptr<std::FILE, CloseStream>;
 
@@ -83,7 +83,7 @@ bool CMeterDatabase::CopyRawDataFiles(const wchar_t* names) try {
 }
 
 std::wstring CMeterDatabase::RawDirectory() const {
-    const std::wstring base = m_applicationPath;
+    std::wstring base = m_applicationPath;
     const std::wstring path =
         Platform::WideFromNarrow(ReadText(*m_systemIni, "System", "RawPath").value_or(""));
     if (path.empty())

@@ -85,6 +85,7 @@ std::vector<Field> StoreFields(const CMeterIniFile& store, const std::string& se
 // Writes all fields. False, with those that got there taken back, when one is not taken.
 bool WriteFields(CMeterIniFile& store, const std::string& section, const std::vector<Field>& fields) {
     std::vector<std::optional<std::string>> before;
+    before.reserve(fields.size());
     for (const Field& field : fields)
         before.push_back(ReadText(store, section.c_str(), field.name.c_str(), kEntryBytes));
     for (std::size_t i = 0; i < fields.size(); ++i) {

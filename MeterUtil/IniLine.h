@@ -84,17 +84,25 @@ inline int CompareNames(std::string_view a, std::string_view b) {
     return (a.size() > b.size() ? 1 : 0) - (a.size() < b.size() ? 1 : 0);
 }
 
-// A hash that is the same for names that differ in the case of letters alone. Bit 5 is set in every byte,
-// which makes some other characters equal as well; whoever finds a hash compares the names.
+// Eight bytes at once, the letters of ASCII in lower case.
+inline std::uint64_t ToLower8(std::uint64_t word) {
+    constexpr std::uint64_t kEach = 0x0101010101010101U;
+    constexpr std::uint64_t kHighBits = 0x80 * kEach;
+    const std::uint64_t low = word & ~kHighBits;
+    const std::uint64_t fromA = low + (0x80 - 'A') * kEach;
+    const std::uint64_t behindZ = low + (0x7F - 'Z') * kEach;
+    return word | ((~word & kHighBits & (fromA ^ behindZ)) >> 2U);
+}
+
+// A hash that is the same for names that differ in the case of letters alone.
 inline std::uint32_t FoldedHash(std::string_view name) {
-    constexpr std::uint64_t kFold = 0x2020202020202020U;
     constexpr std::uint64_t kFactor = 0x9E3779B97F4A7C15U;
     std::uint64_t hash = name.size() * kFactor;
     while (!name.empty()) {
         std::uint64_t word = 0;
         const std::size_t taken = std::min(name.size(), sizeof word);
         std::memcpy(&word, name.data(), taken);
-        hash = (hash ^ (word | kFold)) * kFactor;
+        hash = (hash ^ ToLower8(word)) * kFactor;
         hash ^= hash >> 29U;
         name.remove_prefix(taken);
     }

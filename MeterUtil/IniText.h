@@ -173,6 +173,7 @@ private:
     void RenumberFrom(std::uint32_t position);
     void LinesChangedFrom(std::uint32_t position);
     std::size_t BytesOf(const SectionData& section) const;
+    std::size_t TextBytes() const;
     void Tidy() noexcept;
     void Rebase();
 

@@ -62,11 +62,13 @@ Line IniText::NewLine(std::initializer_list<std::string_view> parts) {
 // Puts a text and a line end behind the first `kept` bytes of a line.
 void IniText::ReplaceTail(Line& line, std::size_t kept, std::string_view text, std::string_view lineEnd) {
     const std::size_t size = kept + text.size() + lineEnd.size();
-    m_textBytes += size - line.size;
     if (size > line.capacity) {
-        line = NewLine({line.Raw().substr(0, kept), text, lineEnd});
+        const Line longer = NewLine({line.Raw().substr(0, kept), text, lineEnd});
+        m_textBytes += size - line.size;
+        line = longer;
         return;
     }
+    m_textBytes += size - line.size;
     char* const tail = LineArena::Writable(line) + kept;
     std::copy(lineEnd.begin(), lineEnd.end(), std::copy(text.begin(), text.end(), tail));
     line.size = static_cast<std::uint32_t>(size);
@@ -463,10 +465,19 @@ void IniText::Tidy() noexcept {
     }
 }
 
+// What the text takes, counted line by line: no running count decides how much memory is written.
+std::size_t IniText::TextBytes() const {
+    std::size_t bytes = 0;
+    for (const Section id : m_order)
+        bytes += BytesOf(m_sections[id]);
+    return bytes;
+}
+
 void IniText::Rebase() {
     const std::size_t startCount = std::size_t{m_lineCount} + 1;
+    const std::size_t textBytes = TextBytes();
     Platform::FileBytes bytes;
-    bytes.data.reset(static_cast<char*>(std::malloc(m_textBytes + 1)));
+    bytes.data.reset(static_cast<char*>(std::malloc(textBytes + 1)));
     std::unique_ptr<std::uint32_t[], LineStartsFree> starts(
         static_cast<std::uint32_t*>(std::malloc(startCount * sizeof(std::uint32_t))));
     std::unique_ptr<std::uint8_t[], LineStartsFree> tags(

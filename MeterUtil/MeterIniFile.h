@@ -143,7 +143,8 @@ public:
     // store's save-error text (both valid during the call).
     using SaveErrorHandler = void (*)(void* context, const wchar_t* path, const wchar_t* text);
 
-    // Sets the handler of the process; null: none (the default).
+    // Sets the handler of the process; null: none (the default). A save that is under way on another thread may still
+    // call the earlier one: what `context` points to must outlive the stores that save in the background.
     static void SetSaveErrorHandler(SaveErrorHandler handler, void* context);
 
     // ---- helpers

@@ -8,7 +8,7 @@
 namespace Platform {
 namespace {
 
-constexpr std::size_t kChunkBytes = 16 * 1024;
+constexpr std::size_t kChunkBytes = std::size_t{16} * 1024;
 
 class OpenFile {
 public:

@@ -69,6 +69,26 @@ INSTANTIATE_TEST_SUITE_P(
         Edit{"DeleteSection", [](CMeterIniFile& s) { return s.DeleteSection("b"); }}),
     [](const testing::TestParamInfo<Edit>& row) { return row.param.name; });
 
+// An edit that failed for want of memory must not be counted: later the text moves to a block of the counted size.
+TEST(MeterIniFileMemory, FailedEditDoesNotMislayBytes) {
+    const TestFolder folder;
+    folder.Write("a.ini", "[a]\nk=" + std::string(200000, 'v') + "\n");
+    CMeterIniFile store(folder.Wide("a.ini").c_str());
+    const std::string value(100, 's');
+    for (int n = 1; n < 8; ++n) {
+        const HeapFault fault(n);
+        store.WriteString("a", "k", value.c_str());
+    }
+    const std::string big(60000, 'b');
+    for (int i = 0; i < 60; ++i) {
+        ASSERT_TRUE(store.WriteString("a", "m", big.c_str()));
+        ASSERT_TRUE(store.DeleteKey("a", "m"));
+    }
+    ASSERT_TRUE(store.WriteString("a", "k", "1"));
+    ASSERT_TRUE(store.UpdateFile());
+    EXPECT_EQ(folder.Read("a.ini"), "[a]\nk=1\n");
+}
+
 TEST(MeterIniFileMemoryCopies, AreKeptOrRefused) {
     const TestFolder folder;
     folder.Write("a.ini", kBytes);

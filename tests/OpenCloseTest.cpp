@@ -425,16 +425,58 @@ TEST_F(RecordNumbering, FindsNoMetersWhenItCannotBeSaved) {
     EXPECT_EQ(m_folder.Read(kDataFile), data);
 }
 
-TEST_F(RecordNumbering, LeavesAppendicesWithoutMemoryForItsTable) {
+TEST_F(RecordNumbering, ChangesNothingWithoutMemoryForItsTable) {
     Open("[General]\nMeters=1\n[#_1]\n");
     for (const char* header : {"[#_5]", "[#1_5]"})
         m_database.m_dataFile->AppendString(header);
+    const std::string before = DataLines();
     FakeSystem system;
     system.FailCall(FakeSystem::Call::Allocate, 1);
-    EXPECT_EQ(m_database.CheckConsistency(), 2);
+    EXPECT_EQ(m_database.CheckConsistency(), 0);
     EXPECT_TRUE(system.FaultHappened());
-    EXPECT_EQ(DataLines(), "[General]\nMeters=2\n[#_1]\n[#_2]\n[#1_5]\n");
+    EXPECT_EQ(DataLines(), before);
     EXPECT_EQ(system.Messages().size(), 0u);
+    EXPECT_EQ(m_database.CheckConsistency(), 2);
+    EXPECT_EQ(DataLines(), "[General]\nMeters=2\n[#_1]\n[#_2]\n[#1_2]\n");
+}
+
+TEST_F(RecordNumbering, RenamesAllHeadersOrNoneWithoutMemory) {
+    const std::string headers = "[#_2]\nx=1\n[#1_2]\ny=1\n[#_3]\nx=2\n[#1_3]\ny=2\n[#_100000]\n[#1_100000]\n";
+    for (int n = 1;; ++n) {
+        ASSERT_LT(n, 200);
+        Open("[General]\nMeters=0\n");
+        std::istringstream lines(headers);
+        for (std::string line; std::getline(lines, line);)
+            m_database.m_dataFile->AppendString(line.c_str());
+        bool happened = false;
+        {
+            const HeapFault fault(n);
+            try {
+                m_database.CheckConsistency();
+            } catch (const std::bad_alloc&) {
+            }
+            happened = fault.Happened();
+        }
+        const std::string after = DataLines();
+        EXPECT_TRUE(after.find(headers) != std::string::npos ||
+                    after.find("[#1_1]\ny=1\n[#_2]\nx=2\n[#1_2]\ny=2\n[#_3]\n[#1_3]") != std::string::npos)
+            << "allocation " << n << '\n'
+            << after;
+        m_database.CloseDataFile();
+        if (!happened)
+            break;
+    }
+}
+
+// ---- files of one name --------------------------------------------------------------------------------------
+
+TEST_F(RecordNumbering, AnAppFileThatIsTheDataFileIsRefused) {
+    Open("[General]\nMeters=1\n[#_1]\nState=U\n");
+    m_database.CloseDataFile();
+    m_database.GetPtrToIniFile()->WriteString("System", "AppFile", (std::string(".\\") + kDataFile).c_str());
+    const std::string before = m_folder.Read(kDataFile);
+    EXPECT_FALSE(m_database.OpenDataFile(false));
+    EXPECT_EQ(m_folder.Read(kDataFile), before);
 }
 
 // ---- client number ----------------------------------------------------------------------------------------
