@@ -22,7 +22,7 @@ int WithDigit(int number, char digit) {
     return std::min(number * 10 + (digit - '0'), 1000);
 }
 
-// ---- meter identifier -------------------------------------------------------------------------------------
+// ---- meter identifier
 
 struct IdentifierFormat {
     bool zeros = false;  // in front of one that is too short; else a longer one is cut
@@ -65,7 +65,7 @@ std::optional<std::string> MeterIdentifier(const CMeterIniFile& dataFile, const 
     return std::string();
 }
 
-// ---- difference -------------------------------------------------------------------------------------------
+// ---- difference
 
 struct DifferenceFormat {
     int width = 0;     // digits of the register before the point
@@ -126,7 +126,7 @@ std::optional<std::string> RegisterDifference(const CMeterIniFile& dataFile, con
     return WithoutLeadingZeros(FixedPoint(difference, parsed.width, parsed.decimals));
 }
 
-// ---- month counter ----------------------------------------------------------------------------------------
+// ---- month counter
 
 // The counter of the last reading and the months since then.
 std::optional<std::string> PeriodCounterOfToday(const CMeterIniFile& dataFile, const std::string& section) {
@@ -141,7 +141,7 @@ std::optional<std::string> PeriodCounterOfToday(const CMeterIniFile& dataFile, c
     return MeterText::ZeroPadded(today % 100, 2);
 }
 
-// ---- clearing ---------------------------------------------------------------------------------------------
+// ---- clearing
 
 bool IsCleared(int mode, std::string_view attributes) {
     if (mode == 0)
@@ -161,7 +161,7 @@ void ClearEntry(int mode, ValueEntry* entry) {
 
 }  // namespace
 
-// ---- calculated fields ------------------------------------------------------------------------------------
+// ---- calculated fields
 
 bool CMeterDatabase::CalculateField(const char* recordState, const char* name, char*, char* stateField,
                                     char* format, char* result, char*) try {
@@ -185,7 +185,7 @@ bool CMeterDatabase::CalculateField(const char* recordState, const char* name, c
     return false;
 }
 
-// ---- passes over a record ---------------------------------------------------------------------------------
+// ---- passes over a record
 
 void CMeterDatabase::StartAutoFields(CMeterInterface* iface) try {
     if (iface == nullptr || GetActualPosition() < 1)

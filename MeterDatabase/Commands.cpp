@@ -19,7 +19,7 @@ namespace {
 
 enum CommandState { kNoState, kWaiting, kStateC, kDone };
 
-// ---- texts ------------------------------------------------------------------------------------------------
+// ---- texts
 
 struct CommandText {
     int code;
@@ -99,7 +99,7 @@ Placeholder PlaceholderAt(std::string_view text) {
 
 }  // namespace
 
-// ---- the catalogue ----------------------------------------------------------------------------------------
+// ---- the catalogue
 
 int CMeterDatabase::GetCommands(CMeterInterface* iface) {
     return GetFunctions(iface, kCommands);
@@ -185,7 +185,7 @@ std::string CMeterDatabase::Filled(std::string text, int textLen, std::string_vi
     return text;
 }
 
-// ---- one function by its code -----------------------------------------------------------------------------
+// ---- one function by its code
 
 bool CMeterDatabase::GetCommandText(CMeterInterface* iface, int code, char* text, int textLen) try {
     MeterText::CopyText(text, textLen, {});

@@ -271,7 +271,7 @@ bool SettleClient(CMeterIniFile& dataFile, CMeterIniFile& appFile) {
 
 }  // namespace
 
-// ---- object and configuration -----------------------------------------------------------------------------
+// ---- object and configuration
 
 CMeterDatabase::CMeterDatabase(const wchar_t* applicationPath)
     : m_systemIniName(),
@@ -383,7 +383,7 @@ CMeterIniFile* CMeterDatabase::GetPtrToAppFile() {
     return m_appFile;
 }
 
-// ---- texts and language -----------------------------------------------------------------------------------
+// ---- texts and language
 
 void CMeterDatabase::HandleText(CMeterIniFile* store, int mode, char** slot, const char* section,
                                 const char* key, const char* text) {
@@ -452,7 +452,7 @@ void CMeterDatabase::SetLanguageCode(const char* code) {
     MeterText::CopyPadded(m_languageCode, MeterText::View(code));
 }
 
-// ---- opening and closing ----------------------------------------------------------------------------------
+// ---- opening and closing
 
 bool CMeterDatabase::OpenDataFile(bool moduleMode) try {
     if (m_systemIni == nullptr)

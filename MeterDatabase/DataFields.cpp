@@ -13,7 +13,7 @@ using namespace MeterRecords;
 
 namespace {
 
-// ---- field lists ------------------------------------------------------------------------------------------
+// ---- field lists
 
 constexpr const char* kListSections[] = {"Values", "Statistic", "Extra"};  // by the kind of a list
 
@@ -45,7 +45,7 @@ std::string ListSection(const CMeterIniFile* systemIni, const std::string& base,
     return base;
 }
 
-// ---- values as they are shown -----------------------------------------------------------------------------
+// ---- values as they are shown
 
 constexpr std::size_t kReferenceChars = 39;  // the name of a referenced value, and what is shown of it
 constexpr std::size_t kAttributeChars = 39;
@@ -100,7 +100,7 @@ std::string ValueOrReference(const CMeterIniFile& dataFile, const std::string& s
     return other ? std::string(other->Bare(kValue).substr(0, kReferenceChars)) : std::string();
 }
 
-// ---- labels -----------------------------------------------------------------------------------------------
+// ---- labels
 
 constexpr int kMostPeriodsBack = 18;
 constexpr std::size_t kLabelBelow = 255;
@@ -147,7 +147,7 @@ void InsertOwnText(std::string* label, std::string_view text) {
         label->insert(place, text);
 }
 
-// ---- checks -----------------------------------------------------------------------------------------------
+// ---- checks
 
 enum CheckResult { kPasses, kDeviates, kBelow, kAbove };
 
@@ -210,7 +210,7 @@ struct CMeterDatabase::Field {
     ValueEntry entry;
 };
 
-// ---- field lists ------------------------------------------------------------------------------------------
+// ---- field lists
 
 void CMeterDatabase::GetPtrToDataFields(int kind, const char* variant, char* section, Type_DataField** list,
                                         int** count) try {
@@ -282,7 +282,7 @@ std::optional<CMeterDatabase::Field> CMeterDatabase::ReadField(int kind, const c
     return Field{declaration, *std::move(entry)};
 }
 
-// ---- fields -----------------------------------------------------------------------------------------------
+// ---- fields
 
 bool CMeterDatabase::GetDataField(CMeterInterface*, int kind, const char* variant, int index, char* label,
                                   int labelSize, char* value, int valueSize, char* mark, int markSize) try {
@@ -361,7 +361,7 @@ bool CMeterDatabase::SetDataFieldValue(int kind, const char* variant, int index,
     return field != nullptr && SetMeterValue(field->name, nullptr, status, nullptr, value, text);
 }
 
-// ---- checks -----------------------------------------------------------------------------------------------
+// ---- checks
 
 int CMeterDatabase::CheckValue(const char* value, const char* definition) try {
     if (m_dataFile == nullptr)

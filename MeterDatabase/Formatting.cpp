@@ -1,6 +1,6 @@
-// How values are shown, and numbers written. Owns the format token, the first of a definition: a number with its unit,
-// a duration, a date laid out by a pattern, the label of a code, the labels of bits. Values themselves are
-// not touched.
+// How values are shown, and numbers written. Owns the format token, the first of a definition: a number with
+// its unit, a duration, a date laid out by a pattern, the label of a code, the labels of bits. Values
+// themselves are not touched.
 #include <algorithm>
 #include <iterator>
 #include <new>
@@ -15,7 +15,7 @@ namespace {
 
 constexpr std::size_t kListNameChars = 39;
 
-// ---- numbers ----------------------------------------------------------------------------------------------
+// ---- numbers
 
 std::string NumberWithUnit(std::string_view value, std::string_view token) {
     const std::size_t blank = std::min(token.find_first_not_of("0123456789."), token.size());
@@ -25,7 +25,7 @@ std::string NumberWithUnit(std::string_view value, std::string_view token) {
     return std::string(value).append(1, ' ').append(token.substr(unit));
 }
 
-// ---- durations --------------------------------------------------------------------------------------------
+// ---- durations
 
 // A sign, four digits of days, two each of hours, minutes and seconds.
 constexpr std::size_t kDurationChars = 11;
@@ -54,7 +54,7 @@ std::string Duration(std::string_view value, std::string_view token) {
     return text;
 }
 
-// ---- dates and times --------------------------------------------------------------------------------------
+// ---- dates and times
 
 struct DatePart {
     std::string_view letters;
@@ -96,7 +96,7 @@ std::string FilledPattern(std::string_view value, std::string_view pattern) {
     return text;
 }
 
-// ---- labels -----------------------------------------------------------------------------------------------
+// ---- labels
 
 // The label of a code in a list of the record, CODE:LABEL;CODE:LABEL...
 std::optional<std::string> ListedLabel(std::string_view list, std::string_view value) {

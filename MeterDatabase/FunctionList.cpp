@@ -34,7 +34,7 @@ enum FunctionCode {
 
 constexpr const char* kFunctions = "Functions";
 
-// ---- sets of functions ------------------------------------------------------------------------------------
+// ---- sets of functions
 
 // A set of functions holds their codes, one byte each.
 char CodeByte(int code) {
@@ -75,7 +75,7 @@ std::optional<MeterType> AskMeterType(CMeterInterface* iface) {
     return MeterType{name, reinterpret_cast<const char*>(functions)};
 }
 
-// ---- lists of the system ini ------------------------------------------------------------------------------
+// ---- lists of the system ini
 
 // The tokens of a list up to the first empty one, at most `most`, each cut to `chars` characters.
 std::vector<std::string_view> Tokens(std::string_view list, std::size_t most, std::size_t chars) {
@@ -127,7 +127,7 @@ const char* RouteWord(CMeterDatabase* database) {
     return text[0] == '\0' ? "ROUTE" : "CHANGE";
 }
 
-// ---- composite functions ----------------------------------------------------------------------------------
+// ---- composite functions
 
 // Takes the mark of an optional function off a token. True when there was one.
 bool TakeOptionalMark(std::string_view* token) {
@@ -162,7 +162,7 @@ std::string MeterRecords::RunnableTokens(std::string_view definition, std::strin
     return runnable;
 }
 
-// ---- the list of functions --------------------------------------------------------------------------------
+// ---- the list of functions
 
 bool CMeterDatabase::BuildFuncCodeList(CMeterInterface* iface, int* codes, int* numbers, int* count,
                                        int capacity, int mode, unsigned char* available,

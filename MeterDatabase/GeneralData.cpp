@@ -78,7 +78,7 @@ int RegisteredNumber(const CMeterIniFile& appFile, int count, std::string_view p
 
 }  // namespace
 
-// ---- state of the application -----------------------------------------------------------------------------
+// ---- state of the application
 
 bool CMeterDatabase::GetGeneralData(const char* key, char* value, int valueLen) {
     MeterText::CopyText(value, valueLen, {});
@@ -103,7 +103,7 @@ bool CMeterDatabase::GetDirtyFlag() {
     return m_appFile != nullptr && IsYes(*m_appFile, kState, "Dirty", MeterRecords::kNameBytes);
 }
 
-// ---- register of parameter files --------------------------------------------------------------------------
+// ---- register of parameter files
 
 void CMeterDatabase::AppendToParameterFilesInAppFile(const char* text1, const char* text2,
                                                      const wchar_t* path) try {
@@ -127,7 +127,7 @@ void CMeterDatabase::AppendToParameterFilesInAppFile(const char* text1, const ch
     return;
 }
 
-// ---- data of the whole database ---------------------------------------------------------------------------
+// ---- data of the whole database
 
 bool CMeterDatabase::GetDBInfo(char* info, int infoLen) {
     return GetDBGeneralData("DBInfo", info, infoLen);
@@ -153,7 +153,7 @@ int CMeterDatabase::GetClient() {
     return std::clamp(client, 1, 1000);
 }
 
-// ---- types that can be appended ---------------------------------------------------------------------------
+// ---- types that can be appended
 
 int CMeterDatabase::GetAppendTypes() try {
     if (m_systemIni == nullptr)
@@ -184,7 +184,7 @@ bool CMeterDatabase::GetAppendType(int number, char* name, int nameLen, char* la
     return false;
 }
 
-// ---- user and access --------------------------------------------------------------------------------------
+// ---- user and access
 
 bool CMeterDatabase::SetActualUser(const char* user) {
     MeterText::CopyPadded(m_actualUser, MeterText::View(user));

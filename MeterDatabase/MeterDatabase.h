@@ -11,12 +11,10 @@
 //
 // Conventions
 // - Sizes are in bytes, terminator included (wide texts: in characters). A null output, or a size below 1,
-// means that
-//   the output is not wanted. Outputs are emptied first, always terminated, and cut to fit.
+//   means that the output is not wanted. Outputs are emptied first, always terminated, and cut to fit.
 // - A null input counts as an empty text, except where it has a meaning of its own.
 // - Nothing throws. A bool is false when a store is missing, there is no current record, a key or section is
-// not found,
-//   or a write or save failed; the records are then as they were.
+//   not found, or a write or save failed; the records are then as they were.
 // - Edits change the data file in memory; the destructor saves. What a call puts on the medium is said there.
 // - The object starts no threads and takes no locks: one thread at a time.
 //
@@ -43,7 +41,6 @@ static_assert(sizeof(Type_DataField) == 44, "200 fields fill a work buffer of 88
 class METERDATABASE_API CMeterDatabase {
 public:
     // ---- object and configuration
-    // ---------------------------------------------------------------------------------
 
     // Builds a database without stores. `applicationPath`: directory of the application, without a closing
     // separator, at most 259 characters; every relative path starts there.
@@ -83,7 +80,6 @@ public:
     CMeterIniFile* GetPtrToAppFile();
 
     // ---- opening and closing
-    // --------------------------------------------------------------------------------------
 
     // Opens the app file and the data file that the system ini names, loads the texts of the language, adds
     // missing defaults, brings the numbers of the records into order and makes meter 1 current when there is
@@ -102,13 +98,11 @@ public:
     bool DeleteAllData();
 
     // ---- texts and language
-    // ---------------------------------------------------------------------------------------
 
     // Chooses the language of sections such as "Functions_de"; at most 39 characters are kept.
     void SetLanguageCode(const char* code);
 
     // ---- navigation
-    // -----------------------------------------------------------------------------------------------
 
     // Number of meter records; -1 without a data file.
     int GetNumberOfMeters();
@@ -134,7 +128,7 @@ public:
     // (from 1). False when the line does not exist.
     bool GetRecordData(int line, char* dst, int size);
 
-    // ---- appending and deleting ---------------------------------------------------------------------------
+    // ---- appending and deleting
 
     // Adds a meter record to the data file in memory, made from the system ini's template "Append" +
     // meterType, or "Append" when there is no such one. The record begins in state E; an entry of the
@@ -159,7 +153,7 @@ public:
     bool BackupRecord();
     bool RestoreRecord();
 
-    // ---- saving -------------------------------------------------------------------------------------------
+    // ---- saving
 
     // Arranges a save of the data file and returns: edits that follow are not part of it. False without a
     // data file.
@@ -170,7 +164,6 @@ public:
     bool UpdateDatabaseForeground();
 
     // ---- record state and meter action
-    // ----------------------------------------------------------------------------
 
     // State letters of the current meter into dst, at least 40 bytes. False without a current meter or a
     // state.
@@ -193,7 +186,6 @@ public:
     bool GetMeterActionText(char* dst, int size);
 
     // ---- values
-    // ---------------------------------------------------------------------------------------------------
 
     // Values are entries with five sub-fields: attributes, status, definition, value, "text". Sub-fields are
     // handed out as they stand in the file, enclosing quotes included; the fifth is everything behind the
@@ -225,7 +217,7 @@ public:
     // Removes an entry of the current record. True once there is a current record.
     bool DeleteMeterValue(const char* name);
 
-    // ---- data fields --------------------------------------------------------------------------------------
+    // ---- data fields
 
     // Data fields are values of a record that the system ini declares, with a label each, in one of three
     // lists: kind 1 "Statistic", kind 2 "Extra", any other "Values". `variant` (null or "": none) and the
@@ -262,7 +254,7 @@ public:
     bool SetDataFieldValue(int kind, const char* variant, int index, const char* value, const char* status,
                            const char* text);
 
-    // ---- formatting ---------------------------------------------------------------------------------------
+    // ---- formatting
 
     // Shows a value as token 1 of its definition says (docs/files.md lists the formats), cut to 255
     // characters.
@@ -281,7 +273,6 @@ public:
     void FormatDoubleToString(char* dst, double value, int digits, int decimals);
 
     // ---- checking
-    // -------------------------------------------------------------------------------------------------
 
     // Tests a value against the first check token of a definition: "Cl;u" (range; l > u: forbidden band),
     // "Xe" (expected value), "Vname" (equal to another value of the current record).
@@ -292,7 +283,6 @@ public:
     int CheckValue(const char* value, const char* definition);
 
     // ---- reading
-    // --------------------------------------------------------------------------------------------------
 
     // Asks the meter's parser for every value of the current record whose attributes contain R, stores what
     // it finds with a status - DR, CR (its check found something) or W (so did that of the master value) -
@@ -300,7 +290,7 @@ public:
     // file, a parser or a current meter.
     int StartParser(CMeterInterface* iface);
 
-    // ---- automatic fields and clearing --------------------------------------------------------------------
+    // ---- automatic fields and clearing
 
     // Calculates the values of the current record whose attributes contain A, and writes those that changed,
     // with status D. One that cannot be calculated stays as it is. `iface` must not be null, and is not used.
@@ -311,7 +301,7 @@ public:
     // other mode does nothing.
     void ClearFields(int mode);
 
-    // ---- placeholders in texts ----------------------------------------------------------------------------
+    // ---- placeholders in texts
 
     // Copies `text` into out of `outSize` bytes. "<#NAME>" becomes the value of NAME in the current record,
     // "<*NAME>" what follows the X (or x) of the first token of its definition that begins with one; a value
@@ -319,7 +309,7 @@ public:
     // what is no such placeholder stays as it is.
     void Substitute(char* out, const char* text, int outSize);
 
-    // ---- functions, commands and options ------------------------------------------------------------------
+    // ---- functions, commands and options
 
     // The functions of the current record are its value entries "Func1", "Func2" ... up to the first missing
     // one, at most 59: the value is the function's code, the definition holds its parameters or, for a
@@ -375,7 +365,6 @@ public:
     void FormatSubstValue(char* out, int code, const char* arg, const char* format);
 
     // ---- items and user stamp
-    // -------------------------------------------------------------------------------------
 
     // Items are entries without sub-fields: their whole text, as it stands. Into dst; false when the key does
     // not exist.
@@ -390,7 +379,6 @@ public:
     bool SetUser();
 
     // ---- general data and database information
-    // --------------------------------------------------------------------
 
     // A value of section "State" of the app file. Setting or deleting one saves the app file at once; when
     // that fails the error flags of the data file and the app file are set and the result is false.
@@ -417,7 +405,7 @@ public:
     // Sets the access level and settles whether it is respected ("RespectAccessLevel" of the system ini).
     void SetAccessLevel(int level);
 
-    // ---- raw data -----------------------------------------------------------------------------------------
+    // ---- raw data
 
     // Raw data that meters leave as files is gathered into one archive, the raw data file, as blocks that are
     // found by the names of the files. Archives of any size are read piece by piece.
@@ -444,7 +432,7 @@ public:
     // Deletes the archive and its mirror. Always true.
     bool DeleteRawDataFile();
 
-    // ---- types to append ----------------------------------------------------------------------------------
+    // ---- types to append
 
     // Number of the types that users may append, at most 100: "Types" of section "Append_" + language code,
     // or of "Append" when there is no such section. Without a number it is 1 when the template
@@ -455,7 +443,7 @@ public:
     // and "-----" when that template exists, else false.
     bool GetAppendType(int number, char* name, int nameLen, char* label, int labelLen);
 
-    // ---- parameter files ----------------------------------------------------------------------------------
+    // ---- parameter files
 
     // Registers a parameter file in the app file with the local time and two texts, and saves the app file. A
     // path that is registered already, ignoring case, keeps its number. A comma in a text shifts the path,
@@ -463,7 +451,7 @@ public:
     // data file and the app file are set.
     void AppendToParameterFilesInAppFile(const char* text1, const char* text2, const wchar_t* path);
 
-    // ---- store meters -------------------------------------------------------------------------------------
+    // ---- store meters
 
     // The meters carried along for exchanges stand in the data file as the records "*_1", "*_2" and so on.
     // Their store fields, the values whose attributes hold S, are what a record takes over from one of them.

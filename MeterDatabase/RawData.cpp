@@ -65,7 +65,7 @@ bool CMeterDatabase::IsRawArchive(const std::wstring& path) const {
            (m_rawMirrorPath[0] != L'\0' && Platform::SamePath(path, m_rawMirrorPath));
 }
 
-// ---- gathering --------------------------------------------------------------------------------------------
+// ---- gathering
 
 bool CMeterDatabase::CopyRawDataFiles(const wchar_t* names) try {
     if (m_systemIni == nullptr || m_dataFile == nullptr)
@@ -104,7 +104,7 @@ void CMeterDatabase::GatherFile(const std::wstring& directory, std::string_view 
     Platform::DeleteFileW(source.c_str());
 }
 
-// ---- reading ----------------------------------------------------------------------------------------------
+// ---- reading
 
 // Moves to the first content byte of the first block with this marker. What could be the beginning of a
 // marker is searched again with what follows it.

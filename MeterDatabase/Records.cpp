@@ -69,7 +69,7 @@ std::string BareValue(const CMeterIniFile& store, const std::string& section, co
 
 }  // namespace
 
-// ---- sections ---------------------------------------------------------------------------------------------
+// ---- sections
 
 bool CMeterDatabase::HasRecord() const {
     return m_systemIni != nullptr && m_dataFile != nullptr && m_currentMeter >= 1;
@@ -83,7 +83,7 @@ std::string CMeterDatabase::RecordSection() const {
     return m_currentAppendix < 1 ? MainSection() : AppendixSection(m_currentAppendix, m_currentMeter);
 }
 
-// ---- navigation -------------------------------------------------------------------------------------------
+// ---- navigation
 
 int CMeterDatabase::GetNumberOfMeters() {
     return m_dataFile == nullptr ? -1 : ReadNumber(*m_dataFile, "General", "Meters", kNumberBytes);
@@ -140,7 +140,7 @@ bool CMeterDatabase::GetRecordData(int line, char* dst, int size) try {
     return false;
 }
 
-// ---- saving -----------------------------------------------------------------------------------------------
+// ---- saving
 
 bool CMeterDatabase::UpdateDatabase() {
     if (m_dataFile == nullptr)
@@ -163,7 +163,7 @@ bool CMeterDatabase::SaveNow(CMeterIniFile& store) {
     return false;
 }
 
-// ---- state ------------------------------------------------------------------------------------------------
+// ---- state
 
 bool CMeterDatabase::GetRecordState(char* dst) {
     MeterText::CopyText(dst, kStateBytes, {});
@@ -199,7 +199,7 @@ void CMeterDatabase::GetPlantStateText(const char* state, wchar_t* dst) {
     Platform::wsprintfW(dst, L"%S", plant == "<DEFER>" ? Text(MeterRecords::kStateDeferred) : text);
 }
 
-// ---- action -----------------------------------------------------------------------------------------------
+// ---- action
 
 bool CMeterDatabase::GetMeterAction(char* dst) try {
     MeterText::CopyText(dst, kActionBytes, {});

@@ -23,7 +23,7 @@ bool BeginsWithIgnoringCase(std::string_view text, std::string_view start) {
     return MeterText::EqualIgnoringCase(text.substr(0, start.size()), start);
 }
 
-// ---- dates and times --------------------------------------------------------------------------------------
+// ---- dates and times
 
 struct DateTime {
     int year;
@@ -83,7 +83,7 @@ std::string FormatDateTime(const DateTime& time, std::string_view pattern) {
     return text;
 }
 
-// ---- parameter sets ---------------------------------------------------------------------------------------
+// ---- parameter sets
 
 struct ParameterSet {
     std::string file;

@@ -1,5 +1,5 @@
-// Small searches in text: a word in a list, a pattern in the bytes of a file, placeholders in a text. Owns the
-// placeholders with which texts take in values of the current record.
+// Small searches in text: a word in a list, a pattern in the bytes of a file, placeholders in a text. Owns
+// the placeholders with which texts take in values of the current record.
 #include <algorithm>
 #include <new>
 

@@ -27,7 +27,7 @@ private:
 
 }  // namespace
 
-// ---- values -----------------------------------------------------------------------------------------------
+// ---- values
 
 bool CMeterDatabase::GetMeterValue(const char* name, char* attributes, int attributesSize, char* status,
                                    int statusSize, char* definition, int definitionSize, char* value,
@@ -108,7 +108,7 @@ bool CMeterDatabase::DeleteMeterValue(const char* name) try {
     return false;
 }
 
-// ---- items and user stamp ---------------------------------------------------------------------------------
+// ---- items and user stamp
 
 bool CMeterDatabase::GetMeterItem(const char* key, char* dst, int size) try {
     MeterText::CopyText(dst, size, {});

@@ -19,7 +19,6 @@ IniText::IniText() {
 }
 
 // ---- loading
-// ------------------------------------------------------------------------------------------------------
 
 bool IniText::Load(Platform::FileBytes bytes) {
     m_lineEnd = kCrLf;
@@ -110,7 +109,6 @@ void IniText::CloseSection() {
 }
 
 // ---- lines
-// --------------------------------------------------------------------------------------------------------
 
 std::string_view IniText::Raw(const SectionData& section, std::uint32_t index) const {
     if (section.edited != nullptr)
@@ -140,7 +138,6 @@ std::string_view IniText::NameOf(const SectionData& section) const {
 }
 
 // ---- finding
-// ------------------------------------------------------------------------------------------------------
 
 bool IniText::SameName(const SectionData& section, std::uint32_t hash, std::string_view name) const {
     return section.hash == hash && MeterText::EqualIgnoringCase(NameOf(section), name);
@@ -279,7 +276,6 @@ std::uint32_t IniText::FindBracketLine(std::uint32_t line) {
 }
 
 // ---- names
-// --------------------------------------------------------------------------------------------------------
 
 void IniText::BuildNameIndex() {
     std::size_t buckets = 16;
@@ -360,7 +356,6 @@ void IniText::RemoveFromBucket(Section id, Section replacement) {
 }
 
 // ---- saving
-// -------------------------------------------------------------------------------------------------------
 
 bool IniText::IsInBase(std::string_view piece) const {
     const std::less<const char*> before;

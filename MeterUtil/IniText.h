@@ -45,7 +45,6 @@ public:
     bool Load(Platform::FileBytes bytes);
 
     // ---- look-ups; the views are valid until the next edit
-    // ----------------------------------------------------------
 
     Section FindSection(std::string_view name) const;
     bool FindValue(Section id, std::string_view key, std::string_view* value);
@@ -59,7 +58,6 @@ public:
     std::uint32_t FindBracketLine(std::uint32_t line);
 
     // ---- edits; each either happens whole or, without memory, throws and changes nothing
-    // ------------------------------
 
     void SetValue(Section id, std::string_view key, std::string_view value);
     void AddSection(std::string_view name, std::string_view key, std::string_view value);
@@ -73,7 +71,6 @@ public:
     bool RestoreCopy(std::string_view name);
 
     // ---- saving
-    // -----------------------------------------------------------------------------------------------------
 
     std::vector<std::string_view> Pieces() const;
     TextSnapshot Snapshot() const;

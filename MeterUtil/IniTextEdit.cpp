@@ -30,7 +30,6 @@ bool BeginsWithBracket(const Line& line) {
 }  // namespace
 
 // ---- lines
-// --------------------------------------------------------------------------------------------------------
 
 // Gives a section lines of its own, which may be changed.
 IniText::EditedLines& IniText::Edit(SectionData& section) {
@@ -101,7 +100,6 @@ std::size_t IniText::BytesOf(const SectionData& section) const {
 }
 
 // ---- entries
-// ------------------------------------------------------------------------------------------------------
 
 void IniText::SetValue(Section id, std::string_view key, std::string_view value) {
     std::string_view old;
@@ -158,7 +156,6 @@ bool IniText::DeleteKey(Section id, std::string_view key) {
 }
 
 // ---- lines by number
-// ----------------------------------------------------------------------------------------------
 
 void IniText::SetLine(std::uint32_t line, std::string_view text) {
     const Place place = Locate(line);
@@ -275,7 +272,6 @@ void IniText::AppendLine(std::string_view text) {
 }
 
 // ---- sections
-// -----------------------------------------------------------------------------------------------------
 
 void IniText::AddSection(std::string_view name, std::string_view key, std::string_view value) {
     auto lines = std::make_unique<EditedLines>();
@@ -373,7 +369,6 @@ void IniText::GrowBuckets() {
 }
 
 // ---- copies of sections
-// -------------------------------------------------------------------------------------------
 
 void IniText::KeepCopy(Section id) {
     const SectionData& section = m_sections[id];
@@ -450,7 +445,6 @@ void IniText::ReplaceLines(Section id, std::string_view raw) {
 }
 
 // ---- memory
-// -------------------------------------------------------------------------------------------------------
 
 // Lines that were written over or deleted leave gaps in the arena. When they outweigh the text, the text
 // moves into a new base; without memory for that it stays where it is.

@@ -104,7 +104,6 @@ CMeterIniFile::~CMeterIniFile() {
 }
 
 // ---- look-ups
-// -----------------------------------------------------------------------------------------------------
 
 bool CMeterIniFile::ReadString(const char* section, const char* key, char* dst, int size) const {
     CopyText(dst, size, {});
@@ -173,7 +172,6 @@ bool CMeterIniFile::SectionExists(const char* section) const {
 }
 
 // ---- edits
-// --------------------------------------------------------------------------------------------------------
 
 bool CMeterIniFile::WriteString(const char* section, const char* key, const char* value) {
     if (m_store == nullptr || section == nullptr || key == nullptr)
@@ -251,7 +249,6 @@ bool CMeterIniFile::RestoreSection(const char* section) {
 }
 
 // ---- saving
-// -------------------------------------------------------------------------------------------------------
 
 bool CMeterIniFile::UpdateFile() {
     if (m_store == nullptr || !m_store->isLoaded)
@@ -303,7 +300,6 @@ void CMeterIniFile::SetSaveErrorHandler(SaveErrorHandler handler, void* context)
 }
 
 // ---- helpers
-// ------------------------------------------------------------------------------------------------------
 
 bool CMeterIniFile::FileExists(const wchar_t* path) {
     return path != nullptr && Platform::FileExists(path);

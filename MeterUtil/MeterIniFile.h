@@ -5,23 +5,18 @@
 // The rules of the text, for every operation:
 // - Bytes are kept. A file that is loaded and saved unchanged has the same bytes, whatever it holds.
 // - A line ends with LF or CR LF; a lone CR is text. New lines take the line end of the file's first line; a
-// new file,
-//   or one without any line end, uses CR LF.
+//   new file, or one without any line end, uses CR LF.
 // - Blanks are the space and the tab. A header is a line whose first other character is '[' and that has a
-// ']' after
-//   it; the name is what stands between '[' and the first ']'. Lines before the first header belong to no
-//   section.
+//   ']' after it; the name is what stands between '[' and the first ']'. Lines before the first header belong
+//   to no section.
 // - An entry is a line of a section with a '=' and something other than blanks before it, unless it begins
-// with ';' (a
-//   comment) or is a header. The key stands before the first '=', without blanks around it; the value is
-//   everything behind that '=', exactly.
+//   with ';' (a comment) or is a header. The key stands before the first '=', without blanks around it; the
+//   value is everything behind that '=', exactly.
 // - Names of sections and keys are compared ignoring the case of ASCII letters. Of several with one name the
-// first in
-//   the file counts.
+//   first in the file counts.
 // - What cannot stand in one line, or would change the structure of the file, is refused and nothing changes:
-// CR or LF
-//   in a name, value or line; an empty key, or one that holds '=' or begins with '[' or ';'; an empty section
-//   name, or one that holds ']'.
+//   CR or LF in a name, value or line; an empty key, or one that holds '=' or begins with '[' or ';'; an
+//   empty section name, or one that holds ']'.
 //
 // Conventions: sizes are in bytes, terminator included. A null output, or a size below 1, means that the
 // output is not wanted. Outputs are emptied first and always terminated; longer text is cut. A null input
@@ -60,7 +55,6 @@ public:
     CMeterIniFile& operator=(const CMeterIniFile&) = delete;
 
     // ---- look-ups
-    // -------------------------------------------------------------------------------------------------
 
     // Value of a key into dst. False, with dst "", when the section or the key does not exist.
     bool ReadString(const char* section, const char* key, char* dst, int size) const;
@@ -84,7 +78,6 @@ public:
     bool SectionExists(const char* section) const;
 
     // ---- edits in memory
-    // ------------------------------------------------------------------------------------------
 
     // Sets a value: in place when the key exists (what stands up to the '=' is kept), else as a new line
     // behind the last line of the section that is not blank, else in a new section at the end of the file.
@@ -115,7 +108,6 @@ public:
     bool RestoreSection(const char* section);
 
     // ---- saving
-    // ---------------------------------------------------------------------------------------------------
 
     // Saves now: the file and then, also when the file failed, the mirror when one is set. Each is replaced
     // in one step and is on the medium when the call returns: a crash or a power cut leaves the whole old or
@@ -143,12 +135,12 @@ public:
     // store's save-error text (both valid during the call).
     using SaveErrorHandler = void (*)(void* context, const wchar_t* path, const wchar_t* text);
 
-    // Sets the handler of the process; null: none (the default). A save that is under way on another thread may still
-    // call the earlier one: what `context` points to must outlive the stores that save in the background.
+    // Sets the handler of the process; null: none (the default). A save that is under way on another thread
+    // may still call the earlier one: what `context` points to must outlive the stores that save in the
+    // background.
     static void SetSaveErrorHandler(SaveErrorHandler handler, void* context);
 
     // ---- helpers
-    // --------------------------------------------------------------------------------------------------
 
     // True when a file exists at `path`.
     static bool FileExists(const wchar_t* path);

@@ -148,8 +148,8 @@ inline bool TakeSign(std::string_view* text) {
     return negative;
 }
 
-// The integer at the start of `text`, read like atoi: white space, a sign, digits; the rest is ignored, no digits give
-// 0. A value that does not fit is clamped to the type.
+// The integer at the start of `text`, read like atoi: white space, a sign, digits; the rest is ignored, no
+// digits give 0. A value that does not fit is clamped to the type.
 template <typename Integer>
 Integer ToInteger(std::string_view text) {
     const bool negative = TakeSign(&text);

@@ -1,6 +1,6 @@
-// What a shared library shows to its users. Each public class carries the macro of its library; everything else
-// stays hidden. Nothing is marked as imported: the public classes have no data outside their objects, and functions
-// reach their library without it.
+// What a shared library shows to its users. Each public class carries the macro of its library; everything
+// else stays hidden. Nothing is marked as imported: the public classes have no data outside their objects,
+// and functions reach their library without it.
 #pragma once
 
 #if defined(_WIN32)

@@ -1,10 +1,10 @@
-// The operating system as the libraries see it. Calls that Windows has carry their Windows names and meaning; the
-// others are the few things that a store needs besides: loading a file whole, replacing a file in one step, and text
-// that crosses between 8 bits and wide characters.
+// The operating system as the libraries see it. Calls that Windows has carry their Windows names and meaning;
+// the others are the few things that a store needs besides: loading a file whole, replacing a file in one
+// step, and text that crosses between 8 bits and wide characters.
 //
 // Paths are wide and may use '\' on every system; on Linux '/' separates as well. A path that begins with a
-// separator is absolute (on desktop Windows also one that begins with a drive letter and a colon). Nothing here throws
-// but std::bad_alloc, and only where a std type is returned.
+// separator is absolute (on desktop Windows also one that begins with a drive letter and a colon). Nothing
+// here throws but std::bad_alloc, and only where a std type is returned.
 #pragma once
 
 #include <cstddef>
@@ -18,7 +18,7 @@
 
 namespace Platform {
 
-// ---- memory -------------------------------------------------------------------------------------------------------
+// ---- memory
 
 // A block of `bytes` bytes from the local heap, contents undefined; null when there is none. `flags` is 0.
 void* LocalAlloc(unsigned flags, std::size_t bytes) noexcept;
@@ -26,7 +26,7 @@ void* LocalAlloc(unsigned flags, std::size_t bytes) noexcept;
 // Frees a block of LocalAlloc; null is allowed. Always null.
 void* LocalFree(void* block) noexcept;
 
-// ---- time and messages --------------------------------------------------------------------------------------------
+// ---- time and messages
 
 struct SystemTime {
     std::uint16_t wYear;          // 1601 and later
@@ -49,26 +49,26 @@ void GetLocalTime(SystemTime* now) noexcept;
 // Number of the button; 0 when the message could not be shown.
 int MessageBoxW(void* owner, const wchar_t* text, const wchar_t* caption, unsigned type) noexcept;
 
-// Asks the system to stay awake (true) until it is told that it may sleep again (false). Does nothing where the system
-// cannot be asked.
+// Asks the system to stay awake (true) until it is told that it may sleep again (false). Does nothing where
+// the system cannot be asked.
 void KeepAwake(bool on) noexcept;
 
-// ---- text ---------------------------------------------------------------------------------------------------------
+// ---- text
 
 constexpr std::size_t kFormattedChars = 1024;  // most that wsprintfW writes, terminator not included
 
-// Formats into `dst`, which holds kFormattedChars + 1 characters; longer text is cut there. Understands %s (wide),
-// %S (narrow), %c, %i, %d, %u and %%, with a width and a leading zero. A null text counts as empty.
+// Formats into `dst`, which holds kFormattedChars + 1 characters; longer text is cut there. Understands %s
+// (wide), %S (narrow), %c, %i, %d, %u and %%, with a width and a leading zero. A null text counts as empty.
 // Number of characters written, terminator not included.
 int wsprintfW(wchar_t* dst, const wchar_t* format, ...) noexcept;
 
-// Narrow text to wide and back: the ANSI code page on Windows, UTF-8 elsewhere, whatever the locale. Elsewhere a byte
-// that is not valid UTF-8 becomes U+DC00 + byte, and that character becomes the byte again, so every name of every
-// file survives the round trip.
+// Narrow text to wide and back: the ANSI code page on Windows, UTF-8 elsewhere, whatever the locale.
+// Elsewhere a byte that is not valid UTF-8 becomes U+DC00 + byte, and that character becomes the byte again,
+// so every name of every file survives the round trip.
 std::wstring WideFromNarrow(std::string_view text);
 std::string NarrowFromWide(std::wstring_view text);
 
-// ---- paths and files ----------------------------------------------------------------------------------------------
+// ---- paths and files
 
 // True when `path` does not need a base directory.
 bool IsAbsolutePath(std::wstring_view path) noexcept;
@@ -82,8 +82,8 @@ bool FileExists(const wchar_t* path) noexcept;
 // Deletes a file. False when there was none or it could not be deleted.
 bool DeleteFileW(const wchar_t* path) noexcept;
 
-// Opens a standard I/O stream; null on failure, also for what exists and is no regular file. The caller closes it with
-// fclose.
+// Opens a standard I/O stream; null on failure, also for what exists and is no regular file. The caller
+// closes it with fclose.
 std::FILE* _wfopen(const wchar_t* path, const wchar_t* mode) noexcept;
 
 // Brings what was written to a stream to the medium. False when a write to the stream failed at any time.
@@ -113,13 +113,14 @@ enum class LoadResult {
 // Reads a whole regular file into memory, bytes as they are. `bytes` is empty unless the result is Loaded.
 LoadResult LoadFile(const std::wstring& path, FileBytes* bytes) noexcept;
 
-// Puts a new content, the concatenation of `pieces`, in the place of a file, or creates it. At every moment the path
-// holds either the whole old file or the whole new one: the content is written to a new file in the same directory,
-// flushed to the medium, given the old file's permissions and renamed over it; then the directory is flushed, where
-// the system has that. A link stays a link: its target is replaced, or created. True when the new content is on the
-// medium. False changes nothing and leaves no file behind (only when the directory cannot be flushed the new file is
-// already in place). Refused: a path that is no regular file, a file without any write permission or with the
-// read-only attribute, a file that the caller may not write, a directory that takes no new file.
+// Puts a new content, the concatenation of `pieces`, in the place of a file, or creates it. At every moment
+// the path holds either the whole old file or the whole new one: the content is written to a new file in the
+// same directory, flushed to the medium, given the old file's permissions and renamed over it; then the
+// directory is flushed, where the system has that. A link stays a link: its target is replaced, or created.
+// True when the new content is on the medium. False changes nothing and leaves no file behind (only when the
+// directory cannot be flushed the new file is already in place). Refused: a path that is no regular file, a
+// file without any write permission or with the read-only attribute, a file that the caller may not write, a
+// directory that takes no new file.
 bool ReplaceFile(const std::wstring& path, const std::vector<std::string_view>& pieces) noexcept;
 
 }  // namespace Platform

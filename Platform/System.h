@@ -1,6 +1,7 @@
 // The seam: the calls that reach the operating system, one function each, with one implementation per system
-// (SystemPosix.cpp, SystemWindows.cpp). Everything else in the libraries is written above it. A program that is linked
-// with another implementation sees other times, failing allocations or failing disks; the libraries do not know.
+// (SystemPosix.cpp, SystemWindows.cpp). Everything else in the libraries is written above it. A program that
+// is linked with another implementation sees other times, failing allocations or failing disks; the libraries
+// do not know.
 #pragma once
 
 #include <cstddef>
@@ -28,7 +29,8 @@ struct FileState {
     Kind kind = Kind::Unknown;
     std::uint64_t size = 0;  // bytes; of a regular file
     bool writable = false;   // the caller may write it, and it carries write permission at all
-    // Volume and number together tell one file from every other; both are 0 where the system has no such numbers.
+    // Volume and number together tell one file from every other; both are 0 where the system has no such
+    // numbers.
     std::uint64_t volume = 0;
     std::uint64_t number = 0;
 };
@@ -46,17 +48,19 @@ int ShowMessage(void* owner, const wchar_t* text, const wchar_t* caption, unsign
 void KeepAwake(bool on) noexcept;
 void Wait(int milliseconds) noexcept;
 
-// A number for the name of a temporary file: another at every call, and another than any process that runs now gets.
+// A number for the name of a temporary file: another at every call, and another than any process that runs
+// now gets.
 std::uint64_t UniqueNumber() noexcept;
 
-// Text between 8 bits and wide characters, in memory of the caller. A byte makes at most one wide character and a wide
-// character at most kBytesPerWide bytes; what does not fit is left out. Number of characters written; no terminator.
+// Text between 8 bits and wide characters, in memory of the caller. A byte makes at most one wide character
+// and a wide character at most kBytesPerWide bytes; what does not fit is left out. Number of characters
+// written; no terminator.
 constexpr std::size_t kBytesPerWide = 4;
 std::size_t Widen(std::string_view text, wchar_t* dst, std::size_t room) noexcept;
 std::size_t Narrow(std::wstring_view text, char* dst, std::size_t room) noexcept;
 
-// The form of paths: whether one needs no base directory, where its last name begins, and whether two mean the same
-// file by their letters alone.
+// The form of paths: whether one needs no base directory, where its last name begins, and whether two mean
+// the same file by their letters alone.
 bool IsAbsolute(std::wstring_view path) noexcept;
 std::size_t NamePosition(std::wstring_view path) noexcept;
 bool SameLetters(std::wstring_view first, std::wstring_view second) noexcept;
@@ -69,9 +73,9 @@ std::wstring ResolveLinks(const std::wstring& path);
 
 File OpenForReading(const std::wstring& path) noexcept;  // a regular file; kNoFile on failure; never waits
 
-// Creates a file that did not exist; kNoFile when it did or cannot be created. It gets the owner and the permissions
-// of the file `like` when there is one (whose owner may differ only where the system forbids to give files away), else
-// those of any new file.
+// Creates a file that did not exist; kNoFile when it did or cannot be created. It gets the owner and the
+// permissions of the file `like` when there is one (whose owner may differ only where the system forbids to
+// give files away), else those of any new file.
 File CreateNew(const std::wstring& path, const std::wstring& like) noexcept;
 
 // Opens a regular file so that what is written goes to its end, or creates it; kNoFile on failure.

@@ -16,7 +16,7 @@
 
 namespace Platform::System {
 
-// ---- text ----------------------------------------------------------------------------------------------------------
+// ---- text
 
 namespace {
 
@@ -110,7 +110,7 @@ std::size_t Narrow(std::wstring_view text, char* dst, std::size_t room) noexcept
     return count;
 }
 
-// ---- memory, time, messages ----------------------------------------------------------------------------------------
+// ---- memory, time, messages
 
 void* Allocate(std::size_t bytes) noexcept {
     return std::malloc(bytes);
@@ -167,12 +167,12 @@ std::uint64_t UniqueNumber() noexcept {
     return static_cast<std::uint64_t>(::getpid()) << 32 | next++;
 }
 
-// ---- paths ---------------------------------------------------------------------------------------------------------
+// ---- paths
 
 namespace {
 
-// The path as the system takes it: '\' separates as well. It needs no memory, so that a file that was made can always
-// be removed again. Empty, which names no file, for a path with a zero in it.
+// The path as the system takes it: '\' separates as well. It needs no memory, so that a file that was made
+// can always be removed again. Empty, which names no file, for a path with a zero in it.
 class NativePath {
 public:
     explicit NativePath(std::wstring_view path) noexcept {
@@ -281,7 +281,7 @@ std::wstring ResolveLinks(const std::wstring& path) {
     return {};
 }
 
-// ---- files ---------------------------------------------------------------------------------------------------------
+// ---- files
 
 namespace {
 
@@ -387,7 +387,7 @@ bool FlushDirectory(const std::wstring& fileInIt) noexcept {
     return flushed;
 }
 
-// ---- streams -------------------------------------------------------------------------------------------------------
+// ---- streams
 
 std::FILE* OpenStream(const std::wstring& path, const wchar_t* mode) noexcept {
     char narrowMode[8] = "";

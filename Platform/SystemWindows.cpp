@@ -1,5 +1,6 @@
-// The seam on Windows. Where Windows CE has not the calls of desktop Windows, its own way stands under UNDER_CE: it has
-// no links, no drives, no current directory and no permissions beside the read-only attribute.
+// The seam on Windows. Where Windows CE has not the calls of desktop Windows, its own way stands under
+// UNDER_CE: it has no links, no drives, no current directory and no permissions beside the read-only
+// attribute.
 #include "Platform/System.h"
 
 // After the project's headers: windows.h makes macros of names that they use.
@@ -21,7 +22,7 @@
 
 namespace Platform::System {
 
-// ---- memory, time, messages ---------------------------------------------------------------------------------------
+// ---- memory, time, messages
 
 void* Allocate(std::size_t bytes) noexcept {
     return ::LocalAlloc(LMEM_FIXED, bytes);
@@ -68,13 +69,13 @@ std::uint32_t StartNumber() {
 }  // namespace
 
 std::uint64_t UniqueNumber() noexcept {
-    // Counting from the time, so that a restarted device, which may give the same process number again, does not try
-    // the names of files that a power cut left behind.
+    // Counting from the time, so that a restarted device, which may give the same process number again, does
+    // not try the names of files that a power cut left behind.
     static std::atomic<std::uint32_t> next{StartNumber()};
     return static_cast<std::uint64_t>(::GetCurrentProcessId()) << 32 | next++;
 }
 
-// ---- text ---------------------------------------------------------------------------------------------------------
+// ---- text
 
 std::size_t Widen(std::string_view text, wchar_t* dst, std::size_t room) noexcept {
     const int count = static_cast<int>(std::min<std::size_t>({text.size(), room, INT_MAX}));
@@ -89,15 +90,15 @@ std::size_t Narrow(std::wstring_view text, char* dst, std::size_t room) noexcept
 #if defined(UNDER_CE)
     const DWORD flags = 0;
 #else
-    // A letter that only looks like another one would make the name of another file. (UTF-8 has every letter, and
-    // refuses the flag.)
+    // A letter that only looks like another one would make the name of another file. (UTF-8 has every letter,
+    // and refuses the flag.)
     const DWORD flags = ::GetACP() == CP_UTF8 ? 0 : WC_NO_BEST_FIT_CHARS;
 #endif
     return static_cast<std::size_t>(
         std::max(0, ::WideCharToMultiByte(CP_ACP, flags, text.data(), count, dst, bytes, nullptr, nullptr)));
 }
 
-// ---- paths --------------------------------------------------------------------------------------------------------
+// ---- paths
 
 namespace {
 
@@ -128,8 +129,8 @@ std::wstring MarkedPath(const std::wstring& path) {
 }
 #endif
 
-// The path as the system takes it. Only a long one needs memory. Empty, which names no file, for a path with a zero in it
-// and for a long one when there is no memory.
+// The path as the system takes it. Only a long one needs memory. Empty, which names no file, for a path with
+// a zero in it and for a long one when there is no memory.
 class NativePath {
 public:
     explicit NativePath(const std::wstring& path) noexcept {
@@ -194,7 +195,7 @@ bool SameLetters(std::wstring_view first, std::wstring_view second) noexcept {
     return std::equal(first.begin(), first.end(), second.begin(), second.end(), same);
 }
 
-// ---- what stands at a path ------------------------------------------------------------------------------------------
+// ---- what stands at a path
 
 namespace {
 
@@ -339,7 +340,7 @@ std::wstring ResolveLinks(const std::wstring& path) {
 
 #endif
 
-// ---- files ----------------------------------------------------------------------------------------------------------
+// ---- files
 
 namespace {
 
@@ -473,7 +474,7 @@ bool FlushDirectory(const std::wstring& /*fileInIt*/) noexcept {
     return true;
 }
 
-// ---- streams --------------------------------------------------------------------------------------------------------
+// ---- streams
 
 std::FILE* OpenStream(const std::wstring& path, const wchar_t* mode) noexcept {
     return ::_wfopen(NativePath(path).Text(), mode);

@@ -42,7 +42,7 @@ const std::string& AnyOf(const std::vector<std::string>& keys, Sequence* sequenc
 
 }  // namespace
 
-// ---- queries ----------------------------------------------------------------------------------------------
+// ---- queries
 
 void Queries::Add(std::string_view section, std::string_view key) {
     Place place{};
@@ -67,7 +67,7 @@ const std::vector<Query>& Queries::All() {
     return m_queries;
 }
 
-// ---- route ------------------------------------------------------------------------------------------------
+// ---- route
 
 Route::Route(int meters, const std::string& directory)
     : m_meters(meters),

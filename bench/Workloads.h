@@ -32,7 +32,7 @@
 
 namespace Bench {
 
-// ---- the list ---------------------------------------------------------------------------------------------
+// ---- the list
 
 // What one repetition took. No operations: it failed.
 struct Measured {
@@ -54,7 +54,7 @@ void AtEndOfRoute(std::function<void()> drop);
 constexpr const char* kOurs = "ours";
 constexpr const char* kFloor = "floor";
 
-// ---- tools ------------------------------------------------------------------------------------------------
+// ---- tools
 
 // Runs operation(i) for i below `count`, timed. Every one must succeed.
 template <typename Operation>
@@ -100,7 +100,7 @@ private:
     std::unique_ptr<Store> m_own;
 };
 
-// ---- workloads --------------------------------------------------------------------------------------------
+// ---- workloads
 
 template <typename Store>
 Measured Load(Route& route) {

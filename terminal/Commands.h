@@ -9,7 +9,7 @@
 #include "terminal/Installation.h"
 #include "terminal/Screen.h"
 
-// ---- the route --------------------------------------------------------------------------------------------
+// ---- the route
 
 struct RouteRequest {
     std::vector<std::string> columns;  // names of values; none: what tells a person where to go
@@ -18,7 +18,7 @@ struct RouteRequest {
 // Shows every meter of the route with its state and what is to be done with it.
 void ShowRoute(const Options& options, const RouteRequest& request, Screen& screen);
 
-// ---- records ----------------------------------------------------------------------------------------------
+// ---- records
 
 struct ShowRequest {
     std::string meter;
@@ -73,7 +73,7 @@ struct TypesRequest {};
 // Shows the types that can be appended.
 void ShowTypes(const Options& options, const TypesRequest& request, Screen& screen);
 
-// ---- reading ----------------------------------------------------------------------------------------------
+// ---- reading
 
 struct ReadRequest {
     std::string meter;
@@ -84,7 +84,7 @@ struct ReadRequest {
 // Takes a meter's readout into its record.
 void ReadMeter(const Options& options, const ReadRequest& request, Screen& screen);
 
-// ---- functions of a meter ---------------------------------------------------------------------------------
+// ---- functions of a meter
 
 struct CatalogueRequest {
     std::string meter;

@@ -14,7 +14,7 @@ namespace {
 
 constexpr const char* kDirty = "Dirty";
 
-// ---- changed lines ----------------------------------------------------------------------------------------
+// ---- changed lines
 
 // The key of an entry; any other line as it is.
 std::string_view KeyOf(std::string_view line) {
@@ -57,7 +57,7 @@ std::vector<ChangedLines> ChangesOf(std::vector<RecordText> before, std::vector<
     return changes;
 }
 
-// ---- saving -----------------------------------------------------------------------------------------------
+// ---- saving
 
 // The app file is saved with its mark of changed data before the data file is; when the data file then cannot
 // be saved, the app file gets its earlier mark back.

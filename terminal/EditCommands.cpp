@@ -17,7 +17,7 @@ namespace {
 
 constexpr const char* kNothingChanged = ". Nothing was changed.";
 
-// ---- data fields ------------------------------------------------------------------------------------------
+// ---- data fields
 
 const Fields::Field& FieldOf(const Fields& fields, const SetRequest& request) {
     if (const Fields::Field* field = fields.Find(request.field))
@@ -108,7 +108,7 @@ void ShowField(const ShownValue& before, const ShownValue& after, const std::str
                  Cell(finding.empty() ? "" : "  " + Utf8::Shown(finding), ToneOf(after.mark))});
 }
 
-// ---- the state --------------------------------------------------------------------------------------------
+// ---- the state
 
 constexpr std::size_t kMostLetters = 39;
 constexpr const char* kStateLetters = "NEMUAHCRI";

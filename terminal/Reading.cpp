@@ -12,7 +12,7 @@
 
 namespace {
 
-// ---- the readout ------------------------------------------------------------------------------------------
+// ---- the readout
 
 // One byte more than a readout may have is enough to refuse it.
 std::string LoadFile(const std::string& name) {
@@ -29,7 +29,7 @@ std::string LoadFile(const std::string& name) {
     return bytes;
 }
 
-// ---- the meter --------------------------------------------------------------------------------------------
+// ---- the meter
 
 void CheckIdentity(CMeterDatabase& database, const Readout& readout, bool force, Screen& screen) {
     const std::string number = MeterNumber(database);
@@ -55,7 +55,7 @@ void CheckExpected(CMeterDatabase& database, const Readout& readout) {
                       "the readout holds none of the values that the record expects. Nothing was changed.");
 }
 
-// ---- the report -------------------------------------------------------------------------------------------
+// ---- the report
 
 std::string StatusChange(const VisitValue& value) {
     const std::string before = OrDash(value.before.status);

@@ -16,7 +16,7 @@ bool IsNumberText(std::string_view text) {
     return !text.empty() && text.find_first_not_of(kDigits) == std::string_view::npos;
 }
 
-// ---- groups -----------------------------------------------------------------------------------------------
+// ---- groups
 
 bool IsBetween(std::string_view digits, int lowest, int highest) {
     const int number = MeterText::ToInt(digits);
@@ -101,7 +101,7 @@ std::string_view TimeOf(const Groups& groups, std::size_t value) {
     return follows ? groups[value + 1] : std::string_view();
 }
 
-// ---- addresses --------------------------------------------------------------------------------------------
+// ---- addresses
 
 // Length of "A-B:" at the start of an address; 0 when it has none.
 std::size_t ChannelLength(std::string_view address) {
@@ -139,7 +139,7 @@ std::string NameOf(std::string_view address) {
     return std::string(rest.substr(0, mark)) + StorageName(rest.substr(mark + 1));
 }
 
-// ---- data lines -------------------------------------------------------------------------------------------
+// ---- data lines
 
 ReadoutValue MakeValue(std::string_view address, const Groups& groups, std::size_t group) {
     ReadoutValue value;

@@ -15,7 +15,7 @@ constexpr const char* kHandled = "H";
 constexpr const char* kInWork = "M";
 constexpr std::size_t kMostCharacters = 255;  // that a value of a record has
 
-// ---- findings and alarms ----------------------------------------------------------------------------------
+// ---- findings and alarms
 
 std::string FindingOf(CMeterDatabase& database, const Entry& entry, const std::string& sentUnit) {
     std::string finding = MeterText::ContainsAny(entry.status, "CW") ? FindingOf(database, entry) : "";
@@ -43,7 +43,7 @@ std::vector<std::string> AlarmsOf(const Entry& entry) {
     return alarms;
 }
 
-// ---- values before and after ------------------------------------------------------------------------------
+// ---- values before and after
 
 std::vector<VisitValue> ValuesBefore(CMeterDatabase& database, char attribute) {
     const Fields fields(database);

@@ -14,7 +14,8 @@ std::string Repeated(int count, char letter) {
 
 class AppendMeter : public DatabaseFixture {
 protected:
-    // The entry that a new record gets under "Key" for a template's entry and the general values of the route.
+    // The entry that a new record gets under "Key" for a template's entry and the general values of the
+    // route.
     std::string Appended(const std::string& entry, const std::string& general = "") {
         m_database.CloseDataFile();
         Open("[General]\nMeters=0\n" + general, "[Append]\nKey=" + entry + "\n");
@@ -23,7 +24,7 @@ protected:
     }
 };
 
-// ---- appending --------------------------------------------------------------------------------------------
+// ---- appending
 
 TEST_F(AppendMeter, NeedsItsStores) {
     EXPECT_EQ(m_database.AppendNewMeterToDataFile("Gas"), 0);
@@ -154,7 +155,7 @@ TEST_F(AppendMeter, MakesABlankOfALineBreak) {
     EXPECT_EQ(Data("#_1", "B C"), "A,U,8, ,\"\"");
 }
 
-// ---- general values ---------------------------------------------------------------------------------------
+// ---- general values
 
 TEST_F(AppendMeter, TakesMarkedValuesFromTheGeneralData) {
     const struct {
@@ -229,7 +230,7 @@ TEST_F(AppendMeter, CutsARebuiltEntryAndKeepsItWhole) {
     }
 }
 
-// ---- without memory ---------------------------------------------------------------------------------------
+// ---- without memory
 
 TEST_F(AppendMeter, HappensWholeOrNotAtAll) {
     for (const char* file : {"[#_1]\n[#1_1]\nNote=1\n[General]\nMeters=007", "[Other]\nNote=1\n"})
@@ -256,7 +257,7 @@ TEST_F(AppendMeter, HappensWholeOrNotAtAll) {
         }
 }
 
-// ---- the type of a template -------------------------------------------------------------------------------
+// ---- the type of a template
 
 class AppendedMeterType : public DatabaseFixture {
 protected:
@@ -319,7 +320,7 @@ TEST_F(AppendedMeterType, NeedsItsStoresAndATemplate) {
     EXPECT_EQ(MeterType("Gas", 40, 0), "");
 }
 
-// ---- deleting ---------------------------------------------------------------------------------------------
+// ---- deleting
 
 using DeleteMeter = DatabaseFixture;
 
@@ -375,7 +376,7 @@ TEST_F(DeleteMeter, IsRememberedWhenItCannotBeSaved) {
     EXPECT_EQ(m_folder.Read(kDataFile), "[General]\nMeters=2\n[#_1]\n[#_2]\nId=2\n");
 }
 
-// ---- taking an edit back ----------------------------------------------------------------------------------
+// ---- taking an edit back
 
 class RecordCopy : public DatabaseFixture {
 protected:
@@ -509,7 +510,7 @@ TEST_F(RecordCopy, NeverLandsInAnotherRecord) {
     EXPECT_EQ(Data("#_2", "Id"), "4");
 }
 
-// ---- many changes -----------------------------------------------------------------------------------------
+// ---- many changes
 
 // A route as a list: what every record is to hold.
 class RouteModel : public DatabaseFixture, public testing::WithParamInterface<unsigned> {

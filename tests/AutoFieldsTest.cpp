@@ -60,7 +60,7 @@ protected:
 
 }  // namespace
 
-// ---- automatic fields -------------------------------------------------------------------------------------
+// ---- automatic fields
 
 TEST_F(AutoFields, AreCalculatedAndGetStatusD) {
     OpenRecord(
@@ -191,7 +191,7 @@ TEST_F(AutoFields, OfAnEntryThatIsNotReachedByItsNameAreLeftAlone) {
     EXPECT_EQ(Entries(), "0.0.0=R,D,8,11,\"\"\nMeterID=A,D,8,11,\"\"\nMeterID=A,U,8,second,\"\"\n");
 }
 
-// ---- clearing ---------------------------------------------------------------------------------------------
+// ---- clearing
 
 TEST_F(ClearFields, FollowTheLettersOfTheirAttributes) {
     const struct {
@@ -277,7 +277,7 @@ TEST_F(ClearFields, NeedADataFileAndACurrentMeter) {
     EXPECT_EQ(DataLines(), before);
 }
 
-// ---- without memory ---------------------------------------------------------------------------------------
+// ---- without memory
 
 TEST_F(AutoFields, AndClearingLeaveWholeEntriesWithoutMemory) {
     const std::string entry =

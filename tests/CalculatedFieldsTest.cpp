@@ -85,7 +85,7 @@ protected:
 
 }  // namespace
 
-// ---- meter identifier -------------------------------------------------------------------------------------
+// ---- meter identifier
 
 TEST_F(CalculatedFields, BringTheMeterIdentifierToItsLength) {
     const struct {
@@ -159,7 +159,7 @@ TEST_F(CalculatedFields, TakeTheIdentifierOnlyWhenItWasRead) {
     EXPECT_EQ(Calculate("MeterID", "8", "E"), kFailed) << "no such value";
 }
 
-// ---- difference -------------------------------------------------------------------------------------------
+// ---- difference
 
 TEST_F(CalculatedFields, GiveTheDifferenceToTheLastReading) {
     const struct {
@@ -254,7 +254,7 @@ TEST_F(CalculatedFields, NeedBothReadingsForADifference) {
     EXPECT_EQ(Calculate("1.8.0-DIFF", "4"), kFailed);
 }
 
-// ---- month counter ----------------------------------------------------------------------------------------
+// ---- month counter
 
 TEST_F(CalculatedFields, CountMonthsFromTheLastCounter) {
     const struct {
@@ -312,7 +312,7 @@ TEST_F(CalculatedFields, NeedBothValuesForTheMonthCounter) {
     }
 }
 
-// ---- every field ------------------------------------------------------------------------------------------
+// ---- every field
 
 TEST_F(CalculatedFields, AreKnownByTheirNames) {
     PutValue("0.0.0", "4711");

@@ -1,5 +1,5 @@
-// The catalogue of commands and options as the user sees it: how many there are, their texts, marks, codes and status
-// letters, and the values that fill the placeholders of a text.
+// The catalogue of commands and options as the user sees it: how many there are, their texts, marks, codes
+// and status letters, and the values that fill the placeholders of a text.
 #include <gtest/gtest.h>
 
 #include "tests/support/FunctionFixture.h"
@@ -64,7 +64,7 @@ protected:
 
 }  // namespace
 
-// ---- the lists ----------------------------------------------------------------------------------------------
+// ---- the lists
 
 TEST_F(Catalogue, CountsCommandsAndOptions) {
     m_meter.m_functions = {1, 2, 3, 4, 100};
@@ -138,7 +138,7 @@ TEST_F(Catalogue, ShowsAllFunctionsByListMode) {
     }
 }
 
-// ---- marks and status letters ---------------------------------------------------------------------------------
+// ---- marks and status letters
 
 TEST_F(Catalogue, MarksTheFirstLetterThatCounts) {
     m_meter.m_functions = {1};
@@ -186,7 +186,7 @@ TEST_F(Catalogue, FillsOnlyTheOutputsThatAreWanted) {
     EXPECT_FALSE(m_database.GetCommand(&m_meter, 1, nullptr, 8, nullptr, 8, nullptr, nullptr, 8));
 }
 
-// ---- texts --------------------------------------------------------------------------------------------------
+// ---- texts
 
 TEST_F(Catalogue, CutsTextsToTheirBuffers) {
     m_meter.m_functions = {2};
@@ -236,7 +236,7 @@ TEST_F(Catalogue, CutsTheTextOfTheRecordToItsBuffer) {
         EXPECT_EQ(TextIn(size), std::string("own, text").substr(0, static_cast<std::size_t>(size) - 1));
 }
 
-// ---- placeholders ---------------------------------------------------------------------------------------------
+// ---- placeholders
 
 TEST_F(Placeholders, ShowTheFirstTokenOfTheDefinition) {
     struct Row {
@@ -352,7 +352,7 @@ TEST_F(Placeholders, AreFilledAsFarAsThereIsRoom) {
     }
 }
 
-// ---- memory -------------------------------------------------------------------------------------------------
+// ---- memory
 
 TEST_F(Placeholders, AreWholeOrNotThereWithoutMemory) {
     OpenComposite("\"4[I20260201],1\"", "a text that does not fit a string object, since *[DD.MM.YYYY]");

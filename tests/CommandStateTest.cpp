@@ -52,7 +52,7 @@ protected:
 
 }  // namespace
 
-// ---- format -------------------------------------------------------------------------------------------------
+// ---- format
 
 TEST_F(CommandFormat, IsTheDefinitionOfTheFirstFunctionWithThatCode) {
     m_meter.m_functions = {1, 2, 9};
@@ -149,7 +149,7 @@ TEST_F(CommandFormat, IsNotThereWithoutAListOfFunctions) {
     EXPECT_EQ(format.Text(), "");
 }
 
-// ---- state --------------------------------------------------------------------------------------------------
+// ---- state
 
 TEST_F(CommandState, IsChosenByTheFirstLetterThatCounts) {
     m_meter.m_functions = {1};
@@ -223,7 +223,7 @@ TEST_F(CommandState, IsNotThereWithoutAListOfFunctions) {
     EXPECT_EQ(state, 0);
 }
 
-// ---- setting the state --------------------------------------------------------------------------------------
+// ---- setting the state
 
 TEST_F(SetCommandState, WritesStatusAndTextOfTheFirstFunctionWithThatCode) {
     const std::pair<int, const char*> rows[] = {{3, "DR"}, {2, "WR"}, {1, "WR"},
@@ -274,7 +274,7 @@ TEST_F(SetCommandState, OfWhatIsNotOfferedChangesNothing) {
     EXPECT_FALSE(Set(3, "x"));
 }
 
-// ---- memory -------------------------------------------------------------------------------------------------
+// ---- memory
 
 TEST_F(SetCommandState, IsWholeOrNotThereWithoutMemory) {
     const std::string before = DataLines();

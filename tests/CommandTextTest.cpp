@@ -1,5 +1,5 @@
-// Texts of function codes: display texts in the user's language, texts of the meter interface, and texts of the
-// configuration.
+// Texts of function codes: display texts in the user's language, texts of the meter interface, and texts of
+// the configuration.
 #include <gtest/gtest.h>
 
 #include "tests/support/FunctionFixture.h"
@@ -52,7 +52,7 @@ constexpr BuiltIn kBuiltIn[] = {
 
 }  // namespace
 
-// ---- display texts ------------------------------------------------------------------------------------------
+// ---- display texts
 
 TEST_F(CommandText, OfBuiltInCodesIsEnglishWithoutALanguage) {
     for (const BuiltIn& known : kBuiltIn)
@@ -113,7 +113,7 @@ TEST_F(CommandText, ThatIsNotWantedIsNotWritten) {
     EXPECT_EQ(m_meter.m_calls, std::vector<std::string>()) << "no buffer to hand over";
 }
 
-// ---- texts of the meter interface -----------------------------------------------------------------------------
+// ---- texts of the meter interface
 
 TEST_F(SpecialCommandText, IsAskedOfTheMeterInterface) {
     for (int index = 0; index < 8; ++index) {
@@ -162,7 +162,7 @@ TEST_F(SpecialCommandText, IsAskedForItsCodesOnly) {
     EXPECT_EQ(m_meter.m_calls, std::vector<std::string>());
 }
 
-// ---- texts of the configuration -------------------------------------------------------------------------------
+// ---- texts of the configuration
 
 TEST_F(ConfiguredCommandText, IsThatOfTheCode) {
     OpenWithConfiguration(
@@ -206,7 +206,7 @@ TEST_F(ConfiguredCommandText, IsCutWithoutItsQuotes) {
     EXPECT_EQ(TextOf(10, 3000), std::string(2999, 'y'));
 }
 
-// ---- memory ---------------------------------------------------------------------------------------------------
+// ---- memory
 
 TEST_F(ConfiguredCommandText, IsWholeOrNotThereWithoutMemory) {
     const std::string known = "a text that is too long to stand in a string object";

@@ -93,7 +93,7 @@ void SetAllFields(TestDatabase* database) {
         list.count = ++number;
 }
 
-// ---- construction -----------------------------------------------------------------------------------------
+// ---- construction
 
 TEST_F(DatabaseObject, StartsWithoutStoresAndRecord) {
     EXPECT_EQ(m_database.GetPtrToIniFile(), nullptr);
@@ -181,7 +181,7 @@ TEST_F(DatabaseObject, HasFieldsOfTheRequiredSizes) {
     EXPECT_TRUE(std::has_virtual_destructor_v<CMeterDatabase>);
 }
 
-// ---- destruction ------------------------------------------------------------------------------------------
+// ---- destruction
 
 TEST_F(DatabaseObject, SavesDataFileAndAppFileWhenItEnds) {
     WriteSystemIni();
@@ -232,7 +232,7 @@ TEST_F(DatabaseObject, EndsQuietlyWhenItCannotSave) {
     EXPECT_EQ(m_folder.Read(kAppFile), app);
 }
 
-// ---- little memory ----------------------------------------------------------------------------------------
+// ---- little memory
 
 TEST_F(DatabaseObject, DoesWithoutMemoryForTextsAndFieldLists) {
     FakeSystem system;
@@ -270,7 +270,7 @@ TEST_F(DatabaseObject, HasNoSystemIniWithoutMemoryForIt) {
     EXPECT_FALSE(m_database.OpenDataFile(false));
 }
 
-// ---- system ini -------------------------------------------------------------------------------------------
+// ---- system ini
 
 TEST_F(DatabaseObject, FindsTheSystemIniBesideTheApplication) {
     WriteSystemIni();
@@ -332,7 +332,7 @@ TEST_F(DatabaseObject, LeavesAnEarlierSystemIniToItsHolder) {
     EXPECT_STREQ(name, "other.dat");
 }
 
-// ---- errors -----------------------------------------------------------------------------------------------
+// ---- errors
 
 TEST_F(DatabaseObject, HasNoErrorWithoutStores) {
     EXPECT_FALSE(m_database.IniFileError());
@@ -353,7 +353,7 @@ TEST_F(DatabaseObject, ReportsASystemIniThatCannotBeRead) {
     EXPECT_TRUE(m_database.IniFileError());
 }
 
-// ---- application path -------------------------------------------------------------------------------------
+// ---- application path
 
 TEST_F(DatabaseObject, GivesItsApplicationPathPaddedWithZeros) {
     TestDatabase database(L"\\Flash\\App");
@@ -379,7 +379,7 @@ TEST_F(DatabaseObject, GivesNoApplicationPathWithoutRoom) {
     m_database.GetApplicationPath(nullptr, 5);
 }
 
-// ---- mirrors ----------------------------------------------------------------------------------------------
+// ---- mirrors
 
 TEST_F(DatabaseMirrors, WritesDataFileAndAppFileToTheirMirrors) {
     Open("");
@@ -460,7 +460,7 @@ TEST_F(DatabaseMirrors, NeedNoStoresForNoSave) {
     EXPECT_STREQ(m_database.m_dataMirrorPath, L"\\card\\data.ini");
 }
 
-// ---- copies -----------------------------------------------------------------------------------------------
+// ---- copies
 
 TEST_F(DatabaseCopies, ShareStoresTextsAndFieldLists) {
     Open("[#_1]\n");

@@ -102,7 +102,7 @@ protected:
 
 }  // namespace
 
-// ---- the section of a list --------------------------------------------------------------------------------
+// ---- the section of a list
 
 TEST_F(DataFields, StandInTheMostSpecialSectionThatExists) {
     const std::string sections[] = {"Values", "Values_de", "Values_A1", "Values_A1_de"};
@@ -182,7 +182,7 @@ TEST_F(DataFields, HaveASectionNameWithoutASystemIni) {
     EXPECT_EQ(Section(kStatistic, "A1"), "Statistic");
 }
 
-// ---- listing ----------------------------------------------------------------------------------------------
+// ---- listing
 
 TEST_F(DataFields, AreThoseThatTheCurrentRecordHas) {
     OpenFields("A=first\nMissing=no\nB=second\nEmpty=no\nItem=third\n",
@@ -299,7 +299,7 @@ TEST(DataFieldLists, MayLackTheirMemory) {
     EXPECT_FALSE(database.SetDataFieldValue(kValues, nullptr, 0, "1", nullptr, nullptr));
 }
 
-// ---- indexes ----------------------------------------------------------------------------------------------
+// ---- indexes
 
 TEST_F(DataFields, AreRefusedOutsideTheList) {
     OpenFields("A=first\nB=second\n", "A=A,D,8,1,\"\"\nB=A,D,8,2,\"\"\n");
@@ -337,7 +337,7 @@ TEST_F(DataFields, FailWhenTheirDeclarationOrValueIsGone) {
     EXPECT_EQ(Name(0), "A");
 }
 
-// ---- outputs ----------------------------------------------------------------------------------------------
+// ---- outputs
 
 TEST_F(DataFields, AreCutToTheirBuffers) {
     OpenFields("A=label,info\n", "A=A,D,8,value,\"\"\n");
@@ -381,7 +381,7 @@ TEST_F(DataFields, HaveTheirNamesCutToTheBuffer) {
     EXPECT_TRUE(untouched.Untouched());
 }
 
-// ---- marks ------------------------------------------------------------------------------------------------
+// ---- marks
 
 TEST_F(DataFields, AreMarkedByTheirStatus) {
     const std::pair<const char*, const char*> rows[] = {
@@ -394,7 +394,7 @@ TEST_F(DataFields, AreMarkedByTheirStatus) {
     }
 }
 
-// ---- values -----------------------------------------------------------------------------------------------
+// ---- values
 
 TEST_F(DataFields, ShowAFixedTextForTheirStatus) {
     const std::pair<const char*, const char*> rows[] = {
@@ -501,7 +501,7 @@ TEST_F(DataFields, ShowTheValueThatTheyReferTo) {
         EXPECT_EQ(ValueFor(entry), value) << entry;
 }
 
-// ---- labels -----------------------------------------------------------------------------------------------
+// ---- labels
 
 TEST_F(DataFields, AreLabelledByTheFirstTokenOfTheirDeclaration) {
     const std::pair<std::string, std::string> rows[] = {
@@ -646,7 +646,7 @@ TEST_F(DataFields, NumberThePeriodBeforeTheyTakeInAText) {
     EXPECT_EQ(LabelFor("a *1<~C>", "A,D,8,1,\"key\""), "a *1key") << "the star is not near the end";
 }
 
-// ---- what stands behind a field ---------------------------------------------------------------------------
+// ---- what stands behind a field
 
 class DataFieldInfo : public DataFields {
 protected:
@@ -720,7 +720,7 @@ TEST_F(DataFieldInfo, FailsWithoutFieldDeclarationValueOrStores) {
     EXPECT_EQ(Info(0), Fields());
 }
 
-// ---- writing ----------------------------------------------------------------------------------------------
+// ---- writing
 
 TEST_F(DataFields, AreWrittenWithTheirAttributesAndDefinitionKept) {
     OpenFields("A=first\nB=second\n", "A=x,,,,\nB=RD,U,\"8 kWh,C0;9\",1,\"note, \"old\"\"\n");
@@ -755,7 +755,7 @@ TEST_F(DataFields, AreWrittenToTheCurrentRecord) {
     EXPECT_EQ(DataLines(), before);
 }
 
-// ---- without memory ---------------------------------------------------------------------------------------
+// ---- without memory
 
 TEST_F(DataFields, FailCleanlyWithoutMemory) {
     m_record = "0.1.0=R,D,8,12,\"\"\n";

@@ -1,6 +1,6 @@
-// Replacing a file while the system fails: every call in turn, once and from then on, the disk full, writes cut short,
-// the file held by another program, no memory. Whatever fails, the path holds the whole old or the whole new file, no
-// other file stays behind, and success is told only of the new one.
+// Replacing a file while the system fails: every call in turn, once and from then on, the disk full, writes
+// cut short, the file held by another program, no memory. Whatever fails, the path holds the whole old or the
+// whole new file, no other file stays behind, and success is told only of the new one.
 #include <gtest/gtest.h>
 
 #include <numeric>
@@ -49,7 +49,7 @@ void ExpectNoOtherFile(const TestFolder& folder) {
 
 }  // namespace
 
-// ---- every call in turn ---------------------------------------------------------------------------------------------
+// ---- every call in turn
 
 class EveryCall : public testing::TestWithParam<std::tuple<bool, Times>> {};
 
@@ -139,7 +139,7 @@ TEST(ReplaceFileFault, RemovingIsNotTriedForEver) {
     EXPECT_TRUE(ReplaceByNew(folder.Wide("a.ini"))) << "the file left behind is in nobody's way";
 }
 
-// ---- writing --------------------------------------------------------------------------------------------------------
+// ---- writing
 
 TEST(ReplaceFileFault, ShortWritesAreCarriedOn) {
     const TestFolder folder;
@@ -170,7 +170,7 @@ TEST(ReplaceFileFault, AFullDiskLeavesTheOldFile) {
     EXPECT_EQ(folder.Read("a.ini"), kNew);
 }
 
-// ---- a file that another program holds ------------------------------------------------------------------------------
+// ---- a file that another program holds
 
 TEST(ReplaceFileFault, ABlockedRenameIsTriedAgain) {
     for (int blocks = 1; blocks <= 12; ++blocks) {
@@ -211,7 +211,7 @@ TEST(ReplaceFileFault, ARefusedRenameIsNotTriedAgain) {
     EXPECT_TRUE(system.Waits().empty());
 }
 
-// ---- memory ---------------------------------------------------------------------------------------------------------
+// ---- memory
 
 class NoMemory : public testing::TestWithParam<HeapFault::Times> {};
 

@@ -35,7 +35,7 @@ fs::perms PermissionsOf(const TestFolder& folder, const std::string& name) {
 
 }  // namespace
 
-// ---- content --------------------------------------------------------------------------------------------------------
+// ---- content
 
 TEST(ReplaceFile, CreatesAMissingFile) {
     const TestFolder folder;
@@ -135,7 +135,7 @@ TEST(ReplaceFile, WorksInTheCurrentDirectory) {
     EXPECT_EQ(folder.Read("a.ini"), "text");
 }
 
-// ---- names ----------------------------------------------------------------------------------------------------------
+// ---- names
 
 TEST(ReplaceFile, LeavesRoomForTheLongestNames) {
     const TestFolder folder;
@@ -181,7 +181,7 @@ TEST(ReplaceFile, PassesOverTemporaryFilesThatWereLeftBehind) {
     EXPECT_GT(Platform::System::UniqueNumber(), last + 4) << "the names were not those that were tried";
 }
 
-// ---- permissions ----------------------------------------------------------------------------------------------------
+// ---- permissions
 
 class KeptPermissions : public testing::TestWithParam<unsigned> {};
 
@@ -232,7 +232,7 @@ TEST(ReplaceFile, RefusesAFileThatNobodyMayWrite) {
     EXPECT_EQ(folder.Names(), Names{"a.ini"});
 }
 
-// ---- links ----------------------------------------------------------------------------------------------------------
+// ---- links
 
 TEST(ReplaceFileLink, StaysALink) {
     const TestFolder folder;
@@ -314,7 +314,7 @@ TEST(ReplaceFileLink, ATargetThatNoPathCanNameIsRefused) {
     EXPECT_EQ(folder.Read("sub/a.ini"), "another file");
 }
 
-// ---- what is refused ------------------------------------------------------------------------------------------------
+// ---- what is refused
 
 TEST(ReplaceFile, RefusesWhatIsNoFile) {
     const TestFolder folder;
@@ -341,7 +341,7 @@ TEST(ReplaceFile, RefusesAPipeWithoutWaiting) {
     EXPECT_EQ(folder.Names(), Names{"pipe"});
 }
 
-// ---- several at once ------------------------------------------------------------------------------------------------
+// ---- several at once
 
 TEST(ReplaceFile, AReaderSeesOneWholeContentAtEveryMoment) {
     const TestFolder folder;
@@ -366,7 +366,7 @@ TEST(ReplaceFile, AReaderSeesOneWholeContentAtEveryMoment) {
     EXPECT_EQ(folder.Names(), Names{"a.ini"});
 }
 
-// ---- the same file --------------------------------------------------------------------------------------------------
+// ---- the same file
 
 TEST(SamePath, FilesAreTheSameUnderEveryName) {
     const TestFolder folder;

@@ -69,7 +69,7 @@ protected:
 
 }  // namespace
 
-// ---- numbers ----------------------------------------------------------------------------------------------
+// ---- numbers
 
 TEST_F(FormatValue, PutsTheUnitBehindANumber) {
     const Row rows[] = {
@@ -120,7 +120,7 @@ TEST_F(FormatValue, ShowsAValueAsItStandsWithoutAFormat) {
     Expect(rows);
 }
 
-// ---- durations --------------------------------------------------------------------------------------------
+// ---- durations
 
 TEST_F(FormatValue, ShowsDurationsInFourForms) {
     const Row rows[] = {
@@ -165,7 +165,7 @@ TEST_F(FormatValue, ShowsWhatIsNoDurationAsItStands) {
     Expect(rows);
 }
 
-// ---- dates ------------------------------------------------------------------------------------------------
+// ---- dates
 
 TEST_F(FormatValue, LaysOutDatesByTheirPattern) {
     const Row rows[] = {
@@ -220,7 +220,7 @@ TEST_F(FormatValue, LeavesLettersStandingThatTheValueIsTooShortFor) {
                 << row.pattern << ' ' << length;
 }
 
-// ---- selections -------------------------------------------------------------------------------------------
+// ---- selections
 
 TEST_F(SelectionLists, GiveTheLabelOfACodeFromTheSystemIni) {
     const Row rows[] = {
@@ -339,7 +339,7 @@ TEST_F(FormatValue, TakesListsFromTheCurrentRecord) {
     EXPECT_EQ(Shown("S;<L>", "1"), "");
 }
 
-// ---- bits -------------------------------------------------------------------------------------------------
+// ---- bits
 
 TEST_F(FormatValue, ListsTheLabelsOfTheBitsThatAreSet) {
     const Row rows[] = {
@@ -383,7 +383,7 @@ TEST_F(FormatValue, ListsAsManyBitsAsADefinitionHolds) {
     EXPECT_EQ(Shown(definition, Text(100000, '1')), shown);
 }
 
-// ---- the contract of the buffer ---------------------------------------------------------------------------
+// ---- the contract of the buffer
 
 TEST_F(FormatValue, ShowsAtMost255Characters) {
     EXPECT_EQ(Shown("8 kWh", Text(251)), Text(251) + " kWh");

@@ -1,5 +1,6 @@
-// The list of functions that a meter offers: what its type, the access level, the list flags and the configuration
-// leave of it, how it is split into commands and options, and when a composite function is part of it.
+// The list of functions that a meter offers: what its type, the access level, the list flags and the
+// configuration leave of it, how it is split into commands and options, and when a composite function is part
+// of it.
 #include <gtest/gtest.h>
 
 #include <numeric>
@@ -74,7 +75,7 @@ using CompositeFunctions = FunctionList;
 
 }  // namespace
 
-// ---- what is listed -----------------------------------------------------------------------------------------
+// ---- what is listed
 
 TEST_F(FunctionList, HoldsWhatTheMeterTypeSupportsInTheOrderOfTheRecord) {
     m_meter.m_functions = {1, 2, 3};
@@ -237,7 +238,7 @@ TEST_F(FunctionList, KeepsAFunctionThatIsDefinedTwice) {
     EXPECT_EQ(List(), (Codes{1, 2, 1}));
 }
 
-// ---- what the meter type supports ---------------------------------------------------------------------------
+// ---- what the meter type supports
 
 TEST_F(FunctionList, TakesTheMeterTypesFunctionsUpToTheirZero) {
     OpenMeter("");
@@ -281,7 +282,7 @@ TEST_F(FunctionList, HandsOutTheAvailableFunctionsAsFarAsTheyFit) {
     }
 }
 
-// ---- access lists -------------------------------------------------------------------------------------------
+// ---- access lists
 
 TEST_F(AccessLists, AreChosenByTheSituationOfTheRecordAndTheMeterType) {
     struct Row {
@@ -405,7 +406,7 @@ TEST_F(AccessLists, AreFoundByTheFirst39CharactersOfTheTypesName) {
     EXPECT_EQ(Available(), Codes{2});
 }
 
-// ---- list flags ---------------------------------------------------------------------------------------------
+// ---- list flags
 
 TEST_F(ListFlags, AOffersFunctions6And7And200) {
     OpenMeter(Functions({6, 7, 200, 9}));
@@ -433,7 +434,7 @@ TEST_F(ListFlags, WithdrawOneOfEachCode) {
     EXPECT_EQ(Available(), (Codes{9, 6, 7, 200, 101}));
 }
 
-// ---- manual reset in place of setting the clock ---------------------------------------------------------------
+// ---- manual reset in place of setting the clock
 
 TEST_F(ManualReset, IsOfferedWhenTheClockCannotBeSet) {
     m_meter.m_functions = {1};
@@ -487,7 +488,7 @@ TEST_F(ManualReset, IsOfferedAlsoBesideAFullSet) {
     EXPECT_EQ(Available(256), Codes(255, 9));
 }
 
-// ---- commands and options -----------------------------------------------------------------------------------
+// ---- commands and options
 
 TEST_F(OptionList, SplitsTheListIntoCommandsAndOptions) {
     m_meter.m_functions = {1, 2, 3, 4};
@@ -548,7 +549,7 @@ TEST_F(OptionList, IsThatOfTheLanguageWhenItHasASection) {
     EXPECT_EQ(List(kOptions), Codes()) << "a section without the key";
 }
 
-// ---- composite functions ------------------------------------------------------------------------------------
+// ---- composite functions
 
 TEST_F(CompositeFunctions, NeedTheirFunctions) {
     struct Row {
@@ -660,7 +661,7 @@ TEST_F(CompositeFunctions, NeedWhatTheAccessLevelAllowsAndMayDoWithoutAWithdrawn
     EXPECT_EQ(List(), Codes{1001});
 }
 
-// ---- memory -------------------------------------------------------------------------------------------------
+// ---- memory
 
 TEST_F(FunctionList, IsWholeOrNotThereWithoutMemory) {
     m_meter.m_functions = {1, 3};

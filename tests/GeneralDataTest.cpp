@@ -15,7 +15,7 @@ using AccessLevel = DatabaseFixture;
 
 constexpr const char* kApp = "[State]\nDirty=No\nRoute=12\n";
 
-// ---- general data -----------------------------------------------------------------------------------------
+// ---- general data
 
 TEST_F(GeneralData, IsReadFromTheState) {
     Open("", "", "[State]\nDirty=No\nRoute=12\nEmpty=\n[Other]\nElse=1\n");
@@ -122,7 +122,7 @@ TEST_F(DirtyFlag, IsSetByYesAlone) {
     EXPECT_FALSE(m_database.GetDirtyFlag());
 }
 
-// ---- data of the database ---------------------------------------------------------------------------------
+// ---- data of the database
 
 TEST_F(DatabaseData, IsReadFromTheGeneralSection) {
     Open("[General]\nMeters=0\nDBInfo=Route 7\nCompanyID=W\nEmpty=\n");
@@ -223,7 +223,7 @@ TEST_F(DatabaseData, HasAClientFrom1To1000) {
     }
 }
 
-// ---- user and access --------------------------------------------------------------------------------------
+// ---- user and access
 
 TEST_F(ActualUser, IsCutTo255Characters) {
     struct {

@@ -42,7 +42,7 @@ const char* const kStampEntry = "A,D,,20100305080409,\"\"";
 
 }  // namespace
 
-// ---- items ------------------------------------------------------------------------------------------------
+// ---- items
 
 TEST_F(Items, AreStoredAndReturnedUnchanged) {
     Open("[#_1]\nState=U\n");
@@ -119,7 +119,7 @@ TEST_F(Items, NeedTheStoresAndACurrentMeter) {
     EXPECT_EQ(DataLines(), before);
 }
 
-// ---- user stamp -------------------------------------------------------------------------------------------
+// ---- user stamp
 
 TEST_F(UserStamp, NamesUserAndTimeOnTheMainRecord) {
     OpenAppendices();

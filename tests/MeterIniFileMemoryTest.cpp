@@ -69,7 +69,8 @@ INSTANTIATE_TEST_SUITE_P(
         Edit{"DeleteSection", [](CMeterIniFile& s) { return s.DeleteSection("b"); }}),
     [](const testing::TestParamInfo<Edit>& row) { return row.param.name; });
 
-// An edit that failed for want of memory must not be counted: later the text moves to a block of the counted size.
+// An edit that failed for want of memory must not be counted: later the text moves to a block of the counted
+// size.
 TEST(MeterIniFileMemory, FailedEditDoesNotMislayBytes) {
     const TestFolder folder;
     folder.Write("a.ini", "[a]\nk=" + std::string(200000, 'v') + "\n");

@@ -74,7 +74,6 @@ protected:
 };
 
 // ---- now
-// ----------------------------------------------------------------------------------------------------------
 
 TEST_F(MeterIniFileSave, NothingIsWrittenBeforeASave) {
     EXPECT_EQ(m_folder.Read("a.ini"), kOld);
@@ -158,7 +157,6 @@ TEST_F(MeterIniFileSave, KeepsTheDeviceAwakeMeanwhile) {
 }
 
 // ---- the mirror
-// ---------------------------------------------------------------------------------------------------
 
 TEST_F(MeterIniFileSave, MirrorGetsTheSameBytes) {
     m_store->SetMirror(m_folder.Wide("mirror.ini").c_str());
@@ -208,7 +206,6 @@ TEST_F(MeterIniFileSave, MirrorEqualToTheFileIsWrittenOnce) {
 }
 
 // ---- every call fails in turn
-// -------------------------------------------------------------------------------------
 
 class MeterIniFileSaveFault : public MeterIniFileSave, public testing::WithParamInterface<Times> {};
 
@@ -272,7 +269,6 @@ TEST_F(MeterIniFileSave, WithoutMemoryFailsAndKeepsTheFile) {
 }
 
 // ---- the error handler
-// --------------------------------------------------------------------------------------------
 
 TEST_F(MeterIniFileSave, FailureIsToldToTheHandlerWithTheText) {
     const SaveErrors errors;
@@ -303,7 +299,6 @@ TEST_F(MeterIniFileSave, FileAndMirrorAreToldApart) {
 }
 
 // ---- in the background
-// --------------------------------------------------------------------------------------------
 
 TEST_F(MeterIniFileSave, BackgroundWritesTheStateOfTheCall) {
     EXPECT_TRUE(m_store->UpdateFileBackground());

@@ -74,7 +74,6 @@ struct GuardedBuffer {
 };
 
 // ---- the object
-// ---------------------------------------------------------------------------------------------------
 
 TEST(MeterIniFile, ErrorFlagIsTheFirstByte) {
     const Store store;
@@ -97,7 +96,6 @@ TEST(MeterIniFile, NullPathIsAnEmptyStoreThatCannotBeSaved) {
 }
 
 // ---- reading
-// ------------------------------------------------------------------------------------------------------
 
 TEST(MeterIniFileRead, ValueIsEverythingBehindTheFirstEqualsSign) {
     const Store store(
@@ -320,7 +318,6 @@ TEST(MeterIniFileRead, LookUpsCreateNothing) {
 }
 
 // ---- writing
-// ------------------------------------------------------------------------------------------------------
 
 struct WriteCase {
     const char* name;
@@ -517,7 +514,6 @@ TEST(MeterIniFile, TextMovesToANewBlockUnseen) {
 }
 
 // ---- copies of sections
-// -------------------------------------------------------------------------------------------
 
 TEST(MeterIniFileBackup, GivesBackTheLinesAsTheyWere) {
     const std::string bytes = "[a]\nx=1\r\n;c\n\n[b]\n";
@@ -607,7 +603,6 @@ TEST(MeterIniFileBackup, RestoredLinesKeepTheFileWhole) {
 }
 
 // ---- tokens and quotes
-// --------------------------------------------------------------------------------------------
 
 struct TokenCase {
     std::string source;
@@ -686,7 +681,6 @@ TEST(MeterIniFileQuotes, EnclosingOnesAreRemoved) {
 }
 
 // ---- bytes are kept
-// -----------------------------------------------------------------------------------------------
 
 TEST(MeterIniFileBytes, LoadingAndSavingKeepsThem) {
     std::string all;

@@ -18,7 +18,7 @@ using DatabaseWiping = DatabaseFixture;
 
 constexpr const char* kThreeFiles = "AppFile=app.ini\nRawFile=raw.dat\nDataFile=data.ini\n";
 
-// ---- where the files are ----------------------------------------------------------------------------------
+// ---- where the files are
 
 TEST_F(DatabaseOpening, NeedsASystemIni) {
     EXPECT_FALSE(m_database.OpenDataFile(false));
@@ -149,7 +149,7 @@ TEST_F(DatabaseOpening, FindsFilesWithNamesBeyondAscii) {
     EXPECT_TRUE(m_folder.Exists("Z\xC3\xA4hler.ini"));
 }
 
-// ---- what opening does ------------------------------------------------------------------------------------
+// ---- what opening does
 
 TEST_F(DatabaseOpening, GivesNewFilesTheirDefaultsAndSavesThem) {
     WriteSystemIni();
@@ -290,7 +290,7 @@ TEST_F(DatabaseOpening, FailsWithoutMemoryForAStore) {
     EXPECT_EQ(m_database.m_dataFile, nullptr);
 }
 
-// ---- record numbers ---------------------------------------------------------------------------------------
+// ---- record numbers
 
 TEST_F(RecordNumbering, FollowsTheOrderOfTheHeaders) {
     struct {
@@ -468,7 +468,7 @@ TEST_F(RecordNumbering, RenamesAllHeadersOrNoneWithoutMemory) {
     }
 }
 
-// ---- files of one name --------------------------------------------------------------------------------------
+// ---- files of one name
 
 TEST_F(RecordNumbering, AnAppFileThatIsTheDataFileIsRefused) {
     Open("[General]\nMeters=1\n[#_1]\nState=U\n");
@@ -479,7 +479,7 @@ TEST_F(RecordNumbering, AnAppFileThatIsTheDataFileIsRefused) {
     EXPECT_EQ(m_folder.Read(kDataFile), before);
 }
 
-// ---- client number ----------------------------------------------------------------------------------------
+// ---- client number
 
 TEST_F(ClientNumber, OfTheDataFileWins) {
     const char* const none = nullptr;
@@ -552,7 +552,7 @@ TEST_F(ClientNumber, StandsWhenTheAppFileCannotBeSaved) {
     EXPECT_TRUE(m_database.m_appFile->m_error);
 }
 
-// ---- closing ----------------------------------------------------------------------------------------------
+// ---- closing
 
 TEST_F(DatabaseClosing, DropsChangesAndPosition) {
     Open("[General]\nMeters=1\n[#_1]\nState=U\n[#1_1]\n");
@@ -581,7 +581,7 @@ TEST_F(DatabaseClosing, LetsTheDatabaseBeOpenedAgain) {
     EXPECT_EQ(m_database.GetActualPosition(), 1);
 }
 
-// ---- wiping -----------------------------------------------------------------------------------------------
+// ---- wiping
 
 TEST_F(DatabaseWiping, LeavesAnEmptyDataFileAndTheAppFile) {
     m_folder.Write(kRawFile, "raw data");

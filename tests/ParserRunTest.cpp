@@ -38,7 +38,7 @@ protected:
 
 }  // namespace
 
-// ---- the run ----------------------------------------------------------------------------------------------
+// ---- the run
 
 TEST_F(ParserRun, AsksForEveryValueThatIsReadFromTheMeter) {
     OpenRecord(
@@ -139,7 +139,7 @@ TEST_F(ParserRun, VisitsEveryValueOnceWhileItWrites) {
     EXPECT_EQ(Data("#_1", "V199"), "R,DR,8," + Text(199) + ",\"\"");
 }
 
-// ---- months since the last history reading ----------------------------------------------------------------
+// ---- months since the last history reading
 
 TEST_F(ParserRun, TellsTheMonthsSinceTheHistoryReading) {
     FakeSystem system;
@@ -191,7 +191,7 @@ TEST_F(ParserRun, TakesTheHistoryReadingFromTheCurrentRecord) {
                                        "OpenParser(0)", "CloseParser"}));
 }
 
-// ---- status -----------------------------------------------------------------------------------------------
+// ---- status
 
 TEST_F(ParserRun, GivesTheStatusThatTheCheckDeserves) {
     struct Row {
@@ -275,7 +275,7 @@ TEST_F(ParserRun, ChecksTheValueThatItStores) {
               "RV,CR," + InQuotes("8," + Text(250) + ",X6") + ",5,\"\"");
 }
 
-// ---- what is stored ---------------------------------------------------------------------------------------
+// ---- what is stored
 
 TEST_F(ParserRun, StoresAReadingSoThatItsEntryStaysReadable) {
     const std::string comma252 = "1," + Text(250);
@@ -380,7 +380,7 @@ TEST_F(ParserRun, TakesAValueWithoutItsTerminator) {
     EXPECT_EQ(Data("#_1", "X"), "R,DR,8,,\"\"");
 }
 
-// ---- alarms -----------------------------------------------------------------------------------------------
+// ---- alarms
 
 TEST_F(ParserRun, RaisesTheAlarmsThatTheStatusMeets) {
     struct Row {
@@ -444,7 +444,7 @@ TEST_F(ParserRun, RaisesTheAlarmOfAnyValue) {
     EXPECT_EQ(m_parser.m_calls.size(), 5U) << "the values behind it are still read";
 }
 
-// ---- failures ---------------------------------------------------------------------------------------------
+// ---- failures
 
 TEST_F(ParserRun, NeedsNoSystemIniOnceTheRecordIsOpen) {
     OpenRecord("History1=A,D,8,200801,\"\"\nX=R,U,X6,,\"\"\n",

@@ -1,4 +1,5 @@
-// The platform calls but the replacement of files: text, formatting, paths, loading, streams, time, messages, memory.
+// The platform calls but the replacement of files: text, formatting, paths, loading, streams, time, messages,
+// memory.
 #include "Platform/Platform.h"
 
 #include <gtest/gtest.h>
@@ -46,7 +47,7 @@ std::wstring Wide(std::initializer_list<unsigned> codes) {
 
 }  // namespace
 
-// ---- text -----------------------------------------------------------------------------------------------------------
+// ---- text
 
 struct Utf8Row {
     const char* what;
@@ -166,7 +167,7 @@ TEST(Text, CutsBetweenCharacters) {
     EXPECT_EQ(std::string(narrow.Data(), 3), "\xE2\x82\xAC");
 }
 
-// ---- formatting -----------------------------------------------------------------------------------------------------
+// ---- formatting
 
 namespace {
 
@@ -281,7 +282,7 @@ TEST(WideFormat, NeedsNoMemory) {
     EXPECT_STREQ(text, L"a directory whose name is long\\a file whose name is long");
 }
 
-// ---- paths ----------------------------------------------------------------------------------------------------------
+// ---- paths
 
 TEST(Paths, ASeparatorInFrontMakesAPathAbsolute) {
     EXPECT_TRUE(Platform::IsAbsolutePath(L"\\"));
@@ -365,7 +366,7 @@ TEST(DeleteFile, FailsWhenTheSystemRefuses) {
     EXPECT_TRUE(Platform::DeleteFileW(folder.Wide("a.ini").c_str()));
 }
 
-// ---- loading --------------------------------------------------------------------------------------------------------
+// ---- loading
 
 namespace {
 
@@ -533,7 +534,7 @@ TEST(LoadFile, AFileThatDoesNotFitIntoMemoryIsUnreadable) {
     }
 }
 
-// ---- streams --------------------------------------------------------------------------------------------------------
+// ---- streams
 
 namespace {
 
@@ -594,7 +595,7 @@ TEST(Stream, FlushTellsOfAWriteThatFailed) {
     EXPECT_EQ(folder.Read("raw.dat"), "old");
 }
 
-// ---- memory, time, messages -----------------------------------------------------------------------------------------
+// ---- memory, time, messages
 
 TEST(LocalHeap, GivesBlocksUntilThereAreNone) {
     void* block = Platform::LocalAlloc(0, 100);
@@ -648,7 +649,7 @@ TEST(Wait, LastsAsLongAsItSays) {
     EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(19));
 }
 
-// ---- the system of the tests itself ---------------------------------------------------------------------------------
+// ---- the system of the tests itself
 
 TEST(FakeSystem, RecordsMessagesWaitsAndRequestsToStayAwake) {
     const FakeSystem system;

@@ -32,8 +32,8 @@ protected:
 
     void Gather() { EXPECT_FALSE(m_database.CopyRawDataFiles(L"a,b")); }
 
-    // Whole blocks alone are in the archive, in their order; a file that is gone is in it, the mirror has no block more
-    // than the archive, and the old block is found as before.
+    // Whole blocks alone are in the archive, in their order; a file that is gone is in it, the mirror has no
+    // block more than the archive, and the old block is found as before.
     void ExpectNothingLost(const std::string& what) {
         SCOPED_TRACE(what);
         const std::string archive = m_folder.Read(kRawFile);
@@ -218,7 +218,7 @@ TEST_F(RawDataFault, LosesNothingWithoutMemory) {
         }
 }
 
-// ---- reading ----------------------------------------------------------------------------------------------
+// ---- reading
 
 TEST_F(RawDataFault, ReadsOrFailsWithoutMemory) {
     m_folder.Write(kRawFile, m_old);

@@ -71,7 +71,7 @@ using RawDataSearch = RawData;
 using RawDataExtraction = RawData;
 using RawDataDeletion = RawData;
 
-// ---- gathering --------------------------------------------------------------------------------------------
+// ---- gathering
 
 TEST_F(RawDataGathering, MovesFilesIntoBlocks) {
     m_folder.Write("a.txt", "xyz");
@@ -260,7 +260,7 @@ TEST_F(RawDataGathering, NeedsItsStores) {
     EXPECT_FALSE(m_folder.Exists(kRawFile));
 }
 
-// ---- the mirror -------------------------------------------------------------------------------------------
+// ---- the mirror
 
 TEST_F(RawDataGathering, WritesTheMirrorAlike) {
     SetMirror("mirror.dat");
@@ -294,7 +294,7 @@ TEST_F(RawDataGathering, WritesAMirrorThatIsTheArchiveOnce) {
     }
 }
 
-// ---- searching --------------------------------------------------------------------------------------------
+// ---- searching
 
 TEST_F(RawDataSearch, NeedsItsStoresAndAnArchive) {
     GuardedBuffer<> marker(256);
@@ -346,7 +346,8 @@ TEST_F(RawDataSearch, DoesNotFindAnEmptyBlockAtTheEnd) {
     EXPECT_EQ(FromBlock("a"), "(none)");
 }
 
-// Markers at every place around the ends of what is read at once, behind bytes that begin like a marker themselves.
+// Markers at every place around the ends of what is read at once, behind bytes that begin like a marker
+// themselves.
 TEST_F(RawDataSearch, FindsAMarkerAtEveryOffset) {
     const std::string marker = Marker("a");
     std::string filler;
@@ -390,7 +391,7 @@ TEST_F(RawDataSearch, ReadsALargeArchive) {
     EXPECT_EQ(FromBlock("a.txt"), "at the end");
 }
 
-// ---- extracting -------------------------------------------------------------------------------------------
+// ---- extracting
 
 TEST_F(RawDataExtraction, CopiesTheLinesOfABlock) {
     const std::string mark = "<<<<<~~~~~(";
@@ -481,7 +482,7 @@ TEST_F(RawDataExtraction, NeedsItsStores) {
     EXPECT_FALSE(m_folder.Exists("target.txt"));
 }
 
-// ---- deleting ---------------------------------------------------------------------------------------------
+// ---- deleting
 
 TEST_F(RawDataDeletion, TakesArchiveAndMirror) {
     m_folder.Write(kRawFile, "1");

@@ -51,7 +51,7 @@ protected:
     }
 };
 
-// ---- navigation -------------------------------------------------------------------------------------------
+// ---- navigation
 
 TEST_F(RecordNavigation, HasNoMetersWithoutADataFile) {
     EXPECT_EQ(m_database.GetNumberOfMeters(), -1);
@@ -185,7 +185,7 @@ TEST_F(RecordNavigation, NeedsNoSystemIniForMeters) {
     EXPECT_EQ(m_database.GetActualPosition(), 2);
 }
 
-// ---- raw lines --------------------------------------------------------------------------------------------
+// ---- raw lines
 
 TEST_F(RecordData, GivesHeaderAndLinesOfTheCurrentRecord) {
     Open("[#_1]\nState=U\n; a note\n\nText= with = blanks \n[#1_1]\nState=H\n[#_2]\n");
@@ -262,7 +262,7 @@ TEST_F(RecordData, NeedsStoresAndACurrentMeter) {
     expectNone();
 }
 
-// ---- saving -----------------------------------------------------------------------------------------------
+// ---- saving
 
 constexpr const char* kOneMeter = "[General]\nMeters=1\n[#_1]\nState=U\n";
 constexpr const char* kHandledMeter = "[General]\nMeters=1\n[#_1]\nState=H\n";
@@ -326,7 +326,7 @@ TEST_F(RecordSaving, NeedsADataFile) {
     EXPECT_FALSE(m_database.UpdateDatabaseForeground());
 }
 
-// ---- record state -----------------------------------------------------------------------------------------
+// ---- record state
 
 TEST_F(RecordState, IsThatOfTheMainRecord) {
     Open("[#_1]\nState=U\n[#1_1]\nState=H\n[#_2]\nState=N\n");
@@ -400,7 +400,7 @@ TEST_F(RecordState, NeedsStoresAndACurrentMeter) {
     EXPECT_EQ(Data("#_1", "State"), "U");
 }
 
-// ---- state texts ------------------------------------------------------------------------------------------
+// ---- state texts
 
 struct StateCase {
     const char* state;
@@ -521,7 +521,7 @@ TEST_F(PlantState, NeedsNoMoreRoomThanItsText) {
     m_database.GetPlantStateText("U", nullptr);
 }
 
-// ---- actions ----------------------------------------------------------------------------------------------
+// ---- actions
 
 TEST_F(MeterAction, IsTheBareValueOfTheMainRecord) {
     const std::string longest(254, 'x');
@@ -690,7 +690,7 @@ TEST_F(MeterAction, TextOfAChangeNeedsNoAppendix) {
     EXPECT_EQ(ActionText(), "to !");
 }
 
-// ---- little memory ----------------------------------------------------------------------------------------
+// ---- little memory
 
 // Makes the call again and again, each time with another allocation failing, until it needs no more of them.
 // Number of rounds in which one failed.

@@ -12,7 +12,7 @@ using StoreFields = DatabaseFixture;
 
 constexpr const char* kChange = "Action=A,U,8,Change,\"\"\n";
 
-// ---- change orders ----------------------------------------------------------------------------------------
+// ---- change orders
 
 TEST_F(ChangeOrder, IsAnActionOfAnyMeter) {
     const struct {
@@ -69,7 +69,7 @@ TEST_F(ChangeOrder, IsSearchedAmongTheMetersThatThereAre) {
     EXPECT_FALSE(m_database.MeterChangeOrderAvailable());  // at once, not after two thousand million meters
 }
 
-// ---- counting and searching -------------------------------------------------------------------------------
+// ---- counting and searching
 
 TEST_F(StoreMeters, AreCountedByTheFile) {
     const struct {
@@ -144,7 +144,7 @@ TEST_F(StoreMeters, AreSearchedUpToASensibleNumber) {
     EXPECT_EQ(m_database.SearchStoreMeter("43"), 0);
 }
 
-// ---- values -----------------------------------------------------------------------------------------------
+// ---- values
 
 class StoreValue : public DatabaseFixture {
 protected:
@@ -215,7 +215,7 @@ TEST_F(StoreValue, IsEmptyForWhatDoesNotExist) {
     EXPECT_TRUE(Get(1, "A", &fields));
 }
 
-// ---- store fields of the current record -------------------------------------------------------------------
+// ---- store fields of the current record
 
 TEST_F(StoreFields, AreWorkedOnByTheirStatus) {
     const struct {
@@ -323,7 +323,7 @@ TEST_F(StoreFields, LeaveWhatAnotherEntryOfTheirNameHides) {
     EXPECT_EQ(DataLines(), "[#_1]\nA=A,U,8,1,\"\"\nA=S,DR,8,2,\"\"\n[General]\nMeters=1\n");
 }
 
-// ---- taking them over -------------------------------------------------------------------------------------
+// ---- taking them over
 
 TEST_F(StoreFields, AreTakenOverFromTheStoreMeter) {
     Open(

@@ -42,7 +42,7 @@ protected:
 
 }  // namespace
 
-// ---- which value is made ------------------------------------------------------------------------------------
+// ---- which value is made
 
 TEST_F(SubstitutionValue, IsChosenByFormatCodeAndArgument) {
     struct Row {
@@ -104,7 +104,7 @@ TEST_F(SubstitutionValue, MayBeWrittenOverItsArgument) {
     EXPECT_STREQ(format, "15.03.2010");
 }
 
-// ---- times --------------------------------------------------------------------------------------------------
+// ---- times
 
 TEST_F(SubstitutionTime, IsReadAsFarAsItIsKnown) {
     const char* const kPattern = "YYYY.M.D.H.N.S";
@@ -191,7 +191,7 @@ TEST_F(SubstitutionTime, KeepsToItsBuffer) {
     EXPECT_EQ(Format(4, "I2010", std::string(5000, 'Y')), years.substr(0, 255));
 }
 
-// ---- versions of parameter sets -----------------------------------------------------------------------------
+// ---- versions of parameter sets
 
 TEST_F(ParameterVersion, IsThatOfTheNumberedSet) {
     const std::string file =
@@ -326,7 +326,7 @@ TEST_F(ParameterVersion, IsMissingWhenTheFileCannotBeRead) {
     EXPECT_EQ(Format(202, "Xp.ini", "BODKIN"), "1");
 }
 
-// ---- memory -------------------------------------------------------------------------------------------------
+// ---- memory
 
 TEST_F(ParameterVersion, IsWholeOrEmptyWithoutMemory) {
     m_folder.Write("par/with a name that does not fit a string.ini", "[File_1]\nVersion=5\n");

@@ -34,7 +34,7 @@ protected:
 
 }  // namespace
 
-// ---- words of a list --------------------------------------------------------------------------------------
+// ---- words of a list
 
 TEST_F(TextSearch, FindsWholeWordsOfAList) {
     const struct {
@@ -61,7 +61,7 @@ TEST_F(TextSearch, FindsNoEmptyWord) {
     EXPECT_FALSE(IsElement(nullptr, nullptr));
 }
 
-// ---- patterns in a buffer ---------------------------------------------------------------------------------
+// ---- patterns in a buffer
 
 TEST_F(TextSearch, FindsThePatternThatDoesNotEndWithTheBuffer) {
     using namespace std::string_literals;
@@ -109,7 +109,7 @@ TEST_F(TextSearch, FindsNothingWithoutABufferOrALength) {
     EXPECT_EQ(m_database.SearchInBufWithLen(buffer, kLeast, "A", kLeast), nullptr);
 }
 
-// ---- placeholders -----------------------------------------------------------------------------------------
+// ---- placeholders
 
 TEST_F(Substitution, PutsInValuesAndExpectedTexts) {
     OpenRecord(

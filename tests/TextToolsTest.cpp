@@ -21,7 +21,7 @@ std::string Copied(int size, std::string_view text) {
 
 }  // namespace
 
-// ---- views and copies -------------------------------------------------------------------------------------
+// ---- views and copies
 
 TEST(TextView, OfANullPointerIsEmpty) {
     EXPECT_EQ(View(static_cast<const char*>(nullptr)), "");
@@ -92,7 +92,7 @@ TEST(CopyPadded, LeavesAnOutputAloneThatIsNotWanted) {
     EXPECT_TRUE(buffer.Untouched());
 }
 
-// ---- letters ----------------------------------------------------------------------------------------------
+// ---- letters
 
 TEST(TextCase, IsIgnoredForAsciiLettersOnly) {
     EXPECT_TRUE(EqualIgnoringCase("AbZ[", "aBz["));
@@ -119,7 +119,7 @@ TEST(TextBlanks, AreSpacesAndTabsAtTheEnds) {
     EXPECT_EQ(TrimBlanks("\ra\n"), "\ra\n");
 }
 
-// ---- quotes and tokens ------------------------------------------------------------------------------------
+// ---- quotes and tokens
 
 TEST(TextQuotes, AreRemovedOnlyWhereTheyEnclose) {
     const std::vector<std::pair<std::string, std::string>> rows = {
@@ -210,7 +210,7 @@ TEST(TextTokens, HaveTheirEnclosingQuotesTakenOffOnDemand) {
     EXPECT_EQ(BareToken(R"(x,y;"z;")", 2, ";"), "z;");
 }
 
-// ---- integers ---------------------------------------------------------------------------------------------
+// ---- integers
 
 TEST(TextIntegers, AreReadFromTheStartAndClamped) {
     constexpr int kMax = std::numeric_limits<int>::max();
@@ -259,7 +259,7 @@ TEST(TextIntegers, Of64BitsAreClampedThere) {
     EXPECT_EQ(ToInt64(std::string(300, '9')), kMax);
 }
 
-// ---- decimals ---------------------------------------------------------------------------------------------
+// ---- decimals
 
 TEST(TextIntegers, AreWrittenWithZerosUpToTheirWidth) {
     EXPECT_EQ(MeterText::ZeroPadded(7, 2), "07");

@@ -64,7 +64,7 @@ public:
     }
 };
 
-// ---- the table --------------------------------------------------------------------------------------------
+// ---- the table
 
 TEST_F(DisplayTexts, StartWithTheirDefaults) {
     for (int i = 0; i < TestDatabase::kTexts; ++i)
@@ -189,7 +189,7 @@ TEST_F(DisplayTexts, AreEachMissedWithoutMemory) {
         EXPECT_EQ(text, nullptr);
 }
 
-// ---- the choice of a language -----------------------------------------------------------------------------
+// ---- the choice of a language
 
 // Which texts are shown is told by the text "RawUsed": the system ini has "ini", the file of a language its
 // name.
@@ -317,7 +317,7 @@ TEST_F(LanguageChoice, ReadsTextsWithoutChangingTheirFile) {
     EXPECT_EQ(m_folder.Read("de.txt"), "[StringTexts]\nRawUsed=\"erledigt\"\n");
 }
 
-// ---- the language code of sections ------------------------------------------------------------------------
+// ---- the language code of sections
 
 TEST_F(LanguageCode, IsCutTo39Characters) {
     struct {

@@ -44,7 +44,7 @@ std::string ValueSetTo(const std::string& bare) {
 
 }  // namespace
 
-// ---- taking apart -----------------------------------------------------------------------------------------
+// ---- taking apart
 
 TEST(ValueEntryParsing, SplitsAtTheFirstFourCommasOutsideQuotes) {
     const std::vector<std::pair<std::string, Fields>> rows = {
@@ -111,7 +111,7 @@ TEST(ValueEntryBare, OfTheFirstFourCarries255Characters) {
     EXPECT_EQ(ValueEntry(",,,," + InQuotes(Text(300))).Bare(kText), Text(300)) << "the text is whole";
 }
 
-// ---- composing --------------------------------------------------------------------------------------------
+// ---- composing
 
 TEST(ValueEntryComposing, LeavesEverySubFieldAsItStood) {
     for (const char* text : {
@@ -206,7 +206,7 @@ TEST(ValueEntryComposing, MakesRoomInTheLongestSubField) {
               "A," + Text(255) + ",8," + Text(3832) + ",\"\"");
 }
 
-// ---- replacing a sub-field ----
+// ---- replacing a sub-field
 
 TEST(ValueEntrySet, QuotesWhatHoldsACommaBelow253Characters) {
     const std::vector<std::pair<std::string, std::string>> rows = {
@@ -286,7 +286,7 @@ TEST(ValueEntrySet, LeavesTheOtherSubFieldsAsTheyStood) {
     EXPECT_EQ(AfterSet(before, kText, "t"), R"("R",U,"8,C0;9",1,"t")");
 }
 
-// ---- rewriting a sub-field ----
+// ---- rewriting a sub-field
 
 TEST(ValueEntryRewrite, DropsEveryQuoteOfWhatIsGiven) {
     const std::vector<std::pair<std::string, std::string>> rows = {

@@ -58,7 +58,7 @@ const Fields kNone;
 
 }  // namespace
 
-// ---- reading ----------------------------------------------------------------------------------------------
+// ---- reading
 
 TEST_F(Values, AreHandedOutAsTheyStand) {
     OpenRecord("X=RV,\"U\",\"8,C0;9\",\"1,5\",\"say \"hi\", or no\"\n");
@@ -133,7 +133,7 @@ TEST_F(Values, OfAnAppendixStandBesideThoseOfTheMainRecord) {
     EXPECT_EQ(m_database.GetAppendix(), 2) << "also when there is no such value";
 }
 
-// ---- reading by position ----------------------------------------------------------------------------------
+// ---- reading by position
 
 TEST_F(Values, AreCountedFromOneAmongTheEntriesOfTheRecord) {
     Open("[#_1]\n; comment\nState=U\n\nX=A,U,8,12,\"t\"\nno entry\nY=B,,,\"1,5\",\n[#1_1]\nZ=A,,,,\n");
@@ -171,7 +171,7 @@ TEST_F(Values, ByPositionHaveTheirKeyCutTo255Characters) {
     EXPECT_EQ(key.Text(), Text(255, 'l'));
 }
 
-// ---- writing ----------------------------------------------------------------------------------------------
+// ---- writing
 
 TEST_F(Values, ThatAreNewStartFromTheirDefaults) {
     OpenRecord("");
@@ -324,7 +324,7 @@ TEST_F(Values, StayInMemoryUntilTheFileIsSaved) {
     EXPECT_EQ(m_folder.Read(kDataFile), file);
 }
 
-// ---- deleting ---------------------------------------------------------------------------------------------
+// ---- deleting
 
 TEST_F(Values, AreDeletedFromTheCurrentRecordOnly) {
     OpenAppendices();
@@ -343,7 +343,7 @@ TEST_F(Values, ThatDoNotExistAreDeletedWithSuccess) {
     EXPECT_EQ(DataLines(), before);
 }
 
-// ---- failures ---------------------------------------------------------------------------------------------
+// ---- failures
 
 TEST_F(Values, AreWholeOrUnchangedWhenMemoryRunsOut) {
     const std::string before = "A,U,8," + Text(90) + ",\"" + Text(90) + '"';

@@ -1,4 +1,5 @@
-// A meter interface that knows one meter type: its name, its functions and its texts. Remembers what it is asked.
+// A meter interface that knows one meter type: its name, its functions and its texts. Remembers what it is
+// asked.
 #pragma once
 
 #include <gtest/gtest.h>

@@ -156,7 +156,7 @@ bool TakeBlockedRename() {
 
 }  // namespace
 
-// ---- what the tests arrange and ask --------------------------------------------------------------------------------
+// ---- what the tests arrange and ask
 
 FakeSystem::FakeSystem() {
     Access access;
@@ -245,7 +245,7 @@ std::vector<bool> FakeSystem::AwakeRequests() const {
     return Access()->records.awakeRequests;
 }
 
-// ---- the system that the libraries see -----------------------------------------------------------------------------
+// ---- the system that the libraries see
 
 namespace Platform::System {
 

@@ -44,7 +44,7 @@ public:
     };
     enum class Times { Once, FromThenOn };
 
-    // ---- faults; a later one of the same kind replaces an earlier one ----------------------------------------------
+    // ---- faults; a later one of the same kind replaces an earlier one
 
     // The n-th call of that kind, or of any kind, counted from now (1 is the next), fails without having done
     // anything.
@@ -70,12 +70,12 @@ public:
     // No more faults; the records stay.
     void Heal();
 
-    // ---- the clock -------------------------------------------------------------------------------------------------
+    // ---- the clock
 
     void SetTime(const Platform::SystemTime& now);  // stands still there
     void ClearTime();                               // the real time again
 
-    // ---- records since the object was made -------------------------------------------------------------------------
+    // ---- records since the object was made
 
     bool FaultHappened()
         const;  // any call failed by FailCall or FailAnyCall since the last of them was arranged

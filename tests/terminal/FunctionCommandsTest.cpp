@@ -52,7 +52,7 @@ protected:
 
 }  // namespace
 
-// ---- commands and options ---------------------------------------------------------------------------------
+// ---- commands and options
 
 TEST_F(MeterdbFunctions, CommandsShowsWhatTheMeterOffers) {
     EXPECT_EQ(Run({"commands", "1"}), kDone);
@@ -144,7 +144,7 @@ TEST_F(MeterdbFunctions, UnknownTypesAreRefused) {
     ExpectRefusal(kFileFailed, {"commands", "1"}, "metertypes.ini of the installation cannot be read");
 }
 
-// ---- run --------------------------------------------------------------------------------------------------
+// ---- run
 
 TEST_F(MeterdbFunctions, RunNotesThatAFunctionIsDone) {
     EXPECT_EQ(Run({"--user", "reader07", "run", "1", "101"}), kDone);

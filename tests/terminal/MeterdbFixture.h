@@ -1,5 +1,5 @@
-// The program on an installation in a folder of its own: a small route, its readouts, and what one run of the program
-// wrote.
+// The program on an installation in a folder of its own: a small route, its readouts, and what one run of the
+// program wrote.
 #pragma once
 
 #include <gmock/gmock.h>
@@ -16,8 +16,8 @@ class Meterdb : public testing::Test {
 protected:
     void SetUp() override;
 
-    // Runs the program on the folder; files among the arguments are given by `File`. What it wrote is in m_out and
-    // m_errors, stamps of time in m_out as "(now)".
+    // Runs the program on the folder; files among the arguments are given by `File`. What it wrote is in
+    // m_out and m_errors, stamps of time in m_out as "(now)".
     int Run(std::vector<std::string> arguments, Screen::Style style = {});
 
     std::string File(const std::string& name) const { return (m_folder.Path() / name).string(); }
@@ -28,7 +28,8 @@ protected:
     // The refused command with this sentence changed nothing.
     void ExpectRefusal(ExitCode code, std::vector<std::string> arguments, const std::string& sentence);
 
-    // The command cannot save a file, says so, and changed nothing. Tried with the data file and the app file.
+    // The command cannot save a file, says so, and changed nothing. Tried with the data file and the app
+    // file.
     void ExpectFailedSaves(const std::vector<std::string>& arguments);
 
     static const char* const kRoute;

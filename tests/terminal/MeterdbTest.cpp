@@ -1,5 +1,5 @@
-// The program from command line to exit code, on an installation in a folder of its own: what it shows, what it writes,
-// and what it leaves alone.
+// The program from command line to exit code, on an installation in a folder of its own: what it shows, what
+// it writes, and what it leaves alone.
 #include <filesystem>
 #include <sstream>
 #include <string>
@@ -11,7 +11,7 @@ namespace fs = std::filesystem;
 using testing::HasSubstr;
 using testing::Not;
 
-// ---- route ------------------------------------------------------------------------------------------------
+// ---- route
 
 TEST_F(Meterdb, RouteShowsEveryMeterWithStateAndAction) {
     EXPECT_EQ(Run({"route"}), kDone);
@@ -64,7 +64,7 @@ TEST_F(Meterdb, UnknownLanguageIsRefused) {
     ExpectRefusal(kRefused, {"--language", "fr", "route"}, "has no language \"fr\"; it has en, de");
 }
 
-// ---- read -------------------------------------------------------------------------------------------------
+// ---- read
 
 TEST_F(Meterdb, ReadShowsTheWholeVisit) {
     EXPECT_EQ(Run({"--user", "reader07", "read", "1", File("alarm.txt")}), kDone);
@@ -199,7 +199,7 @@ TEST_F(Meterdb, ReadColoursForPeopleOnly) {
     EXPECT_THAT(m_out, Not(HasSubstr("\x1B")));
 }
 
-// ---- refusals ---------------------------------------------------------------------------------------------
+// ---- refusals
 
 TEST_F(Meterdb, DamagedReadoutsChangeNothing) {
     m_folder.Write("cut.txt", std::string(kGas).substr(0, 40));
@@ -256,7 +256,7 @@ TEST_F(Meterdb, FailedSaveOfAReadingChangesNothing) {
     ExpectFailedSaves({"read", "1", File("gas.txt")});
 }
 
-// ---- the command line -------------------------------------------------------------------------------------
+// ---- the command line
 
 TEST_F(Meterdb, WrongUseIsToldFromRefusals) {
     for (const std::vector<std::string>& arguments :
@@ -321,7 +321,7 @@ TEST_F(Meterdb, DirectoryMayEndWithASeparator) {
     EXPECT_EQ(RunTerminal({"--dir", m_folder.Path().string() + "/", "route"}, screen), kDone);
 }
 
-// ---- the samples ------------------------------------------------------------------------------------------
+// ---- the samples
 
 TEST(MeterdbSamples, EveryReadoutIsTakenOrRefusedAsItsNameSays) {
     TestFolder folder;

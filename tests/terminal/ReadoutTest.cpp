@@ -56,7 +56,7 @@ const std::string kTelegram =
 
 }  // namespace
 
-// ---- frames -----------------------------------------------------------------------------------------------
+// ---- frames
 
 TEST(ReadoutFrame, BlockWithItsCheckCharacterIsRead) {
     const Readout readout = Parsed(kBlock + "h");
@@ -232,7 +232,7 @@ TEST(ReadoutFrame, EndMarkCountsOutsideOfValuesOnly) {
     EXPECT_EQ(Text(readout, "2.8.0"), "(not sent)");
 }
 
-// ---- data sets --------------------------------------------------------------------------------------------
+// ---- data sets
 
 TEST(ReadoutData, SeveralDataSetsMayStandOnOneLine) {
     const Readout readout = Parsed(
@@ -408,7 +408,7 @@ TEST(ReadoutData, NoiseBeforeAnAddressIsNoPartOfIt) {
     EXPECT_EQ(Text(Lines("\0\0\xFF 1.8.0(12)"s), "1.8.0"), "12");
 }
 
-// ---- limits -----------------------------------------------------------------------------------------------
+// ---- limits
 
 TEST(ReadoutLimits, LargerThan64MegabytesIsRefused) {
     EXPECT_EQ(Problem(std::string(Readout::kMostBytes + 1, ' ')), "it is larger than 64 MiB");
@@ -429,7 +429,7 @@ TEST(ReadoutLimits, LongListsCostNoMore) {
     EXPECT_EQ(Only("P.01" + groups).value, "1");
 }
 
-// ---- the meter interface ----------------------------------------------------------------------------------
+// ---- the meter interface
 
 class ReadoutInterfaceTest : public testing::Test {
 protected:
@@ -513,7 +513,7 @@ TEST_F(ReadoutInterfaceTest, GivesTheTextsOfTheType) {
     EXPECT_STREQ(text, "look ");
 }
 
-// ---- whose readout it is ----------------------------------------------------------------------------------
+// ---- whose readout it is
 
 TEST(ReadoutIdentity, NumbersAreComparedAsMetersWriteThem) {
     struct Case {

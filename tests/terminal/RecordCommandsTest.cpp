@@ -62,7 +62,7 @@ protected:
 
 }  // namespace
 
-// ---- show -------------------------------------------------------------------------------------------------
+// ---- show
 
 TEST_F(MeterdbRecords, ShowGivesTheFieldsOfAllListsAsTheUserSeesThem) {
     EXPECT_EQ(Run({"show", "1"}), kDone);
@@ -140,7 +140,7 @@ TEST_F(MeterdbRecords, ShowChangesNothing) {
     ExpectRefusal(kRefused, {"show", "3"}, "there is no meter \"3\" on this route of 2 meters");
 }
 
-// ---- route ------------------------------------------------------------------------------------------------
+// ---- route
 
 TEST_F(MeterdbRecords, RouteShowsChosenColumnsAndWhatIsInDoubt) {
     EXPECT_EQ(Run({"route", "--columns", "Free1,1.8.0,6.8,State"}), kDone);
@@ -159,7 +159,7 @@ TEST_F(MeterdbRecords, RouteRefusesColumnsThatNoRecordHas) {
                   "no record of the route has a value \"Custmer\"");
 }
 
-// ---- read -------------------------------------------------------------------------------------------------
+// ---- read
 
 TEST_F(MeterdbRecords, ReadCalculatesTheAutomaticFields) {
     m_folder.Write("readout.txt",
@@ -189,7 +189,7 @@ TEST_F(MeterdbRecords, ReadCalculatesTheAutomaticFields) {
                     m_stampOf1});
 }
 
-// ---- set --------------------------------------------------------------------------------------------------
+// ---- set
 
 TEST_F(MeterdbRecords, SetEntersAValueAndCalculatesWhatDependsOnIt) {
     EXPECT_EQ(Run({"--user", "reader07", "set", "1", "1.8.0", "150.5"}), kDone);
@@ -275,7 +275,7 @@ TEST_F(MeterdbRecords, FailedSaveOfAnEnteredValueChangesNothing) {
     ExpectFailedSaves({"set", "1", "1.8.0", "150"});
 }
 
-// ---- state ------------------------------------------------------------------------------------------------
+// ---- state
 
 TEST_F(MeterdbRecords, StateShowsLettersAndText) {
     EXPECT_EQ(Run({"state", "1"}), kDone);
@@ -311,7 +311,7 @@ TEST_F(MeterdbRecords, FailedSaveOfAStateChangesNothing) {
     ExpectFailedSaves({"state", "1", "H"});
 }
 
-// ---- item -------------------------------------------------------------------------------------------------
+// ---- item
 
 TEST_F(MeterdbRecords, ItemShowsAnEntryAsItStands) {
     for (const auto& [key, text] : std::vector<std::pair<std::string, std::string>>{

@@ -25,7 +25,7 @@ protected:
 
 }  // namespace
 
-// ---- types ------------------------------------------------------------------------------------------------
+// ---- types
 
 TEST_F(MeterdbRouteEdits, TypesListsWhatCanBeAppended) {
     EXPECT_EQ(Run({"types"}), kDone);
@@ -50,7 +50,7 @@ TEST_F(MeterdbRouteEdits, TypesOfAnInstallationWithoutAny) {
         "no meter of type \"Gas\" can be appended: the installation has no types. Nothing was changed.");
 }
 
-// ---- append -----------------------------------------------------------------------------------------------
+// ---- append
 
 TEST_F(MeterdbRouteEdits, AppendAddsAMeterFromItsTemplate) {
     std::string route = kRoute;
@@ -112,7 +112,7 @@ TEST_F(MeterdbRouteEdits, FailedSaveOfANewMeterChangesNothing) {
     ExpectFailedSaves({"append", "Gas"});
 }
 
-// ---- delete -----------------------------------------------------------------------------------------------
+// ---- delete
 
 TEST_F(MeterdbRouteEdits, DeleteRemovesAMeterWithItsAppendices) {
     EXPECT_EQ(Run({"delete", "20481632"}), kDone);
