@@ -1,8 +1,9 @@
 // The archive of raw meter data: files that meters left behind, one block after the other. Owns the form of a
 // block, the rule by which a block is found, and the rule that a gathered file is deleted only when its bytes
 // are in the archive and on the medium. Adding a file to the archive whole or not at all is the platform's
-// work.
+// work: a block that a power cut left half written has no whole marker, so no search finds it.
 #include <algorithm>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <memory>
@@ -117,7 +118,7 @@ bool CMeterDatabase::FindBlock(std::FILE* archive, const std::string& marker) {
                                                      static_cast<int>(length));
         if (found != nullptr) {
             const std::ptrdiff_t behind = window.data() + filled - (found + length);
-            return std::fseek(archive, static_cast<long>(-behind), SEEK_CUR) == 0;
+            return Platform::StepBack(archive, static_cast<std::uint64_t>(behind));
         }
         if (filled < kWindowBytes)
             return false;

@@ -1,6 +1,7 @@
 // Adding a file to the end of another one. Owns the rule that a file to which something could not be added
-// whole has the bytes that it had before.
+// whole has the bytes that it had before, and that what a stopped program left half added has no head.
 #include <exception>
+#include <string>
 
 #include "Platform/Platform.h"
 #include "Platform/System.h"
@@ -55,6 +56,14 @@ private:
     System::File m_file;
 };
 
+// The head while what follows it is not on the medium: nobody who looks for the head finds it.
+std::string WithoutItsStart(std::string_view head) {
+    std::string hidden(head);
+    if (!hidden.empty())
+        hidden.front() = '\0';
+    return hidden;
+}
+
 bool Append(const std::wstring& path, std::string_view head, const std::wstring& source) {
     const System::FileState before = System::Inspect(path);
     const bool exists = before.kind == System::Kind::RegularFile;
@@ -68,8 +77,8 @@ bool Append(const std::wstring& path, std::string_view head, const std::wstring&
     OpenFile from(System::OpenForReading(source));
     if (!from.IsOpen())
         return false;
-    if (file.Write(head) && file.WriteAllOf(from) && file.FlushAndClose() &&
-        (exists || System::FlushDirectory(path)))
+    if (file.Write(WithoutItsStart(head)) && file.WriteAllOf(from) && file.FlushAndClose() &&
+        (exists || System::FlushDirectory(path)) && System::Overwrite(path, before.size, head.substr(0, 1)))
         return true;
     file.Close();
     System::Cut(path, before.size);

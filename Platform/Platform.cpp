@@ -87,6 +87,10 @@ bool FlushStream(std::FILE* stream) noexcept {
     return System::FlushStream(stream);
 }
 
+bool StepBack(std::FILE* stream, std::uint64_t bytes) noexcept {
+    return System::StepBack(stream, bytes);
+}
+
 namespace {
 
 using Block = std::unique_ptr<char[], FreeBlock>;

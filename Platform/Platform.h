@@ -89,10 +89,15 @@ std::FILE* _wfopen(const wchar_t* path, const wchar_t* mode) noexcept;
 // Brings what was written to a stream to the medium. False when a write to the stream failed at any time.
 bool FlushStream(std::FILE* stream) noexcept;
 
+// Moves a stream back by `bytes` bytes, whatever the size of its file. False when the file has not so many
+// bytes before.
+bool StepBack(std::FILE* stream, std::uint64_t bytes) noexcept;
+
 // Adds `head` and then all bytes of the file `source` to the end of the file at `path`, which is created when
 // it is missing. True when they are on the medium. False leaves the file with the bytes that it had; a file
-// that was created stays empty. Refused: a path that is no regular file, a file without any write permission,
-// the source itself.
+// that was created stays empty. The first byte of the head is written last, over a zero: when the program or
+// the device stops on the way, no head is found in the file, however much of the rest got there. Refused: a
+// path that is no regular file, a file without any write permission, the source itself.
 bool AppendFile(const std::wstring& path, std::string_view head, const std::wstring& source) noexcept;
 
 // A block of memory from malloc that frees itself.

@@ -93,6 +93,10 @@ bool FlushDirectory(const std::wstring& fileInIt) noexcept;  // true where the s
 
 std::FILE* OpenStream(const std::wstring& path, const wchar_t* mode) noexcept;
 bool FlushStream(std::FILE* stream) noexcept;  // its buffer, and the file to the medium
+bool StepBack(std::FILE* stream, std::uint64_t bytes) noexcept;
+
+// Writes bytes over those that a file has from `place` on, and flushes them to the medium.
+bool Overwrite(const std::wstring& path, std::uint64_t place, std::string_view bytes) noexcept;
 
 // Cuts a file at `size` bytes and flushes it to the medium.
 bool Cut(const std::wstring& path, std::uint64_t size) noexcept;

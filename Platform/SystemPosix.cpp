@@ -400,6 +400,20 @@ bool FlushStream(std::FILE* stream) noexcept {
     return std::fflush(stream) == 0 && std::ferror(stream) == 0 && Flush(::fileno(stream));
 }
 
+bool StepBack(std::FILE* stream, std::uint64_t bytes) noexcept {
+    return ::fseeko(stream, -static_cast<off_t>(bytes), SEEK_CUR) == 0;
+}
+
+bool Overwrite(const std::wstring& path, std::uint64_t place, std::string_view bytes) noexcept {
+    const int file = Open(NativePath(path), O_WRONLY | O_NONBLOCK);
+    if (file < 0)
+        return false;
+    const ssize_t count =
+        Uninterrupted([&] { return ::pwrite(file, bytes.data(), bytes.size(), static_cast<off_t>(place)); });
+    const bool flushed = count == static_cast<ssize_t>(bytes.size()) && Flush(file);
+    return Close(file) && flushed;
+}
+
 bool Cut(const std::wstring& path, std::uint64_t size) noexcept {
     const int file = Open(NativePath(path), O_WRONLY | O_NONBLOCK);
     if (file < 0)

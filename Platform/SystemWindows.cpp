@@ -489,15 +489,38 @@ bool FlushStream(std::FILE* stream) noexcept {
     return std::fflush(stream) == 0 && std::ferror(stream) == 0 && ::FlushFileBuffers(file);
 }
 
+bool StepBack(std::FILE* stream, std::uint64_t bytes) noexcept {
+#if defined(UNDER_CE)
+    return bytes <= static_cast<std::uint64_t>(LONG_MAX) &&
+           std::fseek(stream, -static_cast<long>(bytes), SEEK_CUR) == 0;
+#else
+    return ::_fseeki64(stream, -static_cast<std::int64_t>(bytes), SEEK_CUR) == 0;
+#endif
+}
+
+namespace {
+
+bool MoveTo(const Handle& file, std::uint64_t place) {
+    LONG high = static_cast<LONG>(place >> 32);
+    const DWORD low = ::SetFilePointer(file.Get(), static_cast<LONG>(place & 0xFFFFFFFF), &high, FILE_BEGIN);
+    // The low half of a position may look like the mark of failure.
+    return low != INVALID_SET_FILE_POINTER || ::GetLastError() == NO_ERROR;
+}
+
+}  // namespace
+
+bool Overwrite(const std::wstring& path, std::uint64_t place, std::string_view bytes) noexcept {
+    const Handle file(NativePath(path), GENERIC_WRITE, FILE_ATTRIBUTE_NORMAL);
+    DWORD count = 0;
+    return file.IsOpen() && MoveTo(file, place) &&
+           ::WriteFile(file.Get(), bytes.data(), static_cast<DWORD>(bytes.size()), &count, nullptr) &&
+           count == bytes.size() && ::FlushFileBuffers(file.Get());
+}
+
 bool Cut(const std::wstring& path, std::uint64_t size) noexcept {
     const Handle file(NativePath(path), GENERIC_WRITE, FILE_ATTRIBUTE_NORMAL);
-    LONG high = static_cast<LONG>(size >> 32);
-    if (!file.IsOpen())
-        return false;
-    const DWORD low = ::SetFilePointer(file.Get(), static_cast<LONG>(size & 0xFFFFFFFF), &high, FILE_BEGIN);
-    // The low half of a position may look like the mark of failure.
-    const bool placed = low != INVALID_SET_FILE_POINTER || ::GetLastError() == NO_ERROR;
-    return placed && ::SetEndOfFile(file.Get()) && ::FlushFileBuffers(file.Get());
+    return file.IsOpen() && MoveTo(file, size) && ::SetEndOfFile(file.Get()) &&
+           ::FlushFileBuffers(file.Get());
 }
 
 }  // namespace Platform::System

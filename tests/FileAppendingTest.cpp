@@ -66,6 +66,39 @@ TEST_F(FileAppending, NeverAddsAFileToItself) {
     EXPECT_EQ(m_folder.Read("old"), "old");
 }
 
+TEST_F(FileAppending, BeginsTheHeadWhenTheRestIsOnTheMedium) {
+    m_folder.Write("source", std::string(50000, 's'));
+    for (const char* path : {"old", "new"}) {
+        m_folder.Write("old", "old");
+        FakeSystem system;
+        ASSERT_TRUE(Append(path, "source"));
+        using Call = FakeSystem::Call;
+        std::string written;
+        bool flushed = false;
+        bool begun = false;
+        for (const FakeSystem::Entry& entry : system.Journal()) {
+            if (entry.call == Call::Write) {
+                written += entry.bytes;
+                flushed = false;
+            }
+            flushed = flushed || entry.call == Call::Flush;
+            if (entry.call != Call::Overwrite)
+                continue;
+            begun = true;
+            EXPECT_TRUE(flushed) << path;
+            EXPECT_EQ(entry.bytes, "h");
+        }
+        EXPECT_TRUE(begun);
+        EXPECT_EQ(written, std::string(1, '\0') + "ead " + std::string(50000, 's'));
+    }
+}
+
+TEST_F(FileAppending, AddsAFileWithoutAHead) {
+    m_folder.Write("source", "bytes");
+    EXPECT_TRUE(Platform::AppendFile(m_folder.Wide("new"), "", m_folder.Wide("source")));
+    EXPECT_EQ(m_folder.Read("new"), "bytes");
+}
+
 TEST_F(FileAppending, LeavesTheFileAsItWasWhenAnythingFails) {
     m_folder.Write("source", std::string(50000, 's'));
     for (const char* path : {"old", "new"})

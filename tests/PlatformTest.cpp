@@ -569,6 +569,42 @@ TEST(Stream, RefusesWhatIsNoFile) {
     EXPECT_EQ(Platform::_wfopen(nullptr, L"wb"), nullptr);
 }
 
+TEST(Stream, StepsBack) {
+    const TestFolder folder;
+    folder.Write("raw.dat", "abcdef");
+    std::FILE* stream = Platform::_wfopen(folder.Wide("raw.dat").c_str(), L"rb");
+    ASSERT_NE(stream, nullptr);
+    char bytes[8] = "";
+    EXPECT_EQ(std::fread(bytes, 1, sizeof bytes, stream), 6U);
+    EXPECT_TRUE(Platform::StepBack(stream, 2));
+    EXPECT_EQ(std::fgetc(stream), 'e');
+    EXPECT_TRUE(Platform::StepBack(stream, 0));
+    EXPECT_EQ(std::fgetc(stream), 'f');
+    EXPECT_FALSE(Platform::StepBack(stream, 7));
+    EXPECT_TRUE(Platform::StepBack(stream, 6));
+    EXPECT_EQ(std::fgetc(stream), 'a');
+    std::fclose(stream);
+}
+
+TEST(Stream, StepsBackBeyondTwoGigabytes) {
+    const TestFolder folder;
+    std::error_code refused;
+    folder.Write("raw.dat", "");
+    fs::resize_file(folder.Path() / "raw.dat", std::uintmax_t{5} << 30, refused);
+    if (refused)
+        GTEST_SKIP() << "the medium has no files of that size";
+    std::FILE* stream = Platform::_wfopen(folder.Wide("raw.dat").c_str(), L"r+b");
+    ASSERT_NE(stream, nullptr);
+    // A place behind the end, and from there on only steps back.
+    ASSERT_EQ(std::fseek(stream, 0, SEEK_END), 0);
+    Put(stream, "abcdef");
+    EXPECT_TRUE(Platform::StepBack(stream, 3));
+    EXPECT_EQ(std::fgetc(stream), 'd');
+    EXPECT_TRUE(Platform::StepBack(stream, (std::uint64_t{5} << 30) + 4));
+    EXPECT_FALSE(Platform::StepBack(stream, 1));
+    std::fclose(stream);
+}
+
 TEST(Stream, FlushBringsTheBytesToTheFile) {
     const TestFolder folder;
     std::FILE* stream = Platform::_wfopen(folder.Wide("raw.dat").c_str(), L"wb");

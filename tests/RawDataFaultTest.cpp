@@ -52,6 +52,41 @@ protected:
         std::fclose(old);
     }
 
+    // The bytes of the first block of a name in the mirror, as far as `content` goes.
+    bool MirrorHolds(const std::string& name, const std::string& content) const {
+        const std::string mirror = m_folder.Read("mirror.dat");
+        const std::size_t block = mirror.find(Block(name, ""));
+        return block != std::string::npos &&
+               mirror.compare(block, Block(name, content).size(), Block(name, content)) == 0;
+    }
+
+    // True when the first block of a name in the archive begins with `content`.
+    bool ArchiveHolds(const std::string& name, const std::string& content) {
+        std::FILE* const block = static_cast<std::FILE*>(m_database.OpenRawDataFile(name.c_str(), nullptr));
+        if (block == nullptr)
+            return false;
+        std::string bytes(content.size(), '\0');
+        bytes.resize(std::fread(bytes.data(), 1, bytes.size(), block));
+        std::fclose(block);
+        return bytes == content;
+    }
+
+    // What a program finds that starts anew on what a stopped one left: every reading in the archive or in its
+    // own file, and after the next gathering in archive and mirror.
+    void ExpectNoHalfBlockIsFound(const std::string& what) {
+        SCOPED_TRACE(what);
+        for (const auto& [name, content] : {std::pair("a", m_a), std::pair("b", m_b)})
+            EXPECT_TRUE(ArchiveHolds(name, content) || m_folder.Read(name) == content) << name;
+        EXPECT_TRUE(m_database.ExtractRawDataFile("old", m_folder.Wide("target").c_str()));
+        EXPECT_EQ(m_folder.Read("target").substr(0, 11), "old content");
+        Gather();
+        for (const auto& [name, content] : {std::pair("a", m_a), std::pair("b", m_b)}) {
+            EXPECT_TRUE(ArchiveHolds(name, content)) << name;
+            EXPECT_TRUE(MirrorHolds(name, content)) << name;
+            EXPECT_FALSE(m_folder.Exists(name)) << name;
+        }
+    }
+
     bool IsWhole(const std::string& archive) const {
         const std::string a = Block("a", m_a);
         const std::string b = Block("b", m_b);
@@ -97,6 +132,40 @@ TEST_F(RawDataFault, LosesNothingWhenCallsOfOneKindFail) {
             if (!happened)
                 break;
         }
+}
+
+// Nothing that follows the call has an effect: so it is when the program is stopped there.
+TEST_F(RawDataFault, FindsNoHalfBlockOfAProgramThatWasStopped) {
+    for (int n = 1;; ++n) {
+        Prepare();
+        FakeSystem system;
+        system.FailAnyCall(n, Times::FromThenOn);
+        Gather();
+        const bool happened = system.FaultHappened();
+        system.Heal();
+        ExpectNoHalfBlockIsFound("stopped before call " + std::to_string(n));
+        if (happened)
+            continue;
+        EXPECT_GT(n, 30);
+        return;
+    }
+}
+
+// A power cut may leave any part of what was being written.
+TEST_F(RawDataFault, FindsNoHalfBlockAfterAPowerCut) {
+    std::vector<std::size_t> written = {16384, 39999, 40000};
+    for (std::size_t bytes = 0; bytes < Block("a", "").size() + 40; ++bytes)
+        written.push_back(bytes);
+    for (const std::size_t bytes : written) {
+        Prepare();
+        FakeSystem system;
+        system.FillDiskAfter(bytes);
+        for (const Call call : {Call::Cut, Call::Remove})
+            system.FailCall(call, 1, Times::FromThenOn);
+        EXPECT_FALSE(m_database.CopyRawDataFiles(L"a"));
+        system.Heal();
+        ExpectNoHalfBlockIsFound(std::to_string(bytes) + " bytes were written");
+    }
 }
 
 TEST_F(RawDataFault, LosesNothingWhenTheDiskIsFull) {

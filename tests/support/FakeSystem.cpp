@@ -110,10 +110,11 @@ bool MustFail(Call call) {
     return true;
 }
 
-void Record(Call call, const std::wstring& path, bool done, const std::wstring& to = {}) {
+void Record(Call call, const std::wstring& path, bool done, const std::wstring& to = {},
+            std::string_view bytes = {}) {
     Access access;
     if (access->active)
-        access->records.journal.push_back({call, path, to, {}, done});
+        access->records.journal.push_back({call, path, to, std::string(bytes), done});
 }
 
 void RecordOpened(Call call, const std::wstring& path, File file) {
@@ -406,6 +407,16 @@ std::FILE* OpenStream(const std::wstring& path, const wchar_t* mode) noexcept {
 bool FlushStream(std::FILE* stream) noexcept {
     const bool done = !MustFail(Call::FlushStream) && RealSystem::FlushStream(stream);
     Record(Call::FlushStream, L"", done);
+    return done;
+}
+
+bool StepBack(std::FILE* stream, std::uint64_t bytes) noexcept {
+    return RealSystem::StepBack(stream, bytes);
+}
+
+bool Overwrite(const std::wstring& path, std::uint64_t place, std::string_view bytes) noexcept {
+    const bool done = !MustFail(Call::Overwrite) && RealSystem::Overwrite(path, place, bytes);
+    Record(Call::Overwrite, path, done, {}, bytes);
     return done;
 }
 

@@ -40,6 +40,7 @@ public:
         FlushDirectory,
         OpenStream,
         FlushStream,
+        Overwrite,
         Cut,
     };
     enum class Times { Once, FromThenOn };
@@ -86,7 +87,7 @@ public:
         Call call;
         std::wstring path;  // also for calls on an open file
         std::wstring to;    // Rename
-        std::string bytes;  // Write: what was written
+        std::string bytes;  // Write, Overwrite: what was written
         bool done;          // false: the call failed, by itself or by arrangement
     };
     std::vector<Entry> Journal() const;  // all but Allocate and Read, in order
