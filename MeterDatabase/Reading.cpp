@@ -118,9 +118,12 @@ int CMeterDatabase::StartParser(CMeterInterface* iface) try {
         if (!ValueEntry::IsValue(text) || !MeterText::Contains(entry.Bare(kAttributes), 'R'))
             return true;
         if (const std::optional<std::string> reading = run.Search(name, entry.Bare(kStatus))) {
-            entry.Set(kValue, MeterText::WithoutQuotes(*reading));
-            entry.Set(kStatus, readingStatus.Of(name, entry));
-            m_dataFile->WriteString(section.c_str(), name, entry.Compose().c_str());
+            ValueEntry read = entry;
+            read.Set(kValue, MeterText::WithoutQuotes(*reading));
+            read.Set(kStatus, readingStatus.Of(name, read));
+            const std::string written = read.Compose();
+            if (m_dataFile->WriteString(section.c_str(), name, written.c_str()))
+                entry = ValueEntry(written);
         }
         alarm = alarm || HasAlarm(entry.Bare(kDefinition), entry.Bare(kStatus));
         return true;

@@ -15,8 +15,7 @@ public:
     //   name       name of the value entry, terminated, at most 255 characters
     //   value      receives the value as terminated text; holds "" on entry
     //   valueSize  bytes in value, terminator included
-    //   status     the entry's status letters so far, at most 255 characters; may be overwritten, which is
-    //   ignored
+    //   status     the entry's status letters so far, at most 255 characters; what is written there is ignored
     // True when the answer holds the value and it was written.
     virtual bool SearchValue(char* name, char* value, int valueSize, char* status) = 0;
 
@@ -31,9 +30,8 @@ public:
     //   number     null: not wanted
     //   name       receives the name of the type, 40 bytes
     //   maker      null: not wanted
-    //   functions  receives the codes of the functions that the type supports, one byte each, closed by a
-    //   zero;
-    //              256 bytes
+    //   functions  receives the codes of the functions that the type supports, one byte each, and a closing
+    //              zero; 256 bytes
     // False when the type is unknown.
     virtual bool GetMeterType(int type, int* number, char* name, char* maker, unsigned char* functions) = 0;
 

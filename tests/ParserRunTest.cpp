@@ -444,7 +444,26 @@ TEST_F(ParserRun, RaisesTheAlarmOfAnyValue) {
     EXPECT_EQ(m_parser.m_calls.size(), 5U) << "the values behind it are still read";
 }
 
+TEST_F(ParserRun, TestsAlarmsAgainstTheEntryAsItIsWritten) {
+    OpenRecord("");
+    EXPECT_EQ(Stored("R,U,\"BD,5", "9"), "R,DR,BD,9,\"\"") << "a quote that nothing closes is dropped";
+    ASSERT_TRUE(m_database.SetMeterItem("X", "R,U,\"BD,5"));
+    EXPECT_EQ(Run(), 1);
+    EXPECT_EQ(Run(), 1);
+}
+
 // ---- failures
+
+TEST_F(ParserRun, TestsAlarmsAgainstAnEntryThatCouldNotBeWritten) {
+    // Its line is an entry of the file, but nothing that begins like a header is written.
+    const std::string entries = "[X=R,U,\"8,BU\",1,\"\"\n[Y=R,U,\"8,BD\",1,\"\"\n";
+    OpenRecord(entries);
+    m_parser.m_answer = {{"[X", "5"}, {"[Y", "5"}};
+    EXPECT_EQ(Run(), 1) << "[X still has status U";
+    OpenRecord(entries.substr(entries.find("[Y")));
+    EXPECT_EQ(Run(), 0) << "[Y has no status D";
+    EXPECT_EQ(Data("#_1", "[Y"), "R,U,\"8,BD\",1,\"\"");
+}
 
 TEST_F(ParserRun, NeedsNoSystemIniOnceTheRecordIsOpen) {
     OpenRecord("History1=A,D,8,200801,\"\"\nX=R,U,X6,,\"\"\n",
