@@ -1,6 +1,8 @@
-// Without memory an edit fails and changes nothing.
+// Without memory an edit fails and changes nothing; look-ups need none.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstdio>
 #include <functional>
 #include <optional>
 
@@ -139,5 +141,101 @@ TEST(MeterIniFileMemoryLoad, FailsCleanly) {
         }
     }
 }
+
+// ---- look-ups
+
+// What look-ups answered, gathered without memory of its own.
+class Answers {
+public:
+    char text[64] = "";
+
+    void Note(bool found) {
+        const int added = std::snprintf(m_all + m_size, sizeof m_all - m_size, "%s\n", found ? text : "-");
+        m_size = std::min(m_size + static_cast<std::size_t>(added), sizeof m_all - 1);
+    }
+
+    std::string All() const { return m_all; }
+
+private:
+    char m_all[8192] = "";
+    std::size_t m_size = 0;
+};
+
+// Every look-up, over all sections, entries and lines, and for some that are not there.
+void LookUp(const CMeterIniFile& store, Answers* answers) {
+    constexpr int kSize = sizeof answers->text;
+    char* const text = answers->text;
+    char key[kSize];
+    for (const char* const section : {"a", "B", "c", "new", "a name that is longer than a short string"}) {
+        answers->Note(store.SectionExists(section));
+        for (const char* const name :
+             {"k", " M ", "x", "last", "new", "a key that is longer than a short string"})
+            answers->Note(store.ReadString(section, name, text, kSize));
+        for (int i = 0; i < 6; ++i) {
+            answers->Note(store.ReadByIndex(section, i, key, kSize, text, kSize));
+            answers->Note(store.ReadLineByIndex(section, i, text, kSize));
+        }
+    }
+    for (int line = -1; line < 18; ++line) {
+        answers->Note(store.GetString(line, text, kSize));
+        std::snprintf(text, kSize, "%d", store.FindBracketLine(line));
+        answers->Note(true);
+    }
+}
+
+struct Edits {
+    const char* name;
+    std::function<bool(CMeterIniFile&)> make;
+};
+
+class MeterIniFileLookUps : public testing::TestWithParam<Edits> {};
+
+// The first round may make what finding keys in an edited section needs.
+TEST_P(MeterIniFileLookUps, AllocateNothing) {
+    const TestFolder folder;
+    folder.Write("a.ini", "top\n[a]\r\nk=1\n;note\nm=2\n\n[b]\nx=1\n[open\n[c]\ny=1\nlast=without end");
+    CMeterIniFile store(folder.Wide("a.ini").c_str());
+    ASSERT_TRUE(GetParam().make(store));
+    Answers first;
+    LookUp(store, &first);
+    Answers second;
+    bool allocated = false;
+    {
+        const HeapFault fault(1, HeapFault::Times::FromThenOn);
+        LookUp(store, &second);
+        allocated = fault.Happened();
+    }
+    EXPECT_FALSE(allocated);
+    EXPECT_EQ(first.All(), second.All());
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Edits, MeterIniFileLookUps,
+    testing::Values(
+        Edits{"OfTheFileAsItIs", [](CMeterIniFile&) { return true; }},
+        Edits{"AfterChangedValues",
+              [](CMeterIniFile& s) {
+                  return s.WriteString("a", "m", "a value that needs more room than the old one") &&
+                         s.WriteString("b", "x", "");
+              }},
+        Edits{"AfterNewAndDeletedKeys",
+              [](CMeterIniFile& s) { return s.WriteString("a", "new", "3") && s.DeleteKey("a", "k"); }},
+        Edits{"AfterNewAndDeletedSections",
+              [](CMeterIniFile& s) { return s.WriteString("new", "k", "1") && s.DeleteSection("b"); }},
+        Edits{"AfterChangedLines",
+              [](CMeterIniFile& s) {
+                  return s.SetString(2, "x=1") && s.SetString(6, "[new]") && s.SetString(9, "no header");
+              }},
+        Edits{"AfterAppendedLines",
+              [](CMeterIniFile& s) { return s.AppendString("x=1") > 0 && s.AppendString("[new]") > 0; }},
+        Edits{"AfterARestoredSection",
+              [](CMeterIniFile& s) {
+                  return s.BackupSection("a") && s.WriteString("a", "k", "") && s.RestoreSection("a");
+              }},
+        Edits{"AfterASaveInTheBackground",
+              [](CMeterIniFile& s) {
+                  return s.WriteString("c", "y", "2") && s.UpdateFileBackground() && s.UpdateFile();
+              }}),
+    [](const testing::TestParamInfo<Edits>& row) { return row.param.name; });
 
 }  // namespace

@@ -215,20 +215,6 @@ TEST(MeterIniFileRead, BracketLinesAreFoundWhetherTheyAreHeadersOrNot) {
     EXPECT_EQ(store->FindBracketLine(6), -1);
 }
 
-TEST(MeterIniFileRead, ZeroBytesAreKept) {
-    const std::string bytes(
-        "[a]\r\nk=1\0"
-        "2\r\n\0\r\n",
-        16);
-    const Store store(bytes);
-    char dst[8];
-    EXPECT_TRUE(store->ReadString("a", "k", dst, 8));
-    EXPECT_EQ(std::string(dst, 4), std::string("1\0"
-                                               "2\0",
-                                               4));
-    EXPECT_EQ(store.Saved(), bytes);
-}
-
 TEST(MeterIniFileRead, OutputsAreCutTerminatedAndGuarded) {
     const Store store("[sec]\nkey=value\n");
     for (const int size : {1, 2, 5, 6, 7}) {
@@ -680,62 +666,9 @@ TEST(MeterIniFileQuotes, EnclosingOnesAreRemoved) {
     CMeterIniFile::EliminateQuotes(nullptr);
 }
 
-// ---- bytes are kept
+// ---- large files
 
-TEST(MeterIniFileBytes, LoadingAndSavingKeepsThem) {
-    std::string all;
-    for (int byte = 0; byte < 256; ++byte)
-        all += static_cast<char>(byte);
-    const std::vector<std::string> files = {
-        "",
-        "\n",
-        "\r\n",
-        "\r",
-        "\n\r",
-        "\r\r\n",
-        "no line end",
-        "[a]",
-        "[a]\r\nk=1",
-        "[a]\r\nk=1\n\n\r\n",
-        "\xEF\xBB\xBF",
-        "\xEF\xBB\xBF\n",
-        "\xEF\xBB\xBF\xEF\xBB\xBF[a]\n",
-        "\xEF\xBB",
-        "\xFF\xFE[\0a\0]\0",
-        std::string("\0", 1),
-        std::string("[a]\0\n\0=\0\n", 10),
-        "[a]\n[a]\nk=1\nk=1\n",
-        "  [a]  ; comment\n  k  =  v  \n",
-        "[a\n]b\n[]\n[[a]]\n",
-        ";only\n#comments\n",
-        "=\n==\n =x\n",
-        " \t \n\t\n ",
-        "[a]\n" + std::string(1000000, 'x') + "=1\r\nk=" + std::string(1000000, 'y'),
-        all,
-        all + "\n" + all,
-        "[a]\nk=1\r",
-        "[a]\nk=1\r\r\n",
-        "\n\n\n[a]\n\n\n",
-        "k=before\n[a]\nk=1\n"};
-    for (const std::string& bytes : files) {
-        const Store store(bytes);
-        EXPECT_TRUE(store.Saved() == bytes) << testing::PrintToString(bytes.substr(0, 80));
-        store.Value("a", "k");
-        store.Line(3);
-        EXPECT_TRUE(store.Saved() == bytes)
-            << "after reading " << testing::PrintToString(bytes.substr(0, 80));
-    }
-}
-
-TEST(MeterIniFileBytes, AMillionEmptyLines) {
-    const std::string bytes(1000000, '\n');
-    const Store store(bytes);
-    EXPECT_EQ(store.Line(999999), "");
-    EXPECT_EQ(store.Line(1000000), "(none)");
-    EXPECT_TRUE(store.Saved() == bytes);
-}
-
-TEST(MeterIniFileBytes, ManySectionsOfOneName) {
+TEST(MeterIniFile, ManySectionsOfOneName) {
     std::string bytes;
     for (int i = 0; i < 100000; ++i)
         bytes += "[a]\n";
