@@ -2,6 +2,7 @@
 // record that an edit may be taken back to. Owns the lines that a new record consists of, and the rule by
 // which general values of the route get into it.
 #include <algorithm>
+#include <cstdint>
 #include <limits>
 #include <new>
 #include <vector>
@@ -150,7 +151,7 @@ bool CMeterDatabase::DeleteActualMeter() try {
         m_dataFile->DeleteSection(AppendixSection(appendix, m_currentMeter).c_str());
     m_currentMeter = 0;
     m_currentAppendix = 0;
-    CheckConsistency();
+    BringIntoOrder(SIZE_MAX);  // however many meters move down, each takes its appendices along
     return true;
 } catch (const std::bad_alloc&) {
     return false;

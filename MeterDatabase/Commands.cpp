@@ -167,8 +167,7 @@ void CMeterDatabase::ShowFunction(CMeterInterface* iface, const Function& functi
 // A text with the values that its placeholders show. Every placeholder shows the first token of the
 // definition. A value that would not leave room for one more character is left out.
 std::string CMeterDatabase::Filled(std::string text, int textLen, std::string_view definition) const {
-    bool more = false;
-    const std::string_view token = MeterText::TakeToken(&definition, ",", &more);
+    const std::string_view token = MeterText::FirstToken(definition);
     const std::size_t bracket = token.find('[');
     const bool hasArgument = bracket != std::string_view::npos;
     const int code = hasArgument ? MeterText::ToInt(token) : 0;

@@ -116,28 +116,33 @@ bool AddDefault(CMeterIniFile& store, const char* section, const char* key, cons
     return store.WriteString(section, key, value) && store.UpdateFile();
 }
 
-// Old and new numbers of the meters that were renumbered, at most 10000 pairs; of those with the same old
-// number the first counts. Kept in the order of the old numbers, so that the appendices of a long route find
-// theirs quickly.
+constexpr std::size_t kTablePairs = 10000;
+
+// Old and new numbers of the meters that were renumbered; of those with the same old number the first counts.
+// Kept in the order of the old numbers, so that the appendices of a long route find theirs quickly.
 class Renumbering {
 public:
-    Renumbering() : m_pairs(static_cast<Pair*>(Platform::LocalAlloc(0, kMostPairs * sizeof(Pair)))) {}
+    explicit Renumbering(std::size_t most) : m_most(most), m_pairs(NewTable(m_capacity)) {}
     ~Renumbering() { Platform::LocalFree(m_pairs); }
     Renumbering(const Renumbering&) = delete;
     Renumbering& operator=(const Renumbering&) = delete;
 
     bool HasMemory() const { return m_pairs != nullptr; }
 
-    void Add(std::int32_t oldNumber, std::int32_t newNumber) {
-        if (m_added == kMostPairs)
-            return;
+    // False without memory. A pair beyond the most that are kept is passed over.
+    bool Add(std::int32_t oldNumber, std::int32_t newNumber) {
+        if (m_added == m_most)
+            return true;
+        if (m_added == m_capacity && !Grow())
+            return false;
         ++m_added;
         Pair* const place = Place(oldNumber);
         if (place != End() && place->oldNumber == oldNumber)
-            return;
+            return true;
         std::move_backward(place, End(), End() + 1);
         *place = {oldNumber, newNumber};
         ++m_kept;
+        return true;
     }
 
     std::optional<std::int32_t> NewNumber(std::int32_t oldNumber) const {
@@ -152,7 +157,21 @@ private:
         std::int32_t oldNumber;
         std::int32_t newNumber;
     };
-    static constexpr std::size_t kMostPairs = 10000;
+
+    static Pair* NewTable(std::size_t pairs) {
+        return static_cast<Pair*>(Platform::LocalAlloc(0, pairs * sizeof(Pair)));
+    }
+
+    bool Grow() {
+        Pair* const larger = NewTable(2 * m_capacity);
+        if (larger == nullptr)
+            return false;
+        std::copy(m_pairs, End(), larger);
+        Platform::LocalFree(m_pairs);
+        m_pairs = larger;
+        m_capacity *= 2;
+        return true;
+    }
 
     Pair* End() const { return m_pairs + m_kept; }
     Pair* Place(std::int32_t oldNumber) const {
@@ -161,6 +180,8 @@ private:
         });
     }
 
+    std::size_t m_most;
+    std::size_t m_capacity = kTablePairs;
     Pair* m_pairs;
     std::size_t m_added = 0;
     std::size_t m_kept = 0;
@@ -222,8 +243,8 @@ std::optional<std::string> RenumberedAppendix(std::string_view name, const Renum
 
 // Numbers the meters in the order of their headers. Number of meters, and in `*changed` whether one had
 // another number; nothing, with no header changed, without memory.
-std::optional<int> RenumberRecords(CMeterIniFile& store, bool* changed) {
-    Renumbering renumbering;
+std::optional<int> RenumberRecords(CMeterIniFile& store, std::size_t most, bool* changed) {
+    Renumbering renumbering(most);
     if (!renumbering.HasMemory())
         return std::nullopt;
     HeaderChanges changes(&store);
@@ -236,7 +257,8 @@ std::optional<int> RenumberRecords(CMeterIniFile& store, bool* changed) {
             const int oldNumber = MeterText::ToInt(header.substr(3));
             if (oldNumber == ++meters)
                 continue;
-            renumbering.Add(oldNumber, meters);
+            if (!renumbering.Add(oldNumber, meters))
+                return std::nullopt;
             changes.Add(line, "[#_" + std::to_string(meters) + "]");
             *changed = true;
         } else if (BeginsWith(header, "[#")) {
@@ -511,9 +533,14 @@ void CMeterDatabase::FindParameterFiles() {
 }
 
 int CMeterDatabase::CheckConsistency() {
+    return BringIntoOrder(kTablePairs);
+}
+
+// Appendices follow the first `most` meters that are renumbered.
+int CMeterDatabase::BringIntoOrder(std::size_t most) {
     const int recorded = ReadNumber(*m_dataFile, "General", "Meters", kNumberBytes);
     bool changed = false;
-    const std::optional<int> meters = RenumberRecords(*m_dataFile, &changed);
+    const std::optional<int> meters = RenumberRecords(*m_dataFile, most, &changed);
     if (!meters)
         return 0;
     if (*meters != recorded) {

@@ -65,12 +65,11 @@ constexpr struct {
 // The rest of the first token that begins with one of the prefixes, of which empty ones are none.
 template <std::size_t Count>
 std::string_view TextBehind(std::string_view definition, const std::string_view (&prefixes)[Count]) {
-    for (bool more = true; more;) {
-        const std::string_view token = MeterText::TakeToken(&definition, ",", &more);
+    MeterText::TokenReader tokens(definition);
+    for (std::string_view token; tokens.Next(&token);)
         for (const std::string_view prefix : prefixes)
             if (!prefix.empty() && token.substr(0, prefix.size()) == prefix)
                 return token.substr(prefix.size());
-    }
     return {};
 }
 
@@ -153,9 +152,8 @@ enum CheckResult { kPasses, kDeviates, kBelow, kAbove };
 
 // The first token of a definition that asks for a check; an empty token ends the search.
 std::string_view CheckToken(std::string_view definition) {
-    definition = MeterText::WithoutQuotes(definition);
-    for (bool more = true; more;) {
-        const std::string_view token = MeterText::TakeToken(&definition, ",", &more);
+    MeterText::TokenReader tokens(MeterText::WithoutQuotes(definition));
+    for (std::string_view token; tokens.Next(&token);) {
         if (token.empty())
             break;
         if (MeterText::Contains("CXV", token.front()))

@@ -100,11 +100,12 @@ std::string FilledPattern(std::string_view value, std::string_view pattern) {
 
 // The label of a code in a list of the record, CODE:LABEL;CODE:LABEL...
 std::optional<std::string> ListedLabel(std::string_view list, std::string_view value) {
-    for (bool more = true; more;) {
-        std::string_view label = MeterText::TakeToken(&list, ";", &more);
-        bool hasLabel = false;
-        const std::string_view code = MeterText::TakeToken(&label, ":", &hasLabel);
-        label = MeterText::WithoutQuotes(label);
+    MeterText::TokenReader entries(list, ";");
+    for (std::string_view entry; entries.Next(&entry);) {
+        MeterText::TokenReader parts(entry, ":");
+        std::string_view code;
+        parts.Next(&code);
+        const std::string_view label = MeterText::WithoutQuotes(parts.Rest());
         if (!code.empty() && code.front() != '_' && !label.empty() && code == value)
             return std::string(label);
     }
@@ -125,9 +126,9 @@ std::string SurveyLabel(const CMeterIniFile& systemIni, const std::string& secti
 std::string SetBits(std::string_view bits, std::string_view labels) {
     constexpr std::size_t kMostChars = 253;
     std::string text;
-    bool more = true;
-    for (std::size_t i = 0; i < bits.size() && more; ++i) {
-        const std::string_view label = MeterText::TakeToken(&labels, ";", &more);
+    MeterText::TokenReader tokens(labels, ";");
+    std::string_view label;
+    for (std::size_t i = 0; i < bits.size() && tokens.Next(&label); ++i) {
         if (bits[i] != '1' || label.empty() || text.size() + label.size() >= kMostChars)
             continue;
         text.append(text.empty() ? "" : ",").append(label);
@@ -153,9 +154,7 @@ void CMeterDatabase::FormatValue(char* out, const char* value, const char* defin
 // A value as its bare definition shows it; nothing when a list of the record does not know it.
 std::optional<std::string> CMeterDatabase::Formatted(std::string_view value,
                                                      std::string_view definition) const {
-    bool more = false;
-    const std::string_view token =
-        MeterText::TakeToken(&definition, ",", &more).substr(0, ValueEntry::kSubFieldChars);
+    const std::string_view token = MeterText::FirstToken(definition).substr(0, ValueEntry::kSubFieldChars);
     if (!token.empty() && token.front() >= '0' && token.front() <= '9')
         return NumberWithUnit(value, token);
     if (IsDuration(token, value))

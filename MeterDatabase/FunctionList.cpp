@@ -80,12 +80,9 @@ std::optional<MeterType> AskMeterType(CMeterInterface* iface) {
 // The tokens of a list up to the first empty one, at most `most`, each cut to `chars` characters.
 std::vector<std::string_view> Tokens(std::string_view list, std::size_t most, std::size_t chars) {
     std::vector<std::string_view> tokens;
-    for (bool more = true; more && tokens.size() < most;) {
-        const std::string_view token = MeterText::TakeToken(&list, ",", &more);
-        if (token.empty())
-            break;
+    MeterText::TokenReader reader(list);
+    for (std::string_view token; tokens.size() < most && reader.Next(&token) && !token.empty();)
         tokens.push_back(token.substr(0, chars));
-    }
     return tokens;
 }
 
@@ -151,8 +148,8 @@ bool IsSatisfied(std::string_view token, std::string_view available, bool clockW
 std::string MeterRecords::RunnableTokens(std::string_view definition, std::string_view available,
                                          bool clockWithdrawn) {
     std::string runnable;
-    for (bool more = !definition.empty(); more;) {
-        std::string_view token = MeterText::TakeToken(&definition, ",", &more);
+    MeterText::TokenReader tokens(definition);
+    for (std::string_view token; tokens.Next(&token);) {
         TakeOptionalMark(&token);
         const int code = MeterText::ToInt(token);
         if (!Offers(available, code) || (code == kSetTimeFunction && clockWithdrawn))
@@ -259,14 +256,13 @@ std::string CMeterDatabase::FunctionsSection() const {
 }
 
 bool CMeterDatabase::CheckFunctionList(const char* definition, const unsigned char* available) {
-    std::string_view rest = MeterText::WithoutQuotes(MeterText::View(definition));
-    if (m_dataFile == nullptr)
+    const std::string_view functions = MeterText::WithoutQuotes(MeterText::View(definition));
+    if (m_dataFile == nullptr || functions.empty())
         return false;
     const std::string_view offered = MeterText::View(reinterpret_cast<const char*>(available));
-    for (bool more = true; more;) {
-        const std::string_view token = MeterText::TakeToken(&rest, ",", &more).substr(0, kNameBytes - 1);
-        if (!IsSatisfied(token, offered, m_functionListFlagB))
+    MeterText::TokenReader tokens(functions);
+    for (std::string_view token; tokens.Next(&token);)
+        if (!IsSatisfied(token.substr(0, kNameBytes - 1), offered, m_functionListFlagB))
             return false;
-    }
     return true;
 }

@@ -487,7 +487,8 @@ public:
 
 protected:
     // Renumbers the records in the order of their headers, corrects "Meters" and the client number, and saves
-    // what changed. Number of meter records, 0 when a save failed. The data file must be open.
+    // what changed. Appendices follow the first 10000 meters that are renumbered. Number of meter records, 0
+    // when a save failed. The data file must be open.
     int CheckConsistency();
 
     // Loads the texts of the current language.
@@ -592,6 +593,7 @@ private:
     std::string ActionText() const;
     std::string ChangeText() const;
     bool SaveNow(CMeterIniFile& store);
+    int BringIntoOrder(std::size_t most);
 
     struct Field;  // of a list, with what the files hold of it
     const Type_DataField* FieldAt(int kind, const char* variant, int index, char* section);

@@ -75,9 +75,9 @@ bool CMeterDatabase::CopyRawDataFiles(const wchar_t* names) try {
     if (list.empty() || list.front() == ',')
         return false;
     const std::wstring directory = RawDirectory();
-    std::string_view rest = list;
-    for (bool more = true; more;)
-        GatherFile(directory, MeterText::TakeToken(&rest, ",", &more));
+    MeterText::TokenReader files(list);
+    for (std::string_view name; files.Next(&name);)
+        GatherFile(directory, name);
     return false;
 } catch (const std::bad_alloc&) {
     return false;

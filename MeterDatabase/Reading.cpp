@@ -40,8 +40,8 @@ bool IsAlarm(std::string_view token, std::string_view status) {
 
 // True when one of a definition's tokens, up to the first empty one, is an alarm condition that holds.
 bool HasAlarm(std::string_view definition, std::string_view status) {
-    for (bool more = true; more;) {
-        const std::string_view token = MeterText::TakeToken(&definition, ",", &more);
+    MeterText::TokenReader tokens(definition);
+    for (std::string_view token; tokens.Next(&token);) {
         if (token.empty())
             return false;
         if (IsAlarm(MeterText::WithoutQuotes(token), status))

@@ -22,11 +22,10 @@ std::string_view Placeholder(std::string_view text) {
 
 // The token of a definition that holds an expected text, without its letter.
 std::string_view ExpectedText(std::string_view definition) {
-    for (bool more = true; more;) {
-        const std::string_view token = MeterText::TakeToken(&definition, ",", &more);
+    MeterText::TokenReader tokens(definition);
+    for (std::string_view token; tokens.Next(&token);)
         if (!token.empty() && MeterText::Contains("Xx", token.front()))
             return token.substr(1);
-    }
     return {};
 }
 

@@ -72,11 +72,11 @@ std::string WithoutLineBreaks(std::string_view text) {
 }
 
 ValueEntry::ValueEntry(std::string_view text) {
-    std::string_view rest = text.substr(0, kEntryChars);
-    bool more = true;
-    for (std::size_t field = kAttributes; field < kText; ++field)
-        m_raw[field] = MeterText::TakeToken(&rest, ",", &more);
-    m_raw[kText] = rest;
+    MeterText::TokenReader tokens(text.substr(0, kEntryChars));
+    std::string_view token;
+    for (std::size_t field = kAttributes; field < kText && tokens.Next(&token); ++field)
+        m_raw[field] = token;
+    m_raw[kText] = tokens.Rest();
 }
 
 ValueEntry::ValueEntry() : m_raw{"A", "U", "8", "", "\"\""} {}
@@ -117,9 +117,7 @@ void ValueEntry::Rewrite(SubField field, const char* given) {
 }
 
 void ValueEntry::TakeOver(SubField field, std::string_view text) {
-    std::string_view token;
-    MeterText::FindToken(text, 1, ",", &token);
-    if (IsQuoted(text) && token.size() == text.size())
+    if (IsQuoted(text) && MeterText::FirstToken(text).size() == text.size())
         m_raw[field] = text;
     else
         Set(field, text);

@@ -1,5 +1,6 @@
 #include "MeterUtil/IniSaver.h"
 
+#include <new>
 #include <utility>
 
 #include "Platform/Platform.h"
@@ -34,7 +35,7 @@ void ReportFailure(const std::wstring& path, const std::wstring& text) {
 }
 
 bool SaveTo(const std::wstring& path, const std::vector<std::string_view>& pieces,
-            const std::wstring& errorText) {
+            const std::wstring& errorText) noexcept {
     if (Platform::ReplaceFile(path, pieces))
         return true;
     ReportFailure(path, errorText);
@@ -42,8 +43,15 @@ bool SaveTo(const std::wstring& path, const std::vector<std::string_view>& piece
 }
 
 // Asked once the file is saved: until then a mirror that is a hard link of it looks like the file itself.
-bool NeedsMirror(const SaveTarget& target) {
-    return !target.mirror.empty() && !Platform::SamePath(target.path, target.mirror);
+// Without memory to compare the paths the mirror is written: once too often does no harm.
+bool NeedsMirror(const SaveTarget& target) noexcept {
+    if (target.mirror.empty())
+        return false;
+    try {
+        return !Platform::SamePath(target.path, target.mirror);
+    } catch (const std::bad_alloc&) {
+        return true;
+    }
 }
 
 }  // namespace
@@ -55,17 +63,16 @@ void SetSaveErrorHandler(CMeterIniFile::SaveErrorHandler handler, void* context)
     listener.context = context;
 }
 
+void ReportFailedSave(const SaveTarget& target) noexcept {
+    ReportFailure(target.path, target.errorText);
+}
+
 bool SaveText(const SaveTarget& target, const std::vector<std::string_view>& pieces) noexcept {
-    try {
-        Platform::KeepAwake(true);
-        const bool saved = SaveTo(target.path, pieces, target.errorText);
-        const bool mirrored = !NeedsMirror(target) || SaveTo(target.mirror, pieces, target.errorText);
-        Platform::KeepAwake(false);
-        return saved && mirrored;
-    } catch (...) {
-        Platform::KeepAwake(false);
-        return false;
-    }
+    Platform::KeepAwake(true);
+    const bool saved = SaveTo(target.path, pieces, target.errorText);
+    const bool mirrored = !NeedsMirror(target) || SaveTo(target.mirror, pieces, target.errorText);
+    Platform::KeepAwake(false);
+    return saved && mirrored;
 }
 
 BackgroundSaver::~BackgroundSaver() {

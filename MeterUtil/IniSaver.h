@@ -28,6 +28,9 @@ bool SaveText(const SaveTarget& target, const std::vector<std::string_view>& pie
 
 void SetSaveErrorHandler(CMeterIniFile::SaveErrorHandler handler, void* context) noexcept;
 
+// Tells the handler of the process of a save that could not even be begun.
+void ReportFailedSave(const SaveTarget& target) noexcept;
+
 // Saves snapshots one after the other on a thread that the first one starts. Of those that wait only the
 // latest is written. A failed save sets the error flag.
 class BackgroundSaver {

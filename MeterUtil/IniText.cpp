@@ -35,7 +35,6 @@ bool IniText::Load(Platform::FileBytes bytes) {
     const std::string_view text(size == 0 ? "" : m_base.get(), size);
     m_hasByteOrderMark = text.substr(0, kByteOrderMark.size()) == kByteOrderMark;
     const std::size_t skipped = m_hasByteOrderMark ? kByteOrderMark.size() : 0;
-    m_textBytes = size - skipped;
     ScanLines(text.data() + skipped, text.data() + size);
     BuildNameIndex();
     return true;
@@ -59,7 +58,7 @@ void IniText::ScanLines(const char* begin, const char* end) {
         line = next;
     }
     CloseSection();
-    m_numbered = static_cast<std::uint32_t>(m_order.size());
+    m_numbered = m_placed = static_cast<std::uint32_t>(m_order.size());
     m_lineCount = static_cast<std::uint32_t>(m_startCount);
     AddLineStart(skipped + static_cast<std::size_t>(end - begin));
     if (m_lineCount != 0 && LineEndOf({begin, m_starts[1] - skipped}) == kLf)
@@ -220,24 +219,32 @@ bool IniText::LineOfSection(Section id, std::uint32_t index, std::string_view* t
     return true;
 }
 
-void IniText::NumberLines() {
-    for (; m_numbered < m_order.size(); ++m_numbered) {
+// Numbers the lines of sections until one begins behind line `upTo`.
+void IniText::NumberLines(std::uint32_t upTo) {
+    for (; m_numbered < m_order.size() && m_firstLine[m_numbered - 1] <= upTo; ++m_numbered) {
         const std::uint32_t before = m_numbered - 1;  // the first is always numbered
         m_firstLine[m_numbered] = m_firstLine[before] + LinesOf(m_sections[m_order[before]]);
     }
 }
 
+std::uint32_t IniText::PositionOf(Section id) {
+    if (m_sections[id].position >= m_placed)
+        for (; m_placed < m_order.size(); ++m_placed)
+            m_sections[m_order[m_placed]].position = m_placed;
+    return m_sections[id].position;
+}
+
 // Where line `line` stands; it must exist.
 IniText::Place IniText::Locate(std::uint32_t line) {
-    NumberLines();
+    NumberLines(line);
     const auto holds = [&](std::uint32_t position) {
-        return position < m_order.size() && m_firstLine[position] <= line &&
+        return position < m_numbered && m_firstLine[position] <= line &&
                line - m_firstLine[position] < LinesOf(m_sections[m_order[position]]);
     };
     std::uint32_t position = m_lastPosition;
     if (!holds(position) && !holds(++position)) {
         // The last section that begins at or before the line; only the first one may be without any line.
-        const auto behind = std::upper_bound(m_firstLine.begin(), m_firstLine.end(), line);
+        const auto behind = std::upper_bound(m_firstLine.begin(), m_firstLine.begin() + m_numbered, line);
         position = static_cast<std::uint32_t>(behind - m_firstLine.begin()) - 1;
     }
     m_lastPosition = position;
@@ -260,10 +267,12 @@ std::uint32_t IniText::FindBracketLine(std::uint32_t line) {
     if (line >= m_lineCount)
         return m_lineCount;
     Place place = Locate(line);
+    std::uint32_t first = m_firstLine[place.position];
     for (; place.position < m_order.size(); place = {place.position + 1, kHeaderLine}) {
         const SectionData& section = m_sections[m_order[place.position]];
         m_lastPosition = place.position;
-        const std::uint32_t behindHeader = m_firstLine[place.position] + (section.header.size != 0 ? 1 : 0);
+        const std::uint32_t behindHeader = first + (section.header.size != 0 ? 1 : 0);
+        first = behindHeader + section.count;
         if (place.index == kHeaderLine && section.header.size != 0 && section.header.text[0] == '[')
             return behindHeader - 1;
         if (!section.hasBracketLines)
@@ -309,7 +318,7 @@ void IniText::Link(Section id) {
         return;
     }
     SectionData& head = m_sections[first];
-    if (section.position < head.position) {
+    if (PositionOf(id) < PositionOf(first)) {
         section.nextSame = first;
         section.prevSame = head.prevSame;
         head.prevSame = id;
@@ -318,7 +327,7 @@ void IniText::Link(Section id) {
         return;
     }
     Section before = head.prevSame;
-    while (m_sections[before].position > section.position)
+    while (m_sections[before].position > section.position)  // both are up to date now
         before = m_sections[before].prevSame;
     const Section after = m_sections[before].nextSame;
     section.prevSame = before;

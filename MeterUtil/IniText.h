@@ -38,6 +38,7 @@ class IniText {
 public:
     using Section = std::uint32_t;  // stays the same while the section exists
     static constexpr Section kNoSection = UINT32_MAX;
+    static constexpr std::size_t kMostBytes = UINT32_MAX - 1;  // offsets have 32 bits
 
     IniText();
 
@@ -90,7 +91,7 @@ private:
         std::uint32_t nextInBucket = kNoSection;
         std::uint32_t nextSame = kNoSection;  // of the same name, in the order of the file
         std::uint32_t prevSame = kNoSection;  // of the first: the last one
-        std::uint32_t position = 0;           // in m_order
+        std::uint32_t position = 0;           // in m_order; valid below m_placed
         std::uint32_t leading = 0;            // so many first lines are all entries; once tagged
         bool tagged = false;
         bool hasBracketLines = false;  // a line behind the header may begin with '['
@@ -132,7 +133,8 @@ private:
     void Tag(SectionData& section);
     Section FindSection(std::uint32_t hash, std::string_view name) const;
     std::uint32_t FindEntry(Section id, std::string_view key, std::string_view* value);
-    void NumberLines();
+    void NumberLines(std::uint32_t upTo);
+    std::uint32_t PositionOf(Section id);
     Place Locate(std::uint32_t line);
 
     // names
@@ -156,7 +158,7 @@ private:
     void ReplaceLine(SectionData& section, std::uint32_t index, std::string_view text);
     void AddEntry(Section id, std::string_view key, std::string_view value);
     void EndLastLine();
-    bool IsLast(const SectionData& section) const;
+    bool IsLast(Section id) const;
     std::unique_ptr<EditedLines> LinesFrom(std::string_view raw);
     void ReserveSection();
     Section NewSection(const Line& header, std::unique_ptr<EditedLines> lines,
@@ -167,14 +169,12 @@ private:
     void JoinToPrevious(Section id, std::string_view text);
     void ReplaceLines(Section id, std::string_view raw);
     void GrowBuckets();
-    void RenumberFrom(std::uint32_t position);
+    void OrderChangedFrom(std::uint32_t position);
     void LinesChangedFrom(std::uint32_t position);
     std::size_t BytesOf(const SectionData& section) const;
     std::size_t TextBytes() const;
     void Tidy() noexcept;
-    void Rebase();
-
-    static constexpr std::size_t kMostBytes = UINT32_MAX - 1;  // offsets have 32 bits
+    void Rebase(std::size_t textBytes);
 
     std::shared_ptr<const char> m_base;
     std::unique_ptr<std::uint32_t[], LineStartsFree> m_starts;  // of the base's lines, and its end
@@ -185,13 +185,16 @@ private:
 
     std::vector<SectionData> m_sections;  // by Section
     std::vector<Section> m_unused;        // of m_sections
-    std::vector<Section> m_order;  // in the order of the file; the first holds the lines before any header
+    // In the order of the file; the first holds the lines before any header. What is known of the order is
+    // brought up to date when it is next asked for, so that many edits in a row do not walk over it each.
+    std::vector<Section> m_order;
+    std::uint32_t m_placed = 0;
     std::vector<std::uint32_t> m_firstLine;  // number of the first line, by position; valid below m_numbered
     std::uint32_t m_numbered = 0;
     std::vector<Section> m_buckets;  // first section of each chain; a power of two
     std::uint32_t m_lineCount = 0;
-    std::size_t m_textBytes = 0;  // without the byte order mark
-    std::string_view m_lineEnd;   // of new lines
+    std::size_t m_tidyAt = 0;    // so many bytes of the arena: it is time to look how much of it is in use
+    std::string_view m_lineEnd;  // of new lines
     bool m_hasByteOrderMark = false;
 
     Cursor m_cursor;

@@ -62,19 +62,16 @@ Line IniText::NewLine(std::initializer_list<std::string_view> parts) {
 void IniText::ReplaceTail(Line& line, std::size_t kept, std::string_view text, std::string_view lineEnd) {
     const std::size_t size = kept + text.size() + lineEnd.size();
     if (size > line.capacity) {
-        const Line longer = NewLine({line.Raw().substr(0, kept), text, lineEnd});
-        m_textBytes += size - line.size;
-        line = longer;
+        line = NewLine({line.Raw().substr(0, kept), text, lineEnd});
         return;
     }
-    m_textBytes += size - line.size;
     char* const tail = LineArena::Writable(line) + kept;
     std::copy(lineEnd.begin(), lineEnd.end(), std::copy(text.begin(), text.end(), tail));
     line.size = static_cast<std::uint32_t>(size);
 }
 
-bool IniText::IsLast(const SectionData& section) const {
-    return section.position + 1 == m_order.size();
+bool IniText::IsLast(Section id) const {
+    return m_order.back() == id;
 }
 
 // Gives the last line of the file a line end, when it lacks one.
@@ -87,6 +84,13 @@ void IniText::EndLastLine() {
     ReplaceTail(line, raw.size(), {}, LineEndFor(raw));
 }
 
+// Sections came or went at a position.
+void IniText::OrderChangedFrom(std::uint32_t position) {
+    m_placed = std::min(m_placed, position);
+    LinesChangedFrom(position - 1);
+}
+
+// Lines came or went in the section at a position.
 void IniText::LinesChangedFrom(std::uint32_t position) {
     m_numbered = std::min(m_numbered, position + 1);
     m_cursor.section = kNoSection;
@@ -123,7 +127,7 @@ void IniText::AddEntry(Section id, std::string_view key, std::string_view value)
     Reserve(edited.lines);
     Reserve(edited.tags);
     const Line line = NewLine({key, "=", value, m_lineEnd});
-    if (index == section.count && IsLast(section))
+    if (index == section.count && IsLast(id))
         EndLastLine();
 
     edited.lines.insert(edited.lines.begin() + index, line);
@@ -132,8 +136,7 @@ void IniText::AddEntry(Section id, std::string_view key, std::string_view value)
         ++section.leading;
     ++section.count;
     ++m_lineCount;
-    m_textBytes += line.size;
-    LinesChangedFrom(section.position);
+    LinesChangedFrom(PositionOf(id));
 }
 
 bool IniText::DeleteKey(Section id, std::string_view key) {
@@ -143,14 +146,13 @@ bool IniText::DeleteKey(Section id, std::string_view key) {
         return false;
     SectionData& section = m_sections[id];
     EditedLines& edited = Edit(section);
-    m_textBytes -= edited.lines[index].size;
     edited.lines.erase(edited.lines.begin() + index);
     edited.tags.erase(edited.tags.begin() + index);
     if (index < section.leading)
         --section.leading;
     --section.count;
     --m_lineCount;
-    LinesChangedFrom(section.position);
+    LinesChangedFrom(PositionOf(id));
     Tidy();
     return true;
 }
@@ -194,7 +196,6 @@ void IniText::RenameHeader(Section id, std::string_view text) {
         header = m_arena.Allocate(size);
 
     Unlink(id);
-    m_textBytes += size - section.header.size;
     char* const end = std::copy(text.begin(), text.end(), LineArena::Writable(header));
     std::copy(lineEnd.begin(), lineEnd.end(), end);
     header.size = static_cast<std::uint32_t>(size);
@@ -208,18 +209,16 @@ void IniText::SplitSection(Section id, std::uint32_t index, std::string_view hea
     const std::vector<Line>& lines = Edit(m_sections[id]).lines;
     auto behind = std::make_unique<EditedLines>();
     behind->lines.assign(lines.begin() + index + 1, lines.end());
-    const std::size_t moved = SizeOf(behind->lines) + lines[index].size;
     const Line header = NewLine({headerText, LineEndOf(lines[index].Raw())});
     ReserveSection();
-    NewSection(header, std::move(behind), m_sections[id].position + 1);
+    NewSection(header, std::move(behind), PositionOf(id) + 1);
 
     SectionData& section = m_sections[id];
     m_lineCount -= section.count - index;
-    m_textBytes -= moved;
     section.edited->lines.resize(index);
     section.count = index;
     section.tagged = false;
-    LinesChangedFrom(section.position);
+    LinesChangedFrom(PositionOf(id));
 }
 
 // A header becomes an ordinary line: it and the lines behind it go on with the section before.
@@ -228,7 +227,8 @@ void IniText::JoinToPrevious(Section id, std::string_view text) {
     const Line joint = NewLine({text, text.empty() && lineEnd.empty() ? m_lineEnd : lineEnd});
     std::vector<Line> moved = Edit(m_sections[id]).lines;
     moved.insert(moved.begin(), joint);
-    SectionData& previous = m_sections[m_order[m_sections[id].position - 1]];
+    const std::uint32_t position = PositionOf(id) - 1;
+    SectionData& previous = m_sections[m_order[position]];
     std::vector<Line>& lines = Edit(previous).lines;
     Reserve(lines, moved.size());
     RemoveSection(id);
@@ -238,8 +238,7 @@ void IniText::JoinToPrevious(Section id, std::string_view text) {
     previous.tagged = false;
     previous.hasBracketLines |= std::any_of(moved.begin(), moved.end(), BeginsWithBracket);
     m_lineCount += static_cast<std::uint32_t>(moved.size());
-    m_textBytes += SizeOf(moved);
-    LinesChangedFrom(previous.position);
+    LinesChangedFrom(position);
 }
 
 void IniText::AppendLine(std::string_view text) {
@@ -268,7 +267,6 @@ void IniText::AppendLine(std::string_view text) {
     section.hasBracketLines |= BeginsWithBracket(line);
     ++section.count;
     ++m_lineCount;
-    m_textBytes += line.size;
 }
 
 // ---- sections
@@ -309,11 +307,10 @@ IniText::Section IniText::NewSection(const Line& header, std::unique_ptr<EditedL
     section.hash = FoldedHash(NameOf(section));
     m_order.insert(m_order.begin() + position, id);
     m_firstLine.insert(m_firstLine.begin() + position, 0);
-    RenumberFrom(position);
+    section.position = position;
+    OrderChangedFrom(position);
     Link(id);
     m_lineCount += LinesOf(section);
-    m_textBytes += BytesOf(section);
-    LinesChangedFrom(position - 1);
     return id;
 }
 
@@ -336,20 +333,13 @@ void IniText::RemoveSection(Section id) {
     m_copies.erase(id);
     Unlink(id);
     const SectionData& section = m_sections[id];
-    const std::uint32_t position = section.position;
+    const std::uint32_t position = PositionOf(id);
     m_lineCount -= LinesOf(section);
-    m_textBytes -= BytesOf(section);
     m_order.erase(m_order.begin() + position);
     m_firstLine.erase(m_firstLine.begin() + position);
-    RenumberFrom(position);
-    LinesChangedFrom(position - 1);
+    OrderChangedFrom(position);
     m_sections[id] = SectionData();
     m_unused.push_back(id);
-}
-
-void IniText::RenumberFrom(std::uint32_t position) {
-    for (; position < m_order.size(); ++position)
-        m_sections[m_order[position]].position = position;
 }
 
 // Doubles the buckets. Only the first section of each name stands in one; the others hang on it.
@@ -424,7 +414,7 @@ std::unique_ptr<IniText::EditedLines> IniText::LinesFrom(std::string_view raw) {
 void IniText::ReplaceLines(Section id, std::string_view raw) {
     std::unique_ptr<EditedLines> lines = LinesFrom(raw);
     SectionData& section = m_sections[id];
-    const bool isLast = IsLast(section);
+    const bool isLast = IsLast(id);
     if (!lines->lines.empty() && !isLast && LineEndOf(lines->lines.back().Raw()).empty()) {
         const std::string_view text = lines->lines.back().Raw();
         lines->lines.back() = NewLine({text, LineEndFor(text)});
@@ -433,15 +423,13 @@ void IniText::ReplaceLines(Section id, std::string_view raw) {
         EndLastLine();  // the header's
 
     m_lineCount -= section.count;
-    m_textBytes -= BytesOf(section);
     section.edited = std::move(lines);
     section.count = static_cast<std::uint32_t>(section.edited->lines.size());
     section.tagged = false;
     section.hasBracketLines =
         std::any_of(section.edited->lines.begin(), section.edited->lines.end(), BeginsWithBracket);
     m_lineCount += section.count;
-    m_textBytes += BytesOf(section);
-    LinesChangedFrom(section.position);
+    LinesChangedFrom(PositionOf(id));
 }
 
 // ---- memory
@@ -450,16 +438,20 @@ void IniText::ReplaceLines(Section id, std::string_view raw) {
 // moves into a new base; without memory for that it stays where it is.
 void IniText::Tidy() noexcept {
     constexpr std::size_t kSmall = std::size_t{1024} * 1024;
-    if (m_arena.UsedBytes() < kSmall + 2 * m_textBytes || m_textBytes > kMostBytes)
+    if (m_arena.UsedBytes() < m_tidyAt)
+        return;
+    const std::size_t textBytes = TextBytes();
+    m_tidyAt = kSmall + 2 * textBytes;
+    if (m_arena.UsedBytes() < m_tidyAt || textBytes > kMostBytes)
         return;
     try {
-        Rebase();
+        Rebase(textBytes);
     } catch (const std::bad_alloc&) {
         return;
     }
 }
 
-// What the text takes, counted line by line: no running count decides how much memory is written.
+// What the text takes, without the byte order mark.
 std::size_t IniText::TextBytes() const {
     std::size_t bytes = 0;
     for (const Section id : m_order)
@@ -467,9 +459,8 @@ std::size_t IniText::TextBytes() const {
     return bytes;
 }
 
-void IniText::Rebase() {
+void IniText::Rebase(std::size_t textBytes) {
     const std::size_t startCount = std::size_t{m_lineCount} + 1;
-    const std::size_t textBytes = TextBytes();
     Platform::FileBytes bytes;
     bytes.data.reset(static_cast<char*>(std::malloc(textBytes + 1)));
     std::unique_ptr<std::uint32_t[], LineStartsFree> starts(

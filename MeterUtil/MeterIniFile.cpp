@@ -5,6 +5,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "MeterUtil/IniSaver.h"
 #include "MeterUtil/IniText.h"
@@ -28,7 +29,7 @@ IniStore::IniStore(const wchar_t* path, std::atomic<bool>* error) : saver(new Ba
     if (path != nullptr)
         target.path = path;
     Platform::FileBytes bytes;
-    const Platform::LoadResult result = Platform::LoadFile(target.path, &bytes);
+    const Platform::LoadResult result = Platform::LoadFile(target.path, &bytes, IniText::kMostBytes);
     if (result == Platform::LoadResult::Loaded)
         isLoaded = text.Load(std::move(bytes));
     else
@@ -85,6 +86,15 @@ void Keep(std::wstring* kept, const wchar_t* text) {
         *kept = text == nullptr ? L"" : text;
         return true;
     });
+}
+
+// A store that could not load its file never saves over it; who asked for the save is told.
+bool IsSavable(const MeterUtil::IniStore* store) {
+    if (store != nullptr && store->isLoaded)
+        return true;
+    static const MeterUtil::SaveTarget unknown;
+    MeterUtil::ReportFailedSave(store == nullptr ? unknown : store->target);
+    return false;
 }
 
 IniText::Section FindSection(const MeterUtil::IniStore* store, const char* name) {
@@ -251,19 +261,24 @@ bool CMeterIniFile::RestoreSection(const char* section) {
 // ---- saving
 
 bool CMeterIniFile::UpdateFile() {
-    if (m_store == nullptr || !m_store->isLoaded)
+    if (!IsSavable(m_store))
         return false;
-    const bool saved = Guarded(false, [&] {
+    std::vector<std::string_view> pieces;
+    const bool prepared = Guarded(false, [&] {
         m_store->saver->Wait();
-        return SaveText(m_store->target, m_store->text.Pieces());
+        pieces = m_store->text.Pieces();
+        return true;
     });
+    if (!prepared)
+        MeterUtil::ReportFailedSave(m_store->target);
+    const bool saved = prepared && SaveText(m_store->target, pieces);
     if (!saved)
         m_error = true;
     return saved;
 }
 
 bool CMeterIniFile::UpdateFileBackground() {
-    if (m_store == nullptr || !m_store->isLoaded)
+    if (!IsSavable(m_store))
         return false;
     const bool arranged = Guarded(false, [&] {
         m_store->saver->Save(m_store->target, m_store->text.Snapshot());

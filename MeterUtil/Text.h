@@ -93,39 +93,63 @@ inline std::string_view WithoutQuotes(std::string_view text) {
     return text.substr(1, text.size() - 2);
 }
 
-// Takes the first token off `*rest`. A token ends at a delimiter or at the end; one that begins with a double
-// quote runs to the first double quote that is followed by a delimiter or the end, when there is such a
-// quote. `*more` tells whether a delimiter, and so another token (which may be empty), follows; `*rest` is
-// then what stands behind it.
-inline std::string_view TakeToken(std::string_view* rest, std::string_view delimiters, bool* more) {
-    std::size_t end = std::string_view::npos;
-    if (!rest->empty() && rest->front() == '"') {
-        for (std::size_t quote = rest->find('"', 1); quote != std::string_view::npos;
-             quote = rest->find('"', quote + 1)) {
-            if (quote + 1 != rest->size() && !Contains(delimiters, (*rest)[quote + 1]))
-                continue;
-            end = quote + 1;
-            break;
-        }
+// Takes a text apart, token by token. A token ends at a delimiter or at the end; one that begins with a double
+// quote runs to the first double quote that is followed by a delimiter or the end, when there is such a quote.
+// n delimiters make n + 1 tokens, which may be empty; an empty text has none.
+class TokenReader {
+public:
+    explicit TokenReader(std::string_view text, std::string_view delimiters = ",")
+        : m_rest(text), m_delimiters(delimiters), m_more(!text.empty()) {}
+
+    // The next token; false when there is none left.
+    bool Next(std::string_view* token) {
+        if (!m_more)
+            return false;
+        std::size_t end = QuotedEnd();
+        if (end == std::string_view::npos)
+            end = m_rest.find_first_of(m_delimiters);
+        *token = m_rest.substr(0, end);
+        m_more = end < m_rest.size();
+        m_rest = m_more ? m_rest.substr(end + 1) : std::string_view();
+        return true;
     }
-    if (end == std::string_view::npos)
-        end = rest->find_first_of(delimiters);
-    *more = end != std::string_view::npos && end < rest->size();
-    const std::string_view token = rest->substr(0, end);
-    *rest = *more ? rest->substr(end + 1) : std::string_view();
+
+    // What stands behind the tokens that were taken.
+    std::string_view Rest() const { return m_rest; }
+
+private:
+    // Where a token in quotes ends that begins here; npos when none does.
+    std::size_t QuotedEnd() {
+        if (!m_quotesMayClose || m_rest.empty() || m_rest.front() != '"')
+            return std::string_view::npos;
+        for (std::size_t quote = m_rest.find('"', 1); quote != std::string_view::npos;
+             quote = m_rest.find('"', quote + 1))
+            if (quote + 1 == m_rest.size() || Contains(m_delimiters, m_rest[quote + 1]))
+                return quote + 1;
+        m_quotesMayClose = false;  // nor will a later one: a text full of open quotes is not searched again
+        return std::string_view::npos;
+    }
+
+    std::string_view m_rest;
+    std::string_view m_delimiters;
+    bool m_more;
+    bool m_quotesMayClose = true;
+};
+
+// The first token of a text; empty when it has none.
+inline std::string_view FirstToken(std::string_view text, std::string_view delimiters = ",") {
+    std::string_view token;
+    TokenReader(text, delimiters).Next(&token);
     return token;
 }
 
-// Token `index` (from 1) of `source`; false, with the token empty, when it has no such token. An empty source
-// has none; otherwise n delimiters make n + 1 tokens.
+// Token `index` (from 1) of `source`; false, with the token empty, when it has no such token.
 inline bool FindToken(std::string_view source, std::int64_t index, std::string_view delimiters,
                       std::string_view* token) {
-    bool more = !source.empty() && index > 0;
-    for (; more; --index) {
-        *token = TakeToken(&source, delimiters, &more);
-        if (index == 1)
+    TokenReader tokens(source, delimiters);
+    while (index > 0 && tokens.Next(token))
+        if (--index == 0)
             return true;
-    }
     *token = {};
     return false;
 }

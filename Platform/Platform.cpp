@@ -107,9 +107,8 @@ bool Resize(Block* block, std::size_t size) noexcept {
 
 // Reads up to the end, wherever that is by now: the file may have grown or shrunk since its size was asked
 // for.
-bool ReadToEnd(System::File file, std::uint64_t expectedSize, FileBytes* bytes) noexcept {
-    if (expectedSize >= PTRDIFF_MAX)
-        return false;
+bool ReadToEnd(System::File file, std::uint64_t expectedSize, std::uint64_t mostBytes,
+               FileBytes* bytes) noexcept {
     // One byte more than expected, so that the read that finds the end needs no larger block.
     std::size_t room = static_cast<std::size_t>(expectedSize) + 1;
     if (!Resize(&bytes->data, room))
@@ -119,6 +118,8 @@ bool ReadToEnd(System::File file, std::uint64_t expectedSize, FileBytes* bytes) 
         if (count <= 0)
             return count == 0;
         bytes->size += static_cast<std::size_t>(count);
+        if (bytes->size > mostBytes)
+            return false;
         if (bytes->size < room)
             continue;
         room += room / 2 + 4096;
@@ -129,18 +130,18 @@ bool ReadToEnd(System::File file, std::uint64_t expectedSize, FileBytes* bytes) 
 
 }  // namespace
 
-LoadResult LoadFile(const std::wstring& path, FileBytes* bytes) noexcept {
+LoadResult LoadFile(const std::wstring& path, FileBytes* bytes, std::uint64_t mostBytes) noexcept {
     *bytes = FileBytes();
     // Asked before the file is opened: opening a pipe would wait, opening a device may set it in motion.
     const System::FileState state = System::Inspect(path);
     if (state.kind == System::Kind::Missing)
         return LoadResult::Missing;
-    if (state.kind != System::Kind::RegularFile)
+    if (state.kind != System::Kind::RegularFile || state.size > mostBytes)
         return LoadResult::Unreadable;
     const System::File file = System::OpenForReading(path);
     if (file == System::kNoFile)
         return LoadResult::Unreadable;
-    const bool complete = ReadToEnd(file, state.size, bytes);
+    const bool complete = ReadToEnd(file, state.size, mostBytes, bytes);
     System::Close(file);  // the bytes are here, whatever becomes of the file
     if (complete)
         return LoadResult::Loaded;

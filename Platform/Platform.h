@@ -112,11 +112,13 @@ struct FileBytes {
 enum class LoadResult {
     Loaded,      // the bytes are there
     Missing,     // there is no such file
-    Unreadable,  // it exists but cannot be read, or is no regular file, or does not fit into memory
+    Unreadable,  // it exists but cannot be read, or is no regular file, or is too large
 };
 
-// Reads a whole regular file into memory, bytes as they are. `bytes` is empty unless the result is Loaded.
-LoadResult LoadFile(const std::wstring& path, FileBytes* bytes) noexcept;
+// Reads a whole regular file into memory, bytes as they are. `bytes` is empty unless the result is Loaded. Of
+// a file of more than `mostBytes` bytes nothing is read, so that its size costs neither time nor memory.
+LoadResult LoadFile(const std::wstring& path, FileBytes* bytes,
+                    std::uint64_t mostBytes = PTRDIFF_MAX - 1) noexcept;
 
 // Puts a new content, the concatenation of `pieces`, in the place of a file, or creates it. At every moment
 // the path holds either the whole old file or the whole new one: the content is written to a new file in the

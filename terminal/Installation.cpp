@@ -22,9 +22,7 @@ std::string Read(const CMeterIniFile* store, const std::string& section, const s
 }
 
 std::string FirstToken(const std::string& text) {
-    std::string_view rest = text;
-    bool more = false;
-    return std::string(MeterText::WithoutQuotes(MeterText::TakeToken(&rest, ",", &more)));
+    return std::string(MeterText::BareToken(text, 1));
 }
 
 // The directory as the library takes it, which puts a separator of its own behind it.

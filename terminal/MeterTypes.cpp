@@ -31,9 +31,9 @@ bool IsOn(const CMeterIniFile& file, const std::string& section, const std::stri
 
 std::vector<int> Codes(const std::string& list) {
     std::vector<int> codes;
-    std::string_view rest = list;
-    for (bool more = !list.empty(); more;)
-        codes.push_back(MeterText::ToInt(MeterText::TakeToken(&rest, ",", &more)));
+    MeterText::TokenReader tokens(list);
+    for (std::string_view token; tokens.Next(&token);)
+        codes.push_back(MeterText::ToInt(token));
     return codes;
 }
 

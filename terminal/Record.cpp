@@ -119,12 +119,11 @@ bool IsHandled(CMeterDatabase& database) {
 
 std::vector<std::string> DefinitionTokens(const std::string& definition) {
     std::vector<std::string> tokens;
-    std::string_view rest = definition;
-    for (bool more = !definition.empty(); more;) {
-        const std::string_view token = MeterText::WithoutQuotes(MeterText::TakeToken(&rest, ",", &more));
-        if (token.empty())
+    MeterText::TokenReader reader(definition);
+    for (std::string_view token; reader.Next(&token);) {
+        if (MeterText::WithoutQuotes(token).empty())
             break;
-        tokens.emplace_back(token);
+        tokens.emplace_back(MeterText::WithoutQuotes(token));
     }
     return tokens;
 }

@@ -365,6 +365,43 @@ TEST_F(DeleteMeter, EndsWithTheAppendicesThatCount) {
     EXPECT_EQ(DataLines(), "[#3_1]\n[General]\nMeters=0\n");
 }
 
+// Appendices that stayed behind would belong to another customer's meter.
+TEST_F(DeleteMeter, TakesTheAppendicesOfAnyNumberOfMetersAlong) {
+    std::string records;
+    for (int meter = 1; meter <= 20005; ++meter) {
+        const std::string number = std::to_string(meter);
+        records.append("[#_").append(number).append("]\n[#1_").append(number).append("]\nof=");
+        records.append(number).append("\n");
+    }
+    Open(records);
+    m_database.SetActualPosition(1);
+    ASSERT_TRUE(m_database.DeleteActualMeter());
+    ASSERT_EQ(m_database.GetNumberOfMeters(), 20004);
+    for (const int meter : {1, 9999, 10000, 10001, 20000, 20001, 20004}) {
+        char of[16];
+        ASSERT_TRUE(
+            m_database.m_dataFile->ReadString(("#1_" + std::to_string(meter)).c_str(), "of", of, sizeof of))
+            << meter;
+        EXPECT_EQ(of, std::to_string(meter + 1));
+    }
+    EXPECT_FALSE(m_database.m_dataFile->SectionExists("#1_20005"));
+}
+
+TEST_F(DeleteMeter, LeavesTheNumbersToTheNextOpeningWithoutMemoryForThem) {
+    std::string records;
+    for (int meter = 1; meter <= 10005; ++meter)
+        records += "[#_" + std::to_string(meter) + "]\n";
+    Open(records);
+    m_database.SetActualPosition(1);
+    FakeSystem system;
+    system.FailCall(FakeSystem::Call::Allocate, 2);
+    ASSERT_TRUE(m_database.DeleteActualMeter());
+    EXPECT_TRUE(system.FaultHappened());
+    EXPECT_FALSE(m_database.m_dataFile->SectionExists("#_1")) << "no header was renumbered";
+    EXPECT_TRUE(m_database.m_dataFile->SectionExists("#_10005"));
+    EXPECT_EQ(m_database.CheckConsistency(), 10004);
+}
+
 TEST_F(DeleteMeter, IsRememberedWhenItCannotBeSaved) {
     Open("[General]\nMeters=2\n[#_1]\n[#_2]\nId=2\n");
     FakeSystem system;

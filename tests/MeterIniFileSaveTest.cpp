@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <chrono>
 #include <filesystem>
 #include <memory>
 #include <mutex>
@@ -57,6 +58,10 @@ private:
     std::wstring m_text;
     std::thread::id m_thread;
 };
+
+// For a thread that does not wait to show that it does not. One that waits as it should passes however long this
+// is.
+constexpr std::chrono::milliseconds kLongEnough(50);
 
 class MeterIniFileSave : public testing::Test {
 protected:
@@ -298,7 +303,99 @@ TEST_F(MeterIniFileSave, FileAndMirrorAreToldApart) {
               (std::vector<std::wstring>{m_folder.Wide("a.ini"), m_folder.Wide("mirror.ini")}));
 }
 
+// The application asked for a save and trusts that it happened, unless it is told.
+TEST_F(MeterIniFileSave, RefusedSavesAreToldToo) {
+    const SaveErrors errors;
+    fs::create_directory(m_folder.Path() / "folder.ini");
+    CMeterIniFile store(m_folder.Wide("folder.ini").c_str());
+    store.SetSaveErrorText(L"no file");
+    EXPECT_FALSE(store.UpdateFile());
+    EXPECT_EQ(errors.LastText(), L"no file");
+    EXPECT_FALSE(store.UpdateFileBackground());
+    EXPECT_EQ(errors.Paths(), std::vector<std::wstring>(2, m_folder.Wide("folder.ini")));
+}
+
+TEST_F(MeterIniFileSave, SavesThatFailForMemoryAreTold) {
+    for (int n = 1;; ++n) {
+        ASSERT_LT(n, 200);
+        const SaveErrors errors;
+        bool saved = false;
+        bool happened = false;
+        {
+            const HeapFault fault(n);
+            saved = m_store->UpdateFile();
+            happened = fault.Happened();
+        }
+        EXPECT_EQ(errors.Paths().size(), saved ? 0U : 1U) << "allocation " << n;
+        if (!happened)
+            break;
+    }
+    EXPECT_TRUE(m_store->m_error);
+}
+
 // ---- in the background
+
+TEST_F(MeterIniFileSave, BackgroundReturnsBeforeTheFileIsWritten) {
+    FakeSystem system;
+    system.HoldRenames();
+    EXPECT_TRUE(m_store->UpdateFileBackground());
+    system.AwaitHeldRename();
+    EXPECT_EQ(m_folder.Read("a.ini"), kOld);
+    Change("later");
+    system.LetRenamesGo();
+    m_store.reset();
+    EXPECT_EQ(m_folder.Read("a.ini"), kNew);
+}
+
+TEST_F(MeterIniFileSave, OfThoseThatWaitOnlyTheLatestIsWritten) {
+    FakeSystem system;
+    system.HoldRenames();
+    EXPECT_TRUE(m_store->UpdateFileBackground());
+    system.AwaitHeldRename();
+    for (const char* const value : {"2", "3", "4"}) {
+        Change(value);
+        EXPECT_TRUE(m_store->UpdateFileBackground());
+    }
+    system.LetRenamesGo();
+    m_store.reset();
+    EXPECT_EQ(m_folder.Read("a.ini"), With("4"));
+    EXPECT_EQ(system.Count(Call::Rename), 2);
+}
+
+// Two saves at once would leave the older text, when the one in the background ends last.
+TEST_F(MeterIniFileSave, ForegroundSaveWaitsForTheOneThatIsUnderWay) {
+    FakeSystem system;
+    system.HoldRenames();
+    EXPECT_TRUE(m_store->UpdateFileBackground());
+    system.AwaitHeldRename();
+    std::thread foreground([this] {
+        Change("foreground");
+        EXPECT_TRUE(m_store->UpdateFile());
+    });
+    std::this_thread::sleep_for(kLongEnough);
+    EXPECT_EQ(system.Count(Call::CreateNew), 1) << "the second save has not begun";
+    system.LetRenamesGo();
+    foreground.join();
+    EXPECT_EQ(m_folder.Read("a.ini"), With("foreground"));
+    EXPECT_EQ(system.Count(Call::Rename), 2);
+}
+
+TEST_F(MeterIniFileSave, DestructionWaitsForTheOneThatIsUnderWay) {
+    FakeSystem system;
+    system.HoldRenames();
+    EXPECT_TRUE(m_store->UpdateFileBackground());
+    system.AwaitHeldRename();
+    std::atomic<bool> destroyed{false};
+    std::thread end([&] {
+        m_store.reset();
+        destroyed = true;
+    });
+    std::this_thread::sleep_for(kLongEnough);
+    EXPECT_FALSE(destroyed);
+    system.LetRenamesGo();
+    end.join();
+    EXPECT_EQ(m_folder.Read("a.ini"), kNew);
+}
 
 TEST_F(MeterIniFileSave, BackgroundWritesTheStateOfTheCall) {
     EXPECT_TRUE(m_store->UpdateFileBackground());
@@ -361,11 +458,9 @@ TEST_F(MeterIniFileSave, BackgroundWithoutMemorySavesBeforeItReturns) {
             EXPECT_TRUE(m_store->UpdateFileBackground());
             happened = fault.Happened();
         }
-        const HeapFault::Pause pause;
-        EXPECT_TRUE(m_store->UpdateFile());
-        EXPECT_EQ(m_folder.Read("a.ini"), With(std::to_string(n)));
         if (!happened)
             break;
+        EXPECT_EQ(m_folder.Read("a.ini"), With(std::to_string(n)));
     }
 }
 

@@ -9,6 +9,7 @@
 #include <memory>
 #include <type_traits>
 
+#include "tests/support/FakeSystem.h"
 #include "tests/support/NaiveIni.h"
 #include "tests/support/TestFolder.h"
 
@@ -86,6 +87,17 @@ TEST(MeterIniFile, MissingFileGivesAnEmptyStoreWithoutError) {
     EXPECT_EQ(store.Line(0), "(none)");
     EXPECT_FALSE(store->SectionExists("General"));
     EXPECT_EQ(store->FindBracketLine(0), -1);
+}
+
+TEST(MeterIniFile, AFileOfFourGigabytesIsRefusedUnread) {
+    const TestFolder folder;
+    folder.Write("a.ini", "[a]\n");
+    FakeSystem system;
+    system.ReportSize(std::uint64_t{1} << 32U);
+    const CMeterIniFile store(folder.Wide("a.ini").c_str());
+    EXPECT_TRUE(store.m_error);
+    EXPECT_FALSE(store.SectionExists("a"));
+    EXPECT_EQ(system.Count(FakeSystem::Call::Read), 0);
 }
 
 TEST(MeterIniFile, NullPathIsAnEmptyStoreThatCannotBeSaved) {
@@ -458,7 +470,7 @@ TEST(MeterIniFileDelete, KeysGoWithTheirLine) {
     EXPECT_EQ(store.Saved(), "[a]\nx=1\ny=3\n");
 }
 
-TEST(MeterIniFile, ManyChangesOfOneValueDoNotPileUp) {
+TEST(MeterIniFile, ManyChangesOfOneValueShowInNothing) {
     const Store store("[a]\nk=1\n");
     std::string value;
     for (int i = 0; i < 40000; ++i) {

@@ -333,6 +333,22 @@ TEST(Paths, BothSeparatorsWork) {
     EXPECT_TRUE(Platform::FileExists((folder.Wide() + L"/sub/a.ini").c_str()));
 }
 
+TEST(Load, NothingIsReadOfAFileThatIsTooLarge) {
+    const TestFolder folder;
+    folder.Write("a.ini", "0123456789");
+    Platform::FileBytes bytes;
+    EXPECT_EQ(Platform::LoadFile(folder.Wide("a.ini"), &bytes, 10), LoadResult::Loaded);
+    EXPECT_EQ(bytes.size, 10U);
+    FakeSystem system;
+    EXPECT_EQ(Platform::LoadFile(folder.Wide("a.ini"), &bytes, 9), LoadResult::Unreadable);
+    EXPECT_EQ(bytes.size, 0U);
+    EXPECT_EQ(system.Count(FakeSystem::Call::Read), 0);
+    system.ReportSize(5);
+    EXPECT_EQ(Platform::LoadFile(folder.Wide("a.ini"), &bytes, 9), LoadResult::Unreadable)
+        << "it has grown since";
+    EXPECT_EQ(bytes.size, 0U);
+}
+
 TEST(Paths, APathWithAZeroInItNamesNoFile) {
     const TestFolder folder;
     folder.Write("a.ini", "x");

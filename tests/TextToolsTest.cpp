@@ -187,16 +187,36 @@ TEST(TextTokens, AreNumberedFromOneAndEmptyWhenThereIsNone) {
 }
 
 TEST(TextTokens, TakenOffTheFrontLeaveWhatIsBehindTheDelimiter) {
-    std::string_view rest = R"("a,b",c,)";
-    bool more = false;
-    EXPECT_EQ(TakeToken(&rest, ",", &more), R"("a,b")");
-    EXPECT_TRUE(more);
-    EXPECT_EQ(rest, "c,");
-    EXPECT_EQ(TakeToken(&rest, ",", &more), "c");
-    EXPECT_TRUE(more) << "an empty token follows";
-    EXPECT_EQ(TakeToken(&rest, ",", &more), "");
-    EXPECT_FALSE(more);
-    EXPECT_EQ(rest, "");
+    TokenReader tokens(R"("a,b",c,)");
+    std::string_view token;
+    ASSERT_TRUE(tokens.Next(&token));
+    EXPECT_EQ(token, R"("a,b")");
+    EXPECT_EQ(tokens.Rest(), "c,");
+    ASSERT_TRUE(tokens.Next(&token));
+    EXPECT_EQ(token, "c");
+    ASSERT_TRUE(tokens.Next(&token)) << "an empty token follows";
+    EXPECT_EQ(token, "");
+    EXPECT_EQ(tokens.Rest(), "");
+    EXPECT_FALSE(tokens.Next(&token));
+}
+
+TEST(TextTokens, TheFirstIsEmptyWhereThereIsNone) {
+    EXPECT_EQ(FirstToken(R"("a,b",c)"), R"("a,b")");
+    EXPECT_EQ(FirstToken("a;b", ";"), "a");
+    EXPECT_EQ(FirstToken(",a"), "");
+    EXPECT_EQ(FirstToken(""), "");
+}
+
+// Searching for the end of each anew would take minutes.
+TEST(TextTokens, OpenQuotesAreNotSearchedAgainAndAgain) {
+    std::string text;
+    for (int i = 0; i < 1000000; ++i)
+        text += "\"a,";
+    std::string_view token;
+    EXPECT_TRUE(FindToken(text, 1000000, ",", &token));
+    EXPECT_EQ(token, "\"a");
+    EXPECT_TRUE(FindToken(text + "\"b,c\"", 1, ",", &token)) << "a quote that closes late";
+    EXPECT_EQ(token.size(), text.size() + 5);
 }
 
 TEST(TextTokens, HaveTheirEnclosingQuotesTakenOffOnDemand) {

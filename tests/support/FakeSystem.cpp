@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <condition_variable>
 #include <limits>
 #include <map>
 #include <mutex>
@@ -55,6 +56,8 @@ struct Faults {
     Countdown any;
     bool happened = false;
     int blockedRenames = 0;
+    bool renamesHeld = false;
+    int waitingRenames = 0;
     std::size_t transfer = std::numeric_limits<std::size_t>::max();
     std::uint64_t diskRoom = kUnlimited;
     std::optional<std::uint64_t> size;
@@ -79,6 +82,7 @@ struct State {
 
 State state;
 std::mutex stateMutex;
+std::condition_variable renamesChanged;
 
 // Access to the state, by one thread at a time, whose allocations do not count as those of the code under
 // test.
@@ -147,6 +151,15 @@ std::size_t TakeDiskRoom(std::size_t size) {
     return taken;
 }
 
+void WaitWhileRenamesAreHeld() {
+    const HeapFault::Pause pause;
+    std::unique_lock<std::mutex> lock(stateMutex);
+    ++state.faults.waitingRenames;
+    renamesChanged.notify_all();
+    renamesChanged.wait(lock, [] { return !state.faults.renamesHeld; });
+    --state.faults.waitingRenames;
+}
+
 bool TakeBlockedRename() {
     Access access;
     if (access->faults.blockedRenames == 0)
@@ -184,6 +197,20 @@ void FakeSystem::FailAnyCall(int n, Times times) {
 
 void FakeSystem::BlockRenames(int count) {
     Access()->faults.blockedRenames = count;
+}
+
+void FakeSystem::HoldRenames() {
+    Access()->faults.renamesHeld = true;
+}
+
+void FakeSystem::AwaitHeldRename() {
+    std::unique_lock<std::mutex> lock(stateMutex);
+    renamesChanged.wait(lock, [] { return state.faults.waitingRenames != 0; });
+}
+
+void FakeSystem::LetRenamesGo() {
+    Access()->faults.renamesHeld = false;
+    renamesChanged.notify_all();
 }
 
 void FakeSystem::LimitTransfers(std::size_t bytes) {
@@ -371,6 +398,7 @@ bool Close(File file) noexcept {
 }
 
 RenameResult Rename(const std::wstring& from, const std::wstring& to) noexcept {
+    WaitWhileRenamesAreHeld();
     RenameResult result = RenameResult::Failed;
     if (!MustFail(Call::Rename))
         result = TakeBlockedRename() ? RenameResult::Blocked : RealSystem::Rename(from, to);

@@ -55,6 +55,12 @@ public:
     // The next `count` renames are blocked by another program.
     void BlockRenames(int count);
 
+    // Renames wait, each on the thread that asked for it, until they are let go. AwaitHeldRename returns once one
+    // waits.
+    void HoldRenames();
+    void AwaitHeldRename();
+    void LetRenamesGo();
+
     // No read or write handles more than `bytes` bytes at once.
     void LimitTransfers(std::size_t bytes);
 
