@@ -43,6 +43,9 @@ public:
     void AddRead() const;
     void AddCatalogues() const;
     void AddRun() const;
+    void AddArchive() const;
+    void AddStore() const;
+    void AddParameters() const;
 
 private:
     template <typename Request>
@@ -81,6 +84,13 @@ private:
         command->callback(
             [request, run, &options = m_options, &screen = m_screen] { run(options, *request, screen); });
         return {command, request.get()};
+    }
+
+    // A command that consists of commands.
+    CLI::App& AddGroup(const char* name, const char* help) const {
+        CLI::App* group = m_app.add_subcommand(name, help);
+        group->require_subcommand(1);
+        return *group;
     }
 
     CLI::App& m_app;
@@ -171,6 +181,48 @@ void Program::AddRun() const {
         .Flag("--force", &RunRequest::force, "Also when the readout is of another meter");
 }
 
+void Program::AddArchive() const {
+    CLI::App& archive = AddGroup("archive", "The archive of raw data that meters answered with");
+    Add<ArchiveAddRequest>(archive, "add", "Move files from the spool directory into the archive",
+                           "archive add profile-10500093.txt", AddToArchive)
+        .Needs("FILE", &ArchiveAddRequest::files,
+               "Names of files in the directory that the system ini calls RawPath");
+    Add<ArchiveListRequest>(archive, "list",
+                            "List the blocks of the archive, one for each file that was added",
+                            "archive list", ListArchive);
+    Add<ArchiveExtractRequest>(archive, "extract", "Write a block of the archive into a file, byte for byte",
+                               "archive extract profile-10500093.txt --output profile.txt",
+                               ExtractFromArchive)
+        .Needs("BLOCK", &ArchiveExtractRequest::block,
+               "Name of the block (the first of that name), or its number in the list")
+        .Takes("--output", &ArchiveExtractRequest::output,
+               "File to write, which must not exist; without it one of the block's name");
+    Add<ArchiveDeleteRequest>(archive, "delete", "Delete the archive with all its blocks", "archive delete",
+                              DeleteArchive);
+}
+
+void Program::AddStore() const {
+    CLI::App& store = AddGroup("store", "The meters that are carried along for exchanges");
+    Add<StoreListRequest>(store, "list", "List the store meters: which are free, which are mounted where",
+                          "store list", ListStore);
+    Add<StoreFindRequest>(store, "find", "Find a store meter by its number", "store find 20077145",
+                          FindInStore)
+        .Needs("NUMBER", &StoreFindRequest::number, "Number of the meter");
+    Add<StoreMountRequest>(
+        store, "mount",
+        "Exchange a meter: check that this is ordered and the store meter free, copy the store "
+        "meter's fields into the record of the new meter, stamp and save it",
+        "store mount 2 20077145", MountFromStore)
+        .Needs("METER", &StoreMountRequest::meter, kMeter)
+        .Needs("STORE", &StoreMountRequest::store, "Number of the store meter in the store, or of the meter");
+}
+
+void Program::AddParameters() const {
+    Add<ParametersRequest>(m_app, "parameters",
+                           "List the parameter files that were written to or read for meters", "parameters",
+                           ShowParameters);
+}
+
 }  // namespace
 
 void DescribeCommandLine(CLI::App& app, Options& options, Screen& screen) {
@@ -189,4 +241,7 @@ void DescribeCommandLine(CLI::App& app, Options& options, Screen& screen) {
     program.AddRead();
     program.AddCatalogues();
     program.AddRun();
+    program.AddArchive();
+    program.AddStore();
+    program.AddParameters();
 }

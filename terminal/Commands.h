@@ -103,3 +103,59 @@ struct RunRequest {
 
 // Runs a function of a meter and notes that it was done.
 void RunFunction(const Options& options, const RunRequest& request, Screen& screen);
+
+// ---- the raw data archive
+
+struct ArchiveAddRequest {
+    std::vector<std::string> files;  // names in the spool directory
+};
+
+// Moves files of the spool directory into the archive.
+void AddToArchive(const Options& options, const ArchiveAddRequest& request, Screen& screen);
+
+struct ArchiveListRequest {};
+
+// Shows the blocks of the archive.
+void ListArchive(const Options& options, const ArchiveListRequest& request, Screen& screen);
+
+struct ArchiveExtractRequest {
+    std::string block;   // its name or its number
+    std::string output;  // name of a file; "": that of the block
+};
+
+// Writes a block of the archive into a file.
+void ExtractFromArchive(const Options& options, const ArchiveExtractRequest& request, Screen& screen);
+
+struct ArchiveDeleteRequest {};
+
+// Deletes the archive.
+void DeleteArchive(const Options& options, const ArchiveDeleteRequest& request, Screen& screen);
+
+// ---- the store
+
+struct StoreListRequest {};
+
+// Shows the meters that are carried along for exchanges, and which of them are free.
+void ListStore(const Options& options, const StoreListRequest& request, Screen& screen);
+
+struct StoreFindRequest {
+    std::string number;  // of a meter
+};
+
+// Shows the store meter with a number.
+void FindInStore(const Options& options, const StoreFindRequest& request, Screen& screen);
+
+struct StoreMountRequest {
+    std::string meter;
+    std::string store;  // number in the store or of the meter
+};
+
+// Takes a store meter into the record of a meter that is to be exchanged or mounted.
+void MountFromStore(const Options& options, const StoreMountRequest& request, Screen& screen);
+
+// ---- parameter files
+
+struct ParametersRequest {};
+
+// Shows the register of parameter files.
+void ShowParameters(const Options& options, const ParametersRequest& request, Screen& screen);

@@ -4,9 +4,12 @@
 #include <array>
 
 #include "MeterUtil/Text.h"
+#include "terminal/MeterTypes.h"
 #include "terminal/Refusal.h"
 #include "terminal/SaveListener.h"
 #include "terminal/Utf8.h"
+
+namespace fs = std::filesystem;
 
 namespace {
 
@@ -37,7 +40,10 @@ std::wstring ApplicationPath(std::string directory) {
 
 }  // namespace
 
-Installation::Installation(const Options& options) : m_database(ApplicationPath(options.directory).c_str()) {
+Installation::Installation(const Options& options)
+    : m_directory(fs::u8path(options.directory)),
+      m_ini(m_directory / fs::u8path(options.ini)),
+      m_database(ApplicationPath(options.directory).c_str()) {
     try {
         OpenStores(options);
         m_language = ChosenLanguage(options);
@@ -116,4 +122,19 @@ void Installation::KeepLanguage(const std::string& language) {
 
 std::string Installation::FileName(const char* key) {
     return Utf8::ShownPath(Read(m_database.GetPtrToIniFile(), "System", key));
+}
+
+fs::path Installation::FilePath(const char* key) {
+    std::string name = Read(m_database.GetPtrToIniFile(), "System", key);
+    std::replace(name.begin(), name.end(), '\\', static_cast<char>(fs::path::preferred_separator));
+    return name.empty() ? m_directory : m_directory / fs::path(name);
+}
+
+bool Installation::Needs(const fs::path& file) {
+    const std::array<fs::path, 5> own = {m_ini, m_directory / kMeterTypesFile, FilePath("DataFile"),
+                                         FilePath("AppFile"), FilePath("RawFile")};
+    return std::any_of(own.begin(), own.end(), [&file](const fs::path& path) {
+        std::error_code missing;
+        return fs::equivalent(path, file, missing);
+    });
 }

@@ -2,6 +2,7 @@
 // texts.
 #pragma once
 
+#include <filesystem>
 #include <optional>
 #include <string>
 #include <vector>
@@ -36,12 +37,21 @@ public:
     // The name of a file as the system ini gives it ("DataFile", "AppFile"), as it can be shown.
     std::string FileName(const char* key);
 
+    // A file or directory that the system ini names, such as "RawFile"; the directory of the application
+    // where it names none.
+    std::filesystem::path FilePath(const char* key);
+
+    // Whether a file that exists is one that the installation works with: its ini files, data file, app file.
+    bool Needs(const std::filesystem::path& file);
+
 private:
     void OpenStores(const Options& options);
     std::string ChosenLanguage(const Options& options);
     std::vector<std::string> Languages();
     void KeepLanguage(const std::string& language);
 
+    std::filesystem::path m_directory;
+    std::filesystem::path m_ini;
     CMeterDatabase m_database;
     std::string m_language;
 };

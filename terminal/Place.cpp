@@ -14,13 +14,6 @@ namespace {
 
 constexpr int kMostAppendices = 100;
 
-bool GoTo(CMeterDatabase& database, Place place) {
-    if (place.meter < 1 || place.meter > database.GetNumberOfMeters())
-        return false;
-    database.SetActualPosition(place.meter);
-    return database.SetAppendix(place.appendix);
-}
-
 std::optional<Place> PlaceFromText(const std::string& text) {
     const std::size_t slash = text.find('/');
     const std::string meter = text.substr(0, slash);
@@ -33,16 +26,9 @@ std::optional<Place> PlaceFromText(const std::string& text) {
 // The records, appendices included, of the meter with a number.
 std::vector<Place> PlacesOfMeter(CMeterDatabase& database, const std::string& number) {
     std::vector<Place> places;
-    for (int meter = 1; meter <= database.GetNumberOfMeters(); ++meter) {
-        database.SetActualPosition(meter);
-        const int appendices = database.GetAppendixCount();
-        for (int appendix = 0; appendix <= appendices; ++appendix) {
-            database.SetAppendix(appendix);
-            const std::string known = MeterNumber(database);
-            if (!known.empty() && SameNumber(known, number))
-                places.push_back({meter, appendix});
-        }
-    }
+    for (const NumberedPlace& known : NumberedPlaces(database))
+        if (SameNumber(known.number, number))
+            places.push_back(known.place);
     return places;
 }
 
@@ -50,6 +36,29 @@ std::vector<Place> PlacesOfMeter(CMeterDatabase& database, const std::string& nu
 
 std::string ToText(Place place) {
     return std::to_string(place.meter) + (place.appendix == 0 ? "" : "/" + std::to_string(place.appendix));
+}
+
+bool GoTo(CMeterDatabase& database, Place place) {
+    if (place.meter < 1 || place.meter > database.GetNumberOfMeters())
+        return false;
+    database.SetActualPosition(place.meter);
+    return database.SetAppendix(place.appendix);
+}
+
+std::vector<NumberedPlace> NumberedPlaces(CMeterDatabase& database) {
+    const Place current{database.GetActualPosition(), database.GetAppendix()};
+    std::vector<NumberedPlace> places;
+    for (int meter = 1; meter <= database.GetNumberOfMeters(); ++meter) {
+        database.SetActualPosition(meter);
+        const int appendices = database.GetAppendixCount();
+        for (int appendix = 0; appendix <= appendices; ++appendix) {
+            database.SetAppendix(appendix);
+            if (const std::string number = MeterNumber(database); !number.empty())
+                places.push_back({{meter, appendix}, number});
+        }
+    }
+    GoTo(database, current);
+    return places;
 }
 
 Place SelectMeter(CMeterDatabase& database, const std::string& meter) {

@@ -51,27 +51,27 @@ void RunWithoutReadout(const Options& options, Installation& installation, Place
 }  // namespace
 
 void ReadMeter(const Options& options, const ReadRequest& request, Screen& screen) {
-    const Readout readout = LoadReadout(request.readout);
+    const LoadedReadout loaded = LoadReadout(request.readout);
     Installation installation(options);
     const Place place = SelectMeter(installation.Database(), request.meter);
     MeterType type;  // nothing is run
-    TakeReadout(installation, place, {readout, type, options.user, std::nullopt},
-                {request.readout, "", request.force}, screen);
+    TakeReadout(installation, place, {loaded.readout, type, options.user, std::nullopt},
+                {request.readout, loaded.bytes, "", request.force}, screen);
 }
 
 void RunFunction(const Options& options, const RunRequest& request, Screen& screen) {
     const bool isGiven = !request.readout.empty();
-    const Readout readout = isGiven ? LoadReadout(request.readout) : Readout();
+    const LoadedReadout loaded = isGiven ? LoadReadout(request.readout) : LoadedReadout();
     Installation installation(options);
     CMeterDatabase& database = installation.Database();
     const Place place = SelectMeter(database, request.meter);
     const MeterType type = TypeOfMeter(installation);
-    ReadoutInterface meter(readout, type);
+    ReadoutInterface meter(loaded.readout, type);
     const Function function = OfferedFunction(database, meter, request);
     CheckReadout(function, BringsReadout(database, meter, type, function.code), isGiven);
     if (!isGiven)
         RunWithoutReadout(options, installation, place, function, meter, screen);
     else
-        TakeReadout(installation, place, {readout, type, options.user, function.code},
-                    {request.readout, function.text, request.force}, screen);
+        TakeReadout(installation, place, {loaded.readout, type, options.user, function.code},
+                    {request.readout, loaded.bytes, function.text, request.force}, screen);
 }

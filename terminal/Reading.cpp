@@ -3,9 +3,12 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <optional>
 
 #include "terminal/Identity.h"
+#include "terminal/RawArchive.h"
+#include "terminal/Record.h"
 #include "terminal/Refusal.h"
 #include "terminal/Report.h"
 #include "terminal/Utf8.h"
@@ -137,15 +140,42 @@ void ShowAlarms(const Visit& visit, Screen& screen) {
             ShowAlarm(value, token, screen);
 }
 
+// ---- the archive
+
+// Names of meters may hold anything; a block's name goes into names of files.
+std::string BlockName(const std::string& time, Place place, const std::string& number) {
+    std::string name = "readout-" + time + "-" + (number.empty() ? ToText(place) : number);
+    constexpr std::size_t kMostBytes = 100;
+    name.resize(std::min(name.size(), kMostBytes));
+    const auto isPlain = [](char c) {
+        return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '-';
+    };
+    std::replace_if(name.begin(), name.end(), std::not_fn(isPlain), '_');
+    return name + ".txt";
+}
+
+void Archive(Installation& installation, const std::string& bytes, const std::string& name, Screen& screen) {
+    const RawArchive archive(installation);
+    screen.Line();
+    try {
+        const std::string block = archive.AddBytes(bytes, name);
+        screen.Line({Cell("Archived in " + archive.Name() + " as " + block)});
+    } catch (const Refusal& failure) {
+        throw Refusal(kFileFailed,
+                      std::string("the readout is saved in the record, but not archived: ") + failure.what());
+    }
+}
+
 }  // namespace
 
-Readout LoadReadout(const std::string& name) {
+LoadedReadout LoadReadout(const std::string& name) {
+    std::string bytes = LoadFile(name);
     std::string problem;
-    std::optional<Readout> readout = Readout::Parse(LoadFile(name), &problem);
+    std::optional<Readout> readout = Readout::Parse(bytes, &problem);
     if (!readout)
         throw Refusal(kRefused, "the readout " + Utf8::Shown(name) + " is refused: " + Utf8::Shown(problem) +
                                     ". Nothing was changed.");
-    return *std::move(readout);
+    return {std::move(bytes), *std::move(readout)};
 }
 
 void TakeReadout(Installation& installation, Place place, const VisitRequest& request,
@@ -169,4 +199,5 @@ void TakeReadout(Installation& installation, Place place, const VisitRequest& re
     ShowSummary(visit, screen);
     ShowAlarms(visit, screen);
     ShowSaved(visit.saved, installation, screen);
+    Archive(installation, source.bytes, BlockName(visit.saved.time, place, MeterNumber(database)), screen);
 }

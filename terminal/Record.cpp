@@ -39,16 +39,24 @@ std::optional<Entry> ReadEntry(CMeterDatabase& database, const std::string& name
     return Entry{name, Bare(fields[0]), Bare(fields[1]), Bare(fields[2]), Bare(fields[3]), Bare(fields[4])};
 }
 
-std::vector<Entry> EntriesWith(CMeterDatabase& database, char attribute) {
+std::vector<Entry> Entries(CMeterDatabase& database) {
     std::vector<Entry> entries;
     std::array<char, kNameBytes> name{};
     for (int index = 1; database.GetMeterValueByIndex(index, name.data(), nullptr, 0, nullptr, 0, nullptr, 0,
                                                       nullptr, 0, nullptr, 0);
-         ++index) {
-        const std::optional<Entry> entry = ReadEntry(database, name.data());
-        if (entry && MeterText::Contains(entry->attributes, attribute))
+         ++index)
+        if (const std::optional<Entry> entry = ReadEntry(database, name.data()))
             entries.push_back(*entry);
-    }
+    return entries;
+}
+
+std::vector<Entry> EntriesWith(CMeterDatabase& database, char attribute) {
+    std::vector<Entry> entries = Entries(database);
+    entries.erase(std::remove_if(entries.begin(), entries.end(),
+                                 [attribute](const Entry& entry) {
+                                     return !MeterText::Contains(entry.attributes, attribute);
+                                 }),
+                  entries.end());
     return entries;
 }
 

@@ -22,8 +22,10 @@ struct Entry {
 // The value entry of a name; nothing when the record has none or only a plain item.
 std::optional<Entry> ReadEntry(CMeterDatabase& database, const std::string& name);
 
-// The value entries with an attribute, in the order of the record: R is filled by the meter's parser, A is
-// calculated.
+// The value entries in the order of the record.
+std::vector<Entry> Entries(CMeterDatabase& database);
+
+// Those with an attribute: R is filled by the meter's parser, A is calculated, S comes from the store.
 std::vector<Entry> EntriesWith(CMeterDatabase& database, char attribute);
 
 // An entry as it stands; nothing when the record has none of that name.

@@ -195,7 +195,9 @@ TEST_F(MeterdbFunctions, RunOfAReadingFunctionIsAVisit) {
                   "  - Func1=,U,,1,\"\"\n"
                   "  + Func1=,DR,,1,\"1 of 2 values, alarm\"\n"
                   "  + UserID=A,D,,reader07,\"\"\n"
-                  "  + LastChanges=A,D,,(now),\"\"\n");
+                  "  + LastChanges=A,D,,(now),\"\"\n"
+                  "\n"
+                  "Archived in raw.dat as readout-(now)-1.txt\n");
 }
 
 TEST_F(MeterdbFunctions, RunOfACompositeFunctionReadsWhenAPartDoes) {

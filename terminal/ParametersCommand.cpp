@@ -1,0 +1,54 @@
+// `meterdb parameters`: the register of parameter files.
+#include <algorithm>
+#include <array>
+
+#include "MeterUtil/Text.h"
+#include "terminal/Commands.h"
+#include "terminal/Report.h"
+#include "terminal/Utf8.h"
+
+namespace {
+
+constexpr const char* kSection = "ParameterFiles";
+constexpr int kMostFiles = 10001;  // that the library registers
+constexpr int kTextBytes = 4096;
+
+std::string Read(const CMeterIniFile& app, const std::string& key) {
+    std::array<char, kTextBytes> text{};
+    app.ReadString(kSection, key.c_str(), text.data(), kTextBytes);
+    return text.data();
+}
+
+// Time, two texts and the path; those that the entry lacks are "".
+std::array<std::string, 4> TokensOf(std::string_view entry) {
+    std::array<std::string, 4> tokens;
+    bool more = true;
+    for (std::size_t i = 0; i < tokens.size() && more; ++i)
+        tokens[i] = MeterText::WithoutQuotes(MeterText::TakeToken(&entry, ",", &more));
+    return tokens;
+}
+
+}  // namespace
+
+void ShowParameters(const Options& options, const ParametersRequest& /*request*/, Screen& screen) {
+    Installation installation(options);
+    const CMeterIniFile& app = *installation.Database().GetPtrToAppFile();
+    Table table;
+    table.columns = {{"#", true}, {"Time"}, {"For", false, true}, {"What", false, true}, {"File"}};
+    const int files = std::min(MeterText::ToInt(Read(app, "Files")), kMostFiles);
+    for (int number = 1; number <= files; ++number) {
+        const std::string entry = Read(app, "File" + std::to_string(number));
+        if (entry.empty())
+            continue;
+        const auto [time, text1, text2, path] = TokensOf(entry);
+        table.rows.push_back({Cell(std::to_string(number), Tone::Faint), Cell(TimeText(time)),
+                              Cell(Utf8::Shown(text1)), Cell(Utf8::Shown(text2)),
+                              Cell(Utf8::ShownPath(path), Tone::Strong)});
+    }
+    if (!table.rows.empty()) {
+        screen.Print(table);
+        screen.Line();
+    }
+    screen.Line({Cell(CountOf(static_cast<long>(table.rows.size()), "parameter file", "parameter files"),
+                      Tone::Faint)});
+}
