@@ -70,15 +70,20 @@ void Installation::OpenStores(const Options& options) {
         throw Refusal(kFileFailed, name + " is missing or is no system ini: it has no section [System]");
     const SaveListener saves;
     const bool opened = m_database.OpenDataFile(false);
-    if (!saves.Reason().empty())
+    if (!saves.Reason().empty() || m_database.IniFileError()) {
+        CheckReadable("AppFile", "the app file ");
+        CheckReadable("DataFile", "the data file ");
         throw Refusal(kFileFailed, saves.Reason());
-    const CMeterIniFile* app = m_database.GetPtrToAppFile();
-    if (m_database.IniFileError())
-        throw Refusal(kFileFailed, app != nullptr && app->m_error
-                                       ? "the app file " + FileName("AppFile") + " cannot be read"
-                                       : "the data file " + FileName("DataFile") + " cannot be read");
+    }
     if (!opened)
         throw Refusal(kFileFailed, name + " does not name its files: AppFile, RawFile and DataFile");
+}
+
+// What could not be loaded is not saved either: a save that failed does not tell why.
+void Installation::CheckReadable(const char* key, const char* what) {
+    const CMeterIniFile file(Utf8::ToWide(FilePath(key).u8string()).c_str());
+    if (file.m_error)
+        throw Refusal(kFileFailed, what + FileName(key) + " cannot be read");
 }
 
 std::string Installation::ChosenLanguage(const Options& options) {

@@ -46,6 +46,7 @@ public:
 
 private:
     void OpenStores(const Options& options);
+    void CheckReadable(const char* key, const char* what);
     std::string ChosenLanguage(const Options& options);
     std::vector<std::string> Languages();
     void KeepLanguage(const std::string& language);

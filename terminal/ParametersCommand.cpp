@@ -22,9 +22,8 @@ std::string Read(const CMeterIniFile& app, const std::string& key) {
 // Time, two texts and the path; those that the entry lacks are "".
 std::array<std::string, 4> TokensOf(std::string_view entry) {
     std::array<std::string, 4> tokens;
-    bool more = true;
-    for (std::size_t i = 0; i < tokens.size() && more; ++i)
-        tokens[i] = MeterText::WithoutQuotes(MeterText::TakeToken(&entry, ",", &more));
+    for (std::size_t i = 0; i < tokens.size(); ++i)
+        tokens[i] = MeterText::BareToken(entry, static_cast<int>(i) + 1);
     return tokens;
 }
 

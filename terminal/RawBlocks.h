@@ -17,7 +17,7 @@ public:
     explicit BlockScanner(std::FILE* archive) : m_archive(archive) {}
 
     // Hands over the bytes up to the next marker, piece by piece, and goes behind it. The name in the marker;
-    // nothing at the end of the archive.
+    // nothing at the end of the archive. A block that was left half written is passed over.
     std::optional<std::string> Next(const std::function<void(std::string_view)>& content);
 
 private:

@@ -252,6 +252,10 @@ TEST_F(Meterdb, UnreadableFilesAreToldApart) {
     fs::create_directory(m_folder.Path() / "route.ini");
     EXPECT_EQ(Run({"route"}), kFileFailed);
     EXPECT_THAT(m_errors, HasSubstr("the data file route.ini cannot be read"));
+    fs::remove(m_folder.Path() / "app.ini");
+    fs::create_directory(m_folder.Path() / "app.ini");
+    EXPECT_EQ(Run({"route"}), kFileFailed);
+    EXPECT_THAT(m_errors, HasSubstr("the app file app.ini cannot be read"));
 }
 
 TEST_F(Meterdb, FailedSaveOfAReadingChangesNothing) {

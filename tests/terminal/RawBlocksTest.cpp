@@ -68,6 +68,15 @@ TEST(RawBlocks, MarkerBehindTheBeginningOfOneIsFound) {
               (std::vector<Content>{{"a", "\r\n<<<<<~~~~~("}, {"b", "\r\n"}, {"c", ""}}));
 }
 
+TEST(RawBlocks, BlocksLeftHalfWrittenArePassedOver) {
+    std::string torn = Marker("a");
+    torn.front() = '\0';
+    EXPECT_EQ(ContentsOf(torn + "x" + Marker("b") + "yz" + torn + "yy" + torn + "x" + Marker("a") + "xx"),
+              (std::vector<Content>{{"b", "yz"}, {"a", "xx"}}));
+    const std::string look("\0\n<<<<<~~~~~(a)", 15);
+    EXPECT_EQ(ContentsOf(Marker("b") + look), (std::vector<Content>{{"b", look}}));
+}
+
 TEST(RawBlocks, MarkersAreFoundWhereverTheArchiveIsCut) {
     constexpr std::size_t kWindow = std::size_t{1} << 16;
     const std::string head = Marker("first");
