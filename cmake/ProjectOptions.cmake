@@ -24,9 +24,13 @@ function(meterdb_objects name)
     VISIBILITY_INLINES_HIDDEN ON)
 endfunction()
 
-# Shows nothing of a shared library but the public class. The compiler hides most; what the standard library puts into
-# the objects is hidden here.
-function(meterdb_exports library)
+# Names and versions a shared library, and shows nothing of it but the public class. The compiler hides most; what the
+# standard library puts into the objects is hidden here.
+function(meterdb_library library)
+  set_target_properties(${library} PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR})
+  if(WIN32)
+    set_target_properties(${library} PROPERTIES PREFIX "")
+  endif()
   if(UNIX AND NOT APPLE)
     set(map "${PROJECT_SOURCE_DIR}/cmake/exports/${library}.map")
     target_link_options(${library} PRIVATE "-Wl,--version-script=${map}")
