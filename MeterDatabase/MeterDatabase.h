@@ -38,7 +38,7 @@ struct Type_DataField {
 };
 static_assert(sizeof(Type_DataField) == 44, "200 fields fill a work buffer of 8800 bytes");
 
-class METERDATABASE_API CMeterDatabase {
+class METER_PUBLIC_CLASS CMeterDatabase {
 public:
     // ---- object and configuration
 

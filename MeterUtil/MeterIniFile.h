@@ -36,7 +36,7 @@ namespace MeterUtil {
 class IniStore;
 }
 
-class METERUTIL_API CMeterIniFile {
+class METER_PUBLIC_CLASS CMeterIniFile {
 public:
     // True once loading or saving failed (or the owner set it); never cleared, and keeps no later save from
     // being tried.

@@ -7,6 +7,10 @@ target_compile_options(meterdb_options INTERFACE
 # Files above 2 GiB and times after 2038 also where the system's own types are 32 bits.
 target_compile_definitions(meterdb_options INTERFACE _FILE_OFFSET_BITS=64 _TIME_BITS=64)
 target_include_directories(meterdb_options INTERFACE "${PROJECT_SOURCE_DIR}")
+if(MINGW)
+  # The compiler's own libraries go into ours, which then need nothing but what every Windows has.
+  target_link_options(meterdb_options INTERFACE -static)
+endif()
 if(METERDB_SANITIZE)
   target_compile_options(meterdb_options INTERFACE
     -fsanitize=${METERDB_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
@@ -24,16 +28,28 @@ function(meterdb_objects name)
     VISIBILITY_INLINES_HIDDEN ON)
 endfunction()
 
-# Names and versions a shared library, and shows nothing of it but the public class. The compiler hides most; what the
-# standard library puts into the objects is hidden here.
+# Names and versions a shared library, and shows exactly the names that cmake/exports/ lists for it: the operations of its
+# public class, as the linker knows them, the same on every processor and system.
 function(meterdb_library library)
   set_target_properties(${library} PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR})
+  set(list "${PROJECT_SOURCE_DIR}/cmake/exports/${library}.txt")
+  set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${list}")
+  file(STRINGS "${list}" names)
+  if(WIN32)
+    list(TRANSFORM names REPLACE "^_ZT.*" "\\0 DATA")
+    list(JOIN names "\n" exports)
+    set(exports "EXPORTS\n${exports}\n")
+    set(option "")
+  else()
+    list(JOIN names ";\n" exports)
+    set(exports "{\nglobal:\n${exports};\nlocal: *;\n};\n")
+    set(option "-Wl,--version-script=")
+  endif()
+  set(file "${CMAKE_CURRENT_BINARY_DIR}/${library}.def")
+  file(CONFIGURE OUTPUT "${file}" CONTENT "${exports}")
+  target_link_options(${library} PRIVATE "${option}${file}")
+  set_property(TARGET ${library} APPEND PROPERTY LINK_DEPENDS "${file}")
   if(WIN32)
     set_target_properties(${library} PROPERTIES PREFIX "")
-  endif()
-  if(UNIX AND NOT APPLE)
-    set(map "${PROJECT_SOURCE_DIR}/cmake/exports/${library}.map")
-    target_link_options(${library} PRIVATE "-Wl,--version-script=${map}")
-    set_property(TARGET ${library} APPEND PROPERTY LINK_DEPENDS "${map}")
   endif()
 endfunction()
