@@ -115,7 +115,8 @@ private:
     std::unordered_map<std::string_view, std::size_t> m_sections;
 };
 
-// Every entry of the file in one map, under its joined names; the case of letters counts.
+// Every entry of the file in one map, under its joined names; the case of letters counts. Who asks has two
+// names, as with everybody else, and joins them.
 class HashMap {
 public:
     static constexpr bool kFresh = false;
@@ -131,13 +132,25 @@ public:
             if (!line.empty() && line.front() == '[')
                 section = line.substr(1, line.size() - 2);
             else if (equals != std::string_view::npos)
-                m_entries[Join(section, line.substr(0, equals))] = {line.data() + equals + 1,
-                                                                    line.size() - equals - 1, 0};
+                m_entries[KeepJoined(section, line.substr(0, equals))] = {line.data() + equals + 1,
+                                                                          line.size() - equals - 1, 0};
         }
     }
 
+    // Makes the values those of the file again, before the first one is set and after every round.
+    void TakeBack() {
+        if (m_asLoaded.empty())
+            for (const auto& entry : m_entries)
+                m_asLoaded.push_back(entry.second);
+        auto loaded = m_asLoaded.begin();
+        for (auto& entry : m_entries)  // in the same order: none was added
+            entry.second = *loaded++;
+        m_blocks.clear();
+        m_left = 0;
+    }
+
     bool Find(const Query& query, char* dst, std::size_t size) {
-        const auto found = m_entries.find(query.joined);
+        const auto found = FindEntry(query);
         if (found == m_entries.end())
             return false;
         CopyValue(dst, size, {found->second.text, found->second.size});
@@ -146,7 +159,7 @@ public:
 
     // Copies the value to where it may be written over the next time.
     bool Set(const Query& query, const std::string& value) {
-        const auto found = m_entries.find(query.joined);
+        const auto found = FindEntry(query);
         if (found == m_entries.end())
             return false;
         Value& held = found->second;
@@ -164,10 +177,22 @@ private:
         std::size_t room;  // 0: the text must not be written over
     };
 
+    using Entries = std::unordered_map<std::string_view, Value>;
+
     static constexpr std::size_t kMostNameBytes = 32;
     static constexpr std::size_t kBlockBytes = 64 * 1024;
 
-    std::string_view Join(std::string_view section, std::string_view key) {
+    Entries::iterator FindEntry(const Query& query) {
+        char name[kMostNameBytes];
+        const std::size_t sectionSize = std::strlen(query.section);
+        const std::size_t keySize = std::strlen(query.key);
+        std::memcpy(name, query.section, sectionSize);
+        name[sectionSize] = ':';
+        std::memcpy(name + sectionSize + 1, query.key, keySize);
+        return m_entries.find({name, sectionSize + 1 + keySize});
+    }
+
+    std::string_view KeepJoined(std::string_view section, std::string_view key) {
         const std::size_t start = m_names.size();
         ((m_names += section) += ':') += key;
         return std::string_view(m_names).substr(start);
@@ -184,10 +209,18 @@ private:
 
     LineTable m_table;
     std::string m_names;  // never grows beyond what was reserved: the map refers to it
-    std::unordered_map<std::string_view, Value> m_entries;
+    Entries m_entries;
+    std::vector<Value> m_asLoaded;
     std::vector<std::unique_ptr<char[]>> m_blocks;
     std::size_t m_left = 0;
 };
+
+// Updates of a map that has the values of the file, as a store that was just loaded has them.
+Measured UpdateMap(Route& route) {
+    Loaded<HashMap> map(route);
+    map->TakeBack();
+    return UpdateEntries(*map.operator->(), route);
+}
 
 bool WriteAtOnce(const std::string& text, const std::string& path, bool flushed) {
     const Descriptor file(path, O_WRONLY | O_CREAT | O_TRUNC);
@@ -213,7 +246,7 @@ void AddFloors(const std::string& diskDirectory) {
     Add("entry", kFloor, 5, EntriesByIndex<SectionTable>);
     Add("line", kFloor, 5, LinesInOrder<LineTable>);
     Add("line-anywhere", kFloor, 5, LinesAnywhere<LineTable>);
-    Add("update", kFloor, 5, Update<HashMap>);
+    Add("update", kFloor, 5, UpdateMap);
     for (const char* row : {"save", "save-one", "background-one"})
         Add(row, kFloor, 9,
             [](Route& route) { return WriteWhole<WorkClock>(route.Text(), route.Directory(), false); });

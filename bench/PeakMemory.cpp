@@ -8,15 +8,17 @@
 #include <map>
 #include <string_view>
 
+#include "bench/RouteGenerator.h"
+
 namespace Bench {
 namespace {
 
 constexpr const char* kArgument = "--load-for-peak-memory";
 
-using Load = std::function<void(const std::string&)>;
+using LoadRoute = std::function<void(const std::string&)>;
 
-std::map<std::string, Load>& Loads() {
-    static std::map<std::string, Load> loads;
+std::map<std::string, LoadRoute>& Loads() {
+    static std::map<std::string, LoadRoute> loads;
     return loads;
 }
 
@@ -38,6 +40,13 @@ std::size_t PresentBytes() {
 
 std::size_t presentBytes = 0;
 
+// Beside the route that is measured; the benchmark's folder goes with all that is in it.
+std::string WriteSmallRoute(const std::string& besidePath) {
+    const std::string path = besidePath + ".small";
+    std::ofstream(path, std::ios::binary) << MakeRoute(1);
+    return path;
+}
+
 std::string Quoted(const std::string& argument) {
     return "'" + argument + "'";
 }
@@ -58,14 +67,14 @@ std::size_t PeakOfProcess(const std::string& contestant, const std::string& path
 
 }  // namespace
 
-void AddPeakMemory(const char* contestant, std::function<void(const std::string& path)> load,
+void AddPeakMemory(const char* contestant, std::function<void(const std::string& path)> load, int repetitions,
                    int mostMeters) {
     Loads()[contestant] = std::move(load);
     const auto measurement = [contestant](Route& route) {
         const std::size_t bytes = PeakOfProcess(contestant, route.Path());
         return Measured{0, bytes == 0 ? 0U : 1U, bytes};
     };
-    Add("memory", contestant, 3, measurement, mostMeters);
+    Add("memory", contestant, repetitions, measurement, mostMeters);
 }
 
 void ReadMemory() {
@@ -75,8 +84,11 @@ void ReadMemory() {
 bool LoadedForPeakMemory(int argc, char** argv) {
     if (argc != 4 || std::string_view(argv[1]) != kArgument)
         return false;
+    const LoadRoute& load = Loads().at(argv[2]);
+    // The program's own pages that a first load touches are no part of a store.
+    load(WriteSmallRoute(argv[3]));
     const std::size_t before = PresentBytes();
-    Loads().at(argv[2])(argv[3]);
+    load(argv[3]);
     // (What a parent is told of its child is no use here: it counts what the parent had when it forked.)
     const std::size_t peak = std::max(presentBytes, ReadFigure("/proc/self/status", "VmHWM:"));
     std::printf("%zu\n", peak - before);

@@ -1,6 +1,6 @@
 // Peak memory of loading a route, each contestant in a process of its own: the benchmark starts itself with a
 // hidden argument, and the new process loads and tells the most memory that it ever had, less what it had
-// before.
+// after it had loaded a route of one meter.
 #pragma once
 
 #include <functional>
@@ -12,7 +12,7 @@ namespace Bench {
 
 // Adds that measurement of a contestant, who loads a route by this function.
 void AddPeakMemory(const char* contestant, std::function<void(const std::string& path)> load,
-                   int mostMeters = INT_MAX);
+                   int repetitions = 3, int mostMeters = INT_MAX);
 
 // Reads the memory that the process has now: for such a function, while it holds the store.
 void ReadMemory();

@@ -11,7 +11,7 @@
 namespace Bench {
 
 struct Goal {
-    enum class Kind { None, TimesFloor, Nanoseconds };
+    enum class Kind { None, TimesFloor, Nanoseconds, TimesSmallestRoute };
     Kind kind = Kind::None;
     double most = 0;
     double mostOfLargeRoute = 0;  // of more than kLargeRoute meters
@@ -32,7 +32,8 @@ std::string NameOf(int meters, const std::string& row, const std::string& contes
 
 constexpr const char* kBytesCounter = "bytes";  // where memory is measured, in place of time
 
-// Prints the rows of one route that were measured. `bytes`: the size of its file.
-void PrintTable(const Recorder& recorder, int meters, std::size_t bytes);
+// Prints the rows of one route that were measured. `smallestRoute`: of those that are measured; `bytes`: the
+// size of the route's file.
+void PrintTable(const Recorder& recorder, int meters, int smallestRoute, std::size_t bytes);
 
 }  // namespace Bench

@@ -44,7 +44,7 @@ struct Measured {
 using Measurement = std::function<Measured(Route&)>;
 
 // Adds a measurement of one contestant to a row of the table. `repetitions`: the median of so many is taken.
-// `mostMeters`: the largest route that the contestant is given.
+// `mostMeters`: the largest route that the contestant is given unless it is named.
 void Add(const char* row, const char* contestant, int repetitions, Measurement measurement,
          int mostMeters = INT_MAX);
 
@@ -81,15 +81,19 @@ template <typename Store>
 class Loaded {
 public:
     explicit Loaded(const Route& route) {
-        if (Store::kFresh || Kept() == nullptr)
+        if (Store::kFresh)
             m_own = std::make_unique<Store>(route.Path());
-        if (!Store::kFresh && m_own != nullptr) {
-            Kept() = std::move(m_own);
-            AtEndOfRoute([] { Kept().reset(); });
-        }
+        else if (Kept() == nullptr)
+            Keep(std::make_unique<Store>(route.Path()));
     }
 
-    Store* operator->() { return m_own != nullptr ? m_own.get() : Kept().get(); }
+    Store* operator->() { return Store::kFresh ? m_own.get() : Kept().get(); }
+
+    static void Keep(std::unique_ptr<Store> store) {
+        if (Kept() == nullptr)
+            AtEndOfRoute([] { Kept().reset(); });
+        Kept() = std::move(store);
+    }
 
 private:
     static std::unique_ptr<Store>& Kept() {
@@ -104,9 +108,13 @@ private:
 
 template <typename Store>
 Measured Load(Route& route) {
+    if (!Store::kFresh)
+        Loaded<Store>::Keep(nullptr);
     const Stopwatch<> watch;
     auto store = std::make_unique<Store>(route.Path());
     const double seconds = watch.Seconds();
+    if (!Store::kFresh)
+        Loaded<Store>::Keep(std::move(store));
     return {seconds, 1, route.Bytes()};
 }
 
