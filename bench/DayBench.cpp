@@ -5,8 +5,8 @@
 //     METERS  sizes of the routes: 500, 2000 and 20000 when none is given
 //     -o      JSON file of all repetitions; day.json when it is not given
 //
-// A day is the opening of a route, 200 visits to meters all over it, and its closing. A visit selects the meter and
-// shows its state, runs the parser over its record and its appendix, calculates the automatic fields, shows
+// A day is the opening of a route, 200 visits to meters all over it, and its closing. A visit selects the
+// meter and shows its state, runs the parser over its record and its appendix, calculates the automatic fields, shows
 // all fields, lists and notes commands, stamps the record, archives a file of raw data and saves the route in
 // the background. Operations on whole routes are measured beside it. The installation is the sample one with a
 // route of the generator, in a file system in memory, and nothing is flushed.
@@ -124,11 +124,18 @@ private:
         std::printf("%-44s", row.title);
         for (const int meters : m_routes)
             std::printf(" %9s", DurationText(Figure(meters, row.step)).c_str());
+        std::printf("%s\n", m_routes.size() == 1 ? "" : GrowthText(row).c_str());
+    }
+
+    // From the smallest route to the largest.
+    std::string GrowthText(const Row& row) const {
         const double growth = Figure(m_routes.back(), row.step) / Figure(m_routes.front(), row.step);
-        const char* const verdict = growth <= kMostGrowth ? ""
-                                    : row.mayGrow         ? "  grows, as it must"
-                                                          : "  GROWS";
-        std::printf("  %6.2f x%s\n", growth, verdict);
+        char text[64];
+        std::snprintf(text, sizeof text, "  %6.2f x%s", growth,
+                      growth <= kMostGrowth ? ""
+                      : row.mayGrow         ? "  grows, as it must"
+                                            : "  GROWS");
+        return text;
     }
 
     void PrintShare() const {
