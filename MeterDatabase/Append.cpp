@@ -145,12 +145,15 @@ int CMeterDatabase::GetMeterTypeFromAppendSection(const char* meterType, char* d
 bool CMeterDatabase::DeleteActualMeter() try {
     if (!HasRecord())
         return false;
-    const int appendices = GetAppendixCount();
-    m_dataFile->DeleteSection(MainSection().c_str());
-    for (int appendix = 1; appendix <= appendices; ++appendix)
-        m_dataFile->DeleteSection(AppendixSection(appendix, m_currentMeter).c_str());
-    m_currentMeter = 0;
+    // From the last appendix to the main record: what stays for want of memory still has its meter, and no
+    // other meter takes it over.
     m_currentAppendix = 0;
+    for (int appendix = GetAppendixCount(); appendix >= 1; --appendix)
+        if (!m_dataFile->DeleteSection(AppendixSection(appendix, m_currentMeter).c_str()))
+            return false;
+    if (!m_dataFile->DeleteSection(MainSection().c_str()) && m_dataFile->SectionExists(MainSection().c_str()))
+        return false;
+    m_currentMeter = 0;
     BringIntoOrder(SIZE_MAX);  // however many meters move down, each takes its appendices along
     return true;
 } catch (const std::bad_alloc&) {

@@ -1,4 +1,5 @@
 // Records that come and go: appending from templates, deleting, and taking an edit back.
+#include <optional>
 #include <random>
 
 #include "tests/support/DatabaseFixture.h"
@@ -233,28 +234,62 @@ TEST_F(AppendMeter, CutsARebuiltEntryAndKeepsItWhole) {
 // ---- without memory
 
 TEST_F(AppendMeter, HappensWholeOrNotAtAll) {
-    for (const char* file : {"[#_1]\n[#1_1]\nNote=1\n[General]\nMeters=007", "[Other]\nNote=1\n"})
+    const auto record = [](int meter) {
+        const std::string number = std::to_string(meter) + "]\n";
+        return "[#_" + number + "State=E\nA=G,U,8,,\"\"\n\n[#1_" + number + "#1=1\nB=1\n\n[#2_" + number +
+               "#2=1\n\n[#2_" + number + "#2=2\n\n";
+    };
+    for (const bool hasGeneral : {true, false})
         for (int n = 1;; ++n) {
             m_database.CloseDataFile();
-            Open(file, "[Append]\nA=G,U,8,,\"\"\n#1=1\nB=1\n#2=1\n#2=2\n");
-            m_database.SetDBGeneralData("Meters", "007");
-            if (std::string(file).find("Meters") == std::string::npos)
+            Open(hasGeneral ? "[#_1]\n[#1_1]\nNote=1\n[General]\n" : "[Other]\nNote=1\n",
+                 "[Append]\nA=G,U,8,,\"\"\n#1=1\nB=1\n#2=1\n#2=2\n");
+            if (hasGeneral)
+                m_database.SetDBGeneralData("Meters", "007");
+            else
                 m_database.m_dataFile->DeleteSection("General");
             const std::string before = DataLines();
             const int position = m_database.m_currentMeter;
-            HeapFault fault(n);
-            const int meter = m_database.AppendNewMeterToDataFile("");
-            if (!fault.Happened()) {
-                EXPECT_GT(n, 10);
-                EXPECT_NE(meter, 0);
-                break;
+            bool failed = false;
+            int meter = 0;
+            {
+                const HeapFault fault(n);
+                meter = m_database.AppendNewMeterToDataFile("");
+                failed = fault.Happened();
             }
-            if (meter != 0)
-                continue;
             const std::string after = DataLines();
-            EXPECT_TRUE(after == before || after == before + "[General]\n") << n << after;
-            EXPECT_EQ(m_database.m_currentMeter, position) << n;
+            if (meter == 0) {
+                EXPECT_TRUE(after == before || after == before + "[General]\n") << n << after;
+                EXPECT_EQ(m_database.m_currentMeter, position) << n;
+            } else {
+                const std::string whole = hasGeneral
+                                              ? "[#_1]\n[#1_1]\nNote=1\n[General]\nMeters=8\n" + record(8)
+                                              : "[Other]\nNote=1\n[General]\nMeters=1\n" + record(1);
+                EXPECT_EQ(after, whole) << n;
+            }
+            if (failed)
+                continue;
+            EXPECT_GT(n, 10);
+            EXPECT_NE(meter, 0);
+            break;
         }
+}
+
+// What was there under the name of one of its records stays when an appending is taken back.
+TEST_F(AppendMeter, TakesBackItsOwnRecordsAlone) {
+    for (int n = 1;; ++n) {
+        m_database.CloseDataFile();
+        Open("[#_1]\n[#1_2]\nNote=left over\n", "[Append]\nA=1\n#1=1\n#2=1\n");
+        bool failed = false;
+        {
+            const HeapFault fault(n);
+            m_database.AppendNewMeterToDataFile("");
+            failed = fault.Happened();
+        }
+        EXPECT_EQ(Data("#1_2", "Note"), "left over") << n;
+        if (!failed)
+            break;
+    }
 }
 
 // ---- the type of a template
@@ -413,6 +448,45 @@ TEST_F(DeleteMeter, IsRememberedWhenItCannotBeSaved) {
     EXPECT_EQ(m_folder.Read(kDataFile), "[General]\nMeters=2\n[#_1]\n[#_2]\nId=2\n");
 }
 
+// A record that could not be deleted stays whole, or goes with what it has; no other record is touched.
+TEST_F(DeleteMeter, LeavesTheOtherRecordsAloneWithoutMemory) {
+    const std::string third = "[#_3]\nId=3\n[#1_3]\nId=3.1\n[#2_3]\nId=3.2\n";
+    for (int n = 1;; ++n) {
+        m_database.CloseDataFile();
+        Open(
+            "[General]\nMeters=3\n[#_1]\nId=1\n[#_2]\nId=2\n[#1_2]\nId=2.1\n[#2_2]\nId=2.2\n[#3_2]\nId=2."
+            "3\n" +
+            third);
+        // With copies of the records there is more that can fail.
+        m_database.SetActualPosition(2);
+        for (const int appendix : {0, 1, 2, 3}) {
+            ASSERT_TRUE(m_database.SetAppendix(appendix));
+            ASSERT_TRUE(m_database.BackupRecord());
+        }
+        bool failed = false;
+        bool deleted = false;
+        {
+            const HeapFault fault(n);
+            deleted = m_database.DeleteActualMeter();
+            failed = fault.Happened();
+        }
+        ASSERT_TRUE(m_database.UpdateDatabaseForeground());
+        ASSERT_TRUE(m_database.OpenDataFile(false));
+        const int meters = m_database.GetNumberOfMeters();
+        ASSERT_TRUE(meters == 2 || (failed && meters == 3)) << n;
+        EXPECT_EQ(Data("#_1", "Id"), "1");
+        EXPECT_EQ(Data("#_2", "Id"), meters == 3 ? "2" : "3") << n << DataLines();
+        const std::string last = std::to_string(meters);
+        EXPECT_EQ(Data("#_" + last, "Id"), "3");
+        EXPECT_EQ(Data("#1_" + last, "Id"), "3.1");
+        EXPECT_EQ(Data("#2_" + last, "Id"), "3.2");
+        EXPECT_EQ(Data("#3_" + last, "Id"), kMissing) << n << DataLines();
+        EXPECT_TRUE(deleted || failed);
+        if (!failed)
+            break;
+    }
+}
+
 // ---- taking an edit back
 
 class RecordCopy : public DatabaseFixture {
@@ -549,34 +623,36 @@ TEST_F(RecordCopy, NeverLandsInAnotherRecord) {
 
 // ---- many changes
 
-// A route as a list: what every record is to hold.
+// A route as a list: what every record is to hold, and what the copy of it holds that was kept.
 class RouteModel : public DatabaseFixture, public testing::WithParamInterface<unsigned> {
 protected:
-    struct Meter {
-        std::string id;
-        int appendices;
+    struct Record {
+        std::string lines;
+        std::optional<std::string> copy;
     };
 
-    static std::string AppendixId(const Meter& meter, int appendix) {
-        return meter.id + "." + std::to_string(appendix);
-    }
+    using Meter = std::vector<Record>;  // its main record, then its appendices
 
-    std::string Item(const char* key) {
-        GuardedBuffer<> text(40);
-        EXPECT_TRUE(m_database.GetMeterItem(key, text.Data(), text.Size()));
-        return text.Text();
+    std::string Lines() {
+        std::string lines;
+        char line[200];
+        for (int i = 1; m_database.GetRecordData(i, line, sizeof line); ++i)
+            lines += std::string(line) + '\n';
+        return lines;
     }
 
     int Random(int count) { return static_cast<int>(m_random() % static_cast<unsigned>(count)); }
 
     void Append() {
-        const Meter meter{"m" + std::to_string(++m_made), Random(4)};
-        ASSERT_EQ(m_database.AppendNewMeterToDataFile(std::to_string(meter.appendices).c_str()),
+        const int appendices = Random(4);
+        ASSERT_EQ(m_database.AppendNewMeterToDataFile(std::to_string(appendices).c_str()),
                   static_cast<int>(m_route.size()) + 1);
-        for (int appendix = meter.appendices; appendix >= 0; --appendix) {
+        ASSERT_EQ(m_database.GetAppendixCount(), appendices);
+        Meter meter;
+        for (int appendix = 0; appendix <= appendices; ++appendix) {
             ASSERT_TRUE(m_database.SetAppendix(appendix));
-            ASSERT_TRUE(m_database.SetMeterItem(
-                "Id", appendix == 0 ? meter.id.c_str() : AppendixId(meter, appendix).c_str()));
+            ASSERT_TRUE(m_database.SetMeterItem("Id", std::to_string(++m_made).c_str()));
+            meter.push_back({Lines(), std::nullopt});
         }
         m_route.push_back(meter);
     }
@@ -589,32 +665,66 @@ protected:
         m_route.erase(m_route.begin() + meter);
     }
 
-    // Leaves a record as it is after a change that was taken back.
-    void EditAndRestore() {
-        m_database.SetActualPosition(Random(static_cast<int>(m_route.size())) + 1);
-        m_database.SetAppendix(Random(4));
+    // Makes any record current.
+    Record& Select() {
+        const int position = Random(static_cast<int>(m_route.size()));
+        Meter& meter = m_route[static_cast<std::size_t>(position)];
+        const int appendix = Random(static_cast<int>(meter.size()));
+        m_database.SetActualPosition(position + 1);
+        EXPECT_TRUE(m_database.SetAppendix(appendix));
+        return meter[static_cast<std::size_t>(appendix)];
+    }
+
+    void Backup() {
+        Record& record = Select();
         ASSERT_TRUE(m_database.BackupRecord());
-        ASSERT_TRUE(m_database.SetMeterItem("Id", "lost"));
-        ASSERT_TRUE(m_database.SetMeterItem("More", "lost"));
+        record.copy = record.lines;
+    }
+
+    void Edit() {
+        Record& record = Select();
+        ASSERT_TRUE(m_database.SetMeterItem("Note", std::to_string(Random(1000)).c_str()));
+        ASSERT_TRUE(m_database.DeleteMeterValue(Random(2) == 0 ? "A" : "#1"));
+        ASSERT_TRUE(m_database.SetMeterValue("V", nullptr, "D", nullptr, "1,5", nullptr));
+        record.lines = Lines();
+    }
+
+    void Restore() {
+        Record& record = Select();
         ASSERT_TRUE(m_database.RestoreRecord());
+        record.lines = record.copy.value_or(record.lines);
     }
 
     void ExpectRoute() {
         ASSERT_EQ(m_database.GetNumberOfMeters(), static_cast<int>(m_route.size()));
         for (std::size_t i = 0; i < m_route.size(); ++i) {
             m_database.SetActualPosition(static_cast<int>(i) + 1);
-            EXPECT_EQ(Item("Id"), m_route[i].id);
-            ASSERT_EQ(m_database.GetAppendixCount(), m_route[i].appendices) << m_route[i].id;
-            for (int appendix = 1; appendix <= m_route[i].appendices; ++appendix) {
-                ASSERT_TRUE(m_database.SetAppendix(appendix));
-                EXPECT_EQ(Item("Id"), AppendixId(m_route[i], appendix));
+            ASSERT_EQ(m_database.GetAppendixCount() + 1, static_cast<int>(m_route[i].size()));
+            for (std::size_t appendix = 0; appendix < m_route[i].size(); ++appendix) {
+                ASSERT_TRUE(m_database.SetAppendix(static_cast<int>(appendix)));
+                ASSERT_EQ(Lines(), m_route[i][appendix].lines) << "meter " << i + 1 << '/' << appendix;
             }
         }
     }
 
+    // Copies live as long as the file is open.
     void Reopen() {
         ASSERT_TRUE(m_database.UpdateDatabaseForeground());
         ASSERT_TRUE(m_database.OpenDataFile(false));
+        for (Meter& meter : m_route)
+            for (Record& record : meter)
+                record.copy.reset();
+    }
+
+    void DoSomething() {
+        const int what = Random(12);
+        if (m_route.size() < 2 || what < 3)
+            return Append();
+        if (what < 5)
+            return Delete();
+        if (what < 7)
+            return Backup();
+        return what < 9 ? Edit() : Restore();
     }
 
     std::mt19937 m_random{GetParam()};
@@ -622,17 +732,11 @@ protected:
     int m_made = 0;
 };
 
-TEST_P(RouteModel, KeepsEveryRecordWithItsOwnAppendices) {
+TEST_P(RouteModel, KeepsEveryRecordWithItsOwnAppendicesAndItsOwnCopy) {
     Open("", "[Append0]\nNote=1\n[Append1]\n#1=a\n[Append2]\nA=1\n#1=a\n#2=b\n[Append3]\n#1=a\n#2=b\n#3=c\n");
-    for (int step = 0; step < 60; ++step) {
-        const int what = Random(8);
-        if (m_route.size() < 2 || what < 4)
-            Append();
-        else if (what < 7)
-            Delete();
-        else
-            EditAndRestore();
-        if (Random(10) == 0)
+    for (int step = 0; step < 100; ++step) {
+        DoSomething();
+        if (Random(30) == 0)
             Reopen();
         ExpectRoute();
         if (HasFatalFailure())
