@@ -115,10 +115,12 @@ std::optional<std::string> ListedLabel(std::string_view list, std::string_view v
 // The label of a code in a section of the system ini.
 std::string SurveyLabel(const CMeterIniFile& systemIni, const std::string& section, std::string_view value) {
     if (value.empty()) {
-        const std::optional<std::string> undefined = ReadText(systemIni, section.c_str(), "_Undefined");
+        const std::optional<std::string> undefined =
+            ReadText(systemIni, section.c_str(), "_Undefined", kEntryBytes);
         return undefined ? std::string(MeterText::WithoutQuotes(*undefined)) : "? ? ?";
     }
-    const std::optional<std::string> label = ReadText(systemIni, section.c_str(), std::string(value).c_str());
+    const std::optional<std::string> label =
+        ReadText(systemIni, section.c_str(), std::string(value).c_str(), kEntryBytes);
     return label ? std::string(MeterText::BareToken(*label, 1)) : "- - -";
 }
 

@@ -62,7 +62,8 @@ protected:
             "empty=\n"
             "second=,x\n"
             "long=" +
-            Text(300) + "\n[Survey_Plain]\n1=one\n[Survey_" + Text(39, 'n') + "]\n1=cut\n";
+            Text(300) + "\nquoted=\"" + Text(300) + "\",hint\n[Survey_Plain]\n1=one\n[Survey_" +
+            Text(39, 'n') + "]\n1=cut\n[Survey_Long]\n_Undefined=\"" + Text(300) + "\"\n";
         FormatValue::SetUp();
     }
 };
@@ -245,6 +246,8 @@ TEST_F(SelectionLists, GiveTheLabelOfACodeFromTheSystemIni) {
     };
     Expect(rows);
     EXPECT_EQ(Shown("S;Reason", "long"), Text(255));
+    EXPECT_EQ(Shown("S;Reason", "quoted"), Text(255)) << "quotes go before a label is cut";
+    EXPECT_EQ(Shown("S;Long", ""), Text(255));
 }
 
 TEST_F(SelectionLists, HaveNamesOf39Characters) {
