@@ -1,5 +1,8 @@
 // The meter interface: what the reading application implements for one kind of meter, and what the database
 // asks of it. It knows how a meter is reached and how its answer is parsed; the database knows neither.
+//
+// The database is in the midst of its work on a record when it calls. An implementation may read from the
+// database that calls it, but it must not change anything there, move to another record or close a file.
 #pragma once
 
 class CMeterInterface {
