@@ -6,6 +6,11 @@ target_compile_options(meterdb_options INTERFACE
   $<$<BOOL:${METERDB_WARNINGS_AS_ERRORS}>:-Werror>)
 # Files above 2 GiB and times after 2038 also where the system's own types are 32 bits.
 target_compile_definitions(meterdb_options INTERFACE _FILE_OFFSET_BITS=64 _TIME_BITS=64)
+# Registers are computed in plain double arithmetic, the same on every machine: the old floating-point unit of 32-bit
+# x86, which is the compiler's default there, computes with more digits and rounds differently.
+if(CMAKE_SIZEOF_VOID_P EQUAL 4 AND CMAKE_SYSTEM_PROCESSOR MATCHES "86|AMD64")
+  target_compile_options(meterdb_options INTERFACE -msse2 -mfpmath=sse)
+endif()
 target_include_directories(meterdb_options INTERFACE "${PROJECT_SOURCE_DIR}")
 if(MINGW)
   # The compiler's own libraries go into ours, which then need nothing but what every Windows has.
