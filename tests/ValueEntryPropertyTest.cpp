@@ -179,8 +179,15 @@ protected:
             EXPECT_EQ(Stored(i), m_raw[static_cast<std::size_t>(i)]);
     }
 
+    // What stands in the file is what the store shows.
+    void Reopen() {
+        ASSERT_TRUE(m_database.UpdateDatabaseForeground());
+        ASSERT_TRUE(m_database.OpenDataFile(false));
+        ExpectStored();
+    }
+
     void DoSomething() {
-        switch (m_random.Below(6)) {
+        switch (m_random.Below(7)) {
             case 0:
             case 1:
                 return Read();
@@ -188,6 +195,8 @@ protected:
                 return Calculate();
             case 3:
                 return Clear(static_cast<int>(m_random.Below(2)));
+            case 4:
+                return Reopen();
             default:
                 for (int writes = 0; writes < kEntries; ++writes)
                     Write(static_cast<int>(m_random.Below(kEntries)));
