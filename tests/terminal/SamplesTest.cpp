@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "MeterDatabase/MeterDatabase.h"
+#include "tests/support/Markdown.h"
 #include "tests/terminal/MeterdbFixture.h"
 
 namespace fs = std::filesystem;
@@ -18,7 +19,7 @@ using testing::Not;
 
 namespace {
 
-const fs::path kSamples = SAMPLES_DIR;
+const fs::path kSamples = fs::path(PROJECT_DIR) / "samples";
 
 std::string ReadFile(const fs::path& path) {
     std::ifstream file(path, std::ios::binary);
@@ -35,12 +36,8 @@ std::map<std::string, std::string> Files(const fs::path& directory) {
     return files;
 }
 
-std::vector<std::string> Page() {
-    std::istringstream page(ReadFile(kSamples / "README.md"));
-    std::vector<std::string> lines;
-    for (std::string line; std::getline(page, line);)
-        lines.push_back(line);
-    return lines;
+std::string Page() {
+    return Markdown::Page("samples/README.md");
 }
 
 // What matches the only group of a pattern, each time.
@@ -61,18 +58,16 @@ struct Row {
     std::string shows;
 };
 
+// An appendix stands below its meter, without a number.
 std::vector<Row> Rows() {
-    const std::regex row(R"(\| *(\d*) *\| *(.*?) *\| *(.*?) *\| *(\w*) *\| *(.*?) *\| *(.*?) *\|)");
     std::vector<Row> rows;
     std::string meter;
-    for (const std::string& line : Page()) {
-        std::smatch cells;
-        if (!std::regex_match(line, cells, row) || (cells[1] == "" && meter.empty()))
-            continue;
-        meter = cells[1] == "" ? meter : cells[1].str();
-        const std::vector<std::string> appendix = Matches(cells[2], R"(appendix (\d))");
-        rows.push_back({appendix.empty() ? meter : meter + "/" + appendix.front(), cells[3], cells[4],
-                        Matches(cells[5], "`([^`]*)`"), cells[6]});
+    for (const std::vector<std::string>& cells :
+         Markdown::Table(Page(), {"#", "Meter", "State", "Action", "Readouts", "What it shows"})) {
+        meter = cells[0].empty() ? meter : cells[0];
+        const std::vector<std::string> appendix = Matches(cells[1], R"(appendix (\d))");
+        rows.push_back({appendix.empty() ? meter : meter + "/" + appendix.front(), cells[2], cells[3],
+                        Markdown::Codes(cells[4]), cells[5]});
     }
     return rows;
 }
@@ -176,20 +171,13 @@ TEST_F(MeterdbSamples, ReadoutsAreTakenOrRefusedAsTheTableSays) {
 }
 
 TEST_F(MeterdbSamples, ExchangeGoesAsThePageSays) {
-    std::string block;
-    std::string record;
-    bool isIni = false;
-    for (const std::string& line : Page()) {
-        if (line.rfind("```", 0) == 0)
-            isIni = line == "```ini";
-        else if (isIni)
-            record += line + "\r\n";
-        if (line.rfind("meterdb ", 0) == 0)
-            block += line.substr(8) + "\n";
-    }
-    std::istringstream commands(block);
+    const std::vector<std::string> commands = Markdown::Blocks(Page(), "");
+    const std::vector<std::string> records = Markdown::Blocks(Page(), "ini");
+    ASSERT_EQ(commands.size(), 1U);
+    ASSERT_EQ(records.size(), 1U);
+    const std::string record = std::regex_replace(records[0], std::regex("\n"), "\r\n");
     int mounts = 0;
-    for (std::string line; std::getline(commands, line);) {
+    for (const std::string& line : Matches(commands[0], "(?:^|\n)meterdb ([^\n]*)")) {
         ASSERT_EQ(RunLine(line), kDone) << line << '\n' << m_errors;
         if (line.rfind("store mount", 0) != 0)
             continue;
