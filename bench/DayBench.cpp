@@ -1,4 +1,5 @@
-// A working day with the database on routes of several sizes: only loading and saving may grow with the route.
+// A working day with the database on routes of several sizes: only loading and saving may grow with the
+// route.
 //
 //     meterdb_day_bench [-o FILE] [METERS ...]
 //
@@ -6,10 +7,10 @@
 //     -o      JSON file of all repetitions; day.json when it is not given
 //
 // A day is the opening of a route, 200 visits to meters all over it, and its closing. A visit selects the
-// meter and shows its state, runs the parser over its record and its appendix, calculates the automatic fields, shows
-// all fields, lists and notes commands, stamps the record, archives a file of raw data and saves the route in
-// the background. Operations on whole routes are measured beside it. The installation is the sample one with a
-// route of the generator, in a file system in memory, and nothing is flushed.
+// meter and shows its state, runs the parser over its record and its appendix, calculates the automatic
+// fields, shows all fields, lists and notes commands, stamps the record, archives a file of raw data and
+// saves the route in the background. Operations on whole routes are measured beside it. The installation is
+// the sample one with a route of the generator, in a file system in memory, and nothing is flushed.
 //
 // Times are those of the calling thread; the thread that saves works beside it. Repetitions of all routes are
 // interleaved; every figure is a median.

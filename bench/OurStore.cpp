@@ -5,7 +5,6 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 
 #include "MeterUtil/MeterIniFile.h"
 #include "Platform/Platform.h"
@@ -70,7 +69,9 @@ private:
 
 bool Holds(const std::string& path, const std::string& text) {
     std::ifstream file(path, std::ios::binary);
-    return std::equal(text.begin(), text.end(), std::istreambuf_iterator<char>(file), {});
+    std::string bytes(static_cast<std::size_t>(std::filesystem::file_size(path)), '\0');
+    file.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    return bytes == text;
 }
 
 // A whole record as lines, as a program appends it that has the lines already.
@@ -178,7 +179,8 @@ void AddOurStore(const std::string& diskDirectory) {
     Add("delete", kOurs, 5, DeleteRecords<OurStore>);
     Add("renumber", kOurs, 5, Renumber);
     AddSaves(diskDirectory);
-    AddPeakMemory(kOurs, [](const std::string& path) { KeepLoaded(OurStore(path)); });
+    AddPeakMemory(
+        kOurs, [](const std::string& path) { KeepLoaded(OurStore(path)); }, 3);
 }
 
 }  // namespace Bench

@@ -12,7 +12,7 @@ namespace Bench {
 
 // Adds that measurement of a contestant, who loads a route by this function.
 void AddPeakMemory(const char* contestant, std::function<void(const std::string& path)> load,
-                   int repetitions = 3, int mostMeters = INT_MAX);
+                   int repetitions = 1, int mostMeters = INT_MAX);
 
 // Reads the memory that the process has now: for such a function, while it holds the store.
 void ReadMemory();

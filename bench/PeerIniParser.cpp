@@ -1,6 +1,6 @@
 // It searches all entries for every one that it sets, also while it loads, and all of them for each section
-// when it saves: the largest route, which takes it half an hour to load, is given to it only when it is named.
-// It cannot remove a section together with its entries.
+// when it saves: the largest route, which takes it half an hour to load, is given to it only when it is
+// named. It cannot remove a section together with its entries.
 #include <iniparser/iniparser.h>
 
 #include "bench/Contestants.h"

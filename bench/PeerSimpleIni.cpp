@@ -1,6 +1,3 @@
-// It takes seconds to delete a record, because it searches all of its texts for each that goes; that row is
-// without it.
-//
 // Texts are bytes: nothing is converted.
 #define SI_NO_CONVERSION
 #include <SimpleIni.h>
@@ -31,10 +28,18 @@ public:
     bool Set(const Query& query, const std::string& value) {
         return m_ini.SetValue(query.section, query.key, value.c_str()) >= 0;
     }
+    bool DeleteSection(const char* section) { return m_ini.Delete(section, nullptr, true); }
     bool SaveTo(const std::string& path) { return m_ini.SaveFile(path.c_str(), false) >= 0; }
 
 private:
     CSimpleIniA m_ini{true, false, false};
+};
+
+// It searches all texts that were set for each that goes: records are deleted while there are none.
+class UnchangedSimpleIni : public SimpleIniStore {
+public:
+    static constexpr bool kFresh = true;
+    using SimpleIniStore::SimpleIniStore;
 };
 
 }  // namespace
@@ -46,6 +51,7 @@ void AddSimpleIni() {
     Add("update", kName, 3, Update<SimpleIniStore>);
     Add("insert", kName, 3, Insert<SimpleIniStore>);
     Add("append-keys", kName, 3, AppendByEntry<SimpleIniStore>);
+    Add("delete", kName, 3, DeleteRecords<UnchangedSimpleIni>);
     Add("save", kName, 3, SaveUnchanged<SimpleIniStore>);
     Add("save-one", kName, 3, ChangeAndSave<SimpleIniStore>);
     Add("save-many", kName, 3, SaveAfterUpdates<SimpleIniStore>);

@@ -188,6 +188,18 @@ private:
     bool m_isChanging = false;
 };
 
+// On a medium, where commits are flushed.
+class FlushedSqliteStore : public SqliteStore {
+public:
+    explicit FlushedSqliteStore(const std::string& path)
+        : SqliteStore(path, Directory() + "/flushed.db", "PRAGMA synchronous=FULL") {}
+
+    static std::string& Directory() {
+        static std::string directory;
+        return directory;
+    }
+};
+
 // The commits before and after keep the transactions of other measurements out of it.
 template <typename Edits>
 Measured Edited(Route& route, Edits edits) {
@@ -201,9 +213,11 @@ Measured Edited(Route& route, Edits edits) {
 template <typename Clock>
 Measured ChangeAndCommit(SqliteStore& store, Route& route) {
     store.Commit();
+    static std::size_t round = 0;
     const Query query = route.Random().front();
+    const std::string& value = route.NewValue(++round);  // the value that it has already would not be written
     const Stopwatch<Clock> watch;
-    const bool saved = store.Set(query, route.NewValue(0)) && store.Commit();
+    const bool saved = store.Set(query, value) && store.Commit();
     return {watch.Seconds(), saved ? 1U : 0U, 0};
 }
 
@@ -223,8 +237,9 @@ void AddSqlite(const std::string& diskDirectory) {
         return ChangeAndCommit<WorkClock>(*store.operator->(), route);
     });
     Add("save-flushed", kName, 3, [diskDirectory](Route& route) {
-        SqliteStore store(route.Path(), diskDirectory + "/flushed.db", "PRAGMA synchronous=FULL");
-        return ChangeAndCommit<WallClock>(store, route);
+        FlushedSqliteStore::Directory() = diskDirectory;
+        Loaded<FlushedSqliteStore> store(route);
+        return ChangeAndCommit<WallClock>(*store.operator->(), route);
     });
     AddPeakMemory(kName, [](const std::string& path) { KeepLoaded(SqliteStore(path)); });
 }

@@ -35,8 +35,8 @@
 // loads is part of the figures: every repetition begins with a fresh one. The others load once a route.
 // Repetitions of a row are interleaved; every figure is a median. Files lie in a file system in memory, and
 // saves do not flush, except where the row says so: what a medium takes says nothing about the store. A
-// contestant that lacks an operation, or whose way of saving is another thing, is not in that row. Slow ones do
-// fewer operations a repetition.
+// contestant that lacks an operation, or whose way of saving is another thing, is not in that row. Slow ones
+// do fewer operations a repetition.
 #include <benchmark/benchmark.h>
 
 #include <algorithm>

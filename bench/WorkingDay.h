@@ -1,5 +1,5 @@
-// A working day with the database: a route is opened, meters all over it are visited, and it is closed. And the
-// operations on whole routes, each by itself.
+// A working day with the database: a route is opened, meters all over it are visited, and it is closed. And
+// the operations on whole routes, each by itself.
 #pragma once
 
 #include <map>
