@@ -6,6 +6,7 @@
 #include <new>
 
 #include "MeterUtil/IniLine.h"
+#include "Platform/Prefetch.h"
 
 namespace MeterUtil {
 namespace {
@@ -93,7 +94,7 @@ void IniText::OpenSection(std::string_view raw) {
     }
     CloseSection();
     SectionData section;
-    section.header = {raw.data(), static_cast<std::uint32_t>(raw.size()), 0};
+    section.header = {raw.data(), static_cast<std::uint32_t>(raw.size()), 0, 0};
     section.first = static_cast<std::uint32_t>(m_startCount) + 1;
     section.hash = FoldedHash(name);
     section.position = static_cast<std::uint32_t>(m_order.size());
@@ -110,14 +111,14 @@ void IniText::CloseSection() {
 // ---- lines
 
 std::string_view IniText::Raw(const SectionData& section, std::uint32_t index) const {
-    if (section.edited != nullptr)
-        return section.edited->lines[index].Raw();
+    if (section.edited.Exists())
+        return section.edited.Lines()[index].Raw();
     const std::size_t line = section.first + index;
     return {m_base.get() + m_starts[line], m_starts[line + 1] - m_starts[line]};
 }
 
 const std::uint8_t* IniText::Tags(const SectionData& section) const {
-    return section.edited != nullptr ? section.edited->tags.data() : m_tags.get() + section.first;
+    return section.edited.Exists() ? section.edited.Tags() : m_tags.get() + section.first;
 }
 
 std::uint32_t IniText::LinesOf(const SectionData& section) const {
@@ -138,27 +139,34 @@ std::string_view IniText::NameOf(const SectionData& section) const {
 
 // ---- finding
 
-bool IniText::SameName(const SectionData& section, std::uint32_t hash, std::string_view name) const {
-    return section.hash == hash && MeterText::EqualIgnoringCase(NameOf(section), name);
-}
-
 IniText::Section IniText::FindSection(std::string_view name) const {
     return FindSection(FoldedHash(name), name);
 }
 
 IniText::Section IniText::FindSection(std::uint32_t hash, std::string_view name) const {
-    Section section = m_buckets[hash & (m_buckets.size() - 1)];
-    while (section != kNoSection && !SameName(m_sections[section], hash, name))
-        section = m_sections[section].nextInBucket;
-    return section;
+    return m_names.Find(hash, [&](Section id) {
+        const SectionData& section = m_sections[id];
+        Prefetch(section);
+        return MeterText::EqualIgnoringCase(NameOf(section), name);
+    });
+}
+
+// What the search for a key will touch, all of which may be far from the processor.
+void IniText::Prefetch(const SectionData& section) const {
+    Platform::Prefetch(section.header.text);
+    const std::uint8_t* const tags = Tags(section);
+    Platform::Prefetch(tags);
+    Platform::Prefetch(tags + section.count);
+    if (section.edited.Exists())
+        return;
+    constexpr std::uint32_t kStartsInALine = 16;
+    const std::uint32_t end = section.first + std::min(section.count, 4 * kStartsInALine);
+    for (std::uint32_t line = section.first; line < end; line += kStartsInALine)
+        Platform::Prefetch(m_starts.get() + line);
 }
 
 void IniText::Tag(SectionData& section) {
-    std::uint8_t* tags = m_tags.get() + section.first;
-    if (section.edited != nullptr) {
-        section.edited->tags.resize(section.count);
-        tags = section.edited->tags.data();
-    }
+    std::uint8_t* const tags = section.edited.Exists() ? section.edited.Tags() : m_tags.get() + section.first;
     for (std::uint32_t i = 0; i < section.count; ++i)
         tags[i] = LineTag(WithoutLineEnd(Raw(section, i)));
     section.leading = static_cast<std::uint32_t>(std::find(tags, tags + section.count, kNoEntryTag) - tags);
@@ -234,6 +242,24 @@ std::uint32_t IniText::PositionOf(Section id) {
     return m_sections[id].position;
 }
 
+// The last numbered section that begins at or before the line. Records are of about one size: the place is
+// guessed, and the search for it begins there.
+std::uint32_t IniText::PositionNear(std::uint32_t line) const {
+    const auto first = m_firstLine.begin();
+    const std::uint64_t guess = std::uint64_t{line} * m_order.size() / m_lineCount;
+    std::uint32_t low = static_cast<std::uint32_t>(std::min<std::uint64_t>(guess, m_numbered - 1));
+    std::uint32_t high = low + 1;
+    for (std::uint32_t step = 1; m_firstLine[low] > line; step *= 2) {
+        high = low;
+        low -= std::min(low, step);
+    }
+    for (std::uint32_t step = 1; high < m_numbered && m_firstLine[high] <= line; step *= 2) {
+        low = high;
+        high += std::min(m_numbered - high, step);
+    }
+    return static_cast<std::uint32_t>(std::upper_bound(first + low, first + high, line) - first) - 1;
+}
+
 // Where line `line` stands; it must exist.
 IniText::Place IniText::Locate(std::uint32_t line) {
     NumberLines(line);
@@ -242,11 +268,8 @@ IniText::Place IniText::Locate(std::uint32_t line) {
                line - m_firstLine[position] < LinesOf(m_sections[m_order[position]]);
     };
     std::uint32_t position = m_lastPosition;
-    if (!holds(position) && !holds(++position)) {
-        // The last section that begins at or before the line; only the first one may be without any line.
-        const auto behind = std::upper_bound(m_firstLine.begin(), m_firstLine.begin() + m_numbered, line);
-        position = static_cast<std::uint32_t>(behind - m_firstLine.begin()) - 1;
-    }
+    if (!holds(position) && !holds(++position))
+        position = PositionNear(line);
     m_lastPosition = position;
     const std::uint32_t index = line - m_firstLine[position];
     if (m_sections[m_order[position]].header.size == 0)
@@ -287,21 +310,14 @@ std::uint32_t IniText::FindBracketLine(std::uint32_t line) {
 // ---- names
 
 void IniText::BuildNameIndex() {
-    std::size_t buckets = 16;
-    while (buckets < m_sections.size())
-        buckets *= 2;
-    m_buckets.assign(buckets, kNoSection);
-    for (const Section section : m_order) {
-        m_sections[section].nextInBucket = kNoSection;
-        m_sections[section].nextSame = kNoSection;
-        m_sections[section].prevSame = kNoSection;
-    }
+    m_names.Clear();
+    m_names.Reserve(m_sections.size());
     for (std::size_t position = 1; position < m_order.size(); ++position)
         Link(m_order[position]);
 }
 
 // Enters a section under its name. Sections of one name form a list in the order of the file, of which the
-// first alone stands in the bucket; the first knows the last one, so that a file of equal names is no slower.
+// first alone stands in the table; the first knows the last one, so that a file of equal names is no slower.
 // A copy of a deleted section of that name is dropped: the name means this section now.
 void IniText::Link(Section id) {
     SectionData& section = m_sections[id];
@@ -309,12 +325,10 @@ void IniText::Link(Section id) {
     if (deleted != m_copiesOfDeleted.end())
         m_copiesOfDeleted.erase(deleted);
     const Section first = FindSection(section.hash, NameOf(section));
-    Section& bucket = m_buckets[section.hash & (m_buckets.size() - 1)];
     if (first == kNoSection) {
         section.nextSame = kNoSection;
         section.prevSame = id;
-        section.nextInBucket = bucket;
-        bucket = id;
+        m_names.Insert(section.hash, id);
         return;
     }
     SectionData& head = m_sections[first];
@@ -322,7 +336,7 @@ void IniText::Link(Section id) {
         section.nextSame = first;
         section.prevSame = head.prevSame;
         head.prevSame = id;
-        RemoveFromBucket(first, id);
+        m_names.Replace(section.hash, first, id);
         m_copies.erase(first);
         return;
     }
@@ -341,27 +355,16 @@ void IniText::Unlink(Section id) {
     const Section next = section.nextSame;
     const Section before = section.prevSame;
     const bool isFirst = m_sections[before].nextSame != id;
-    if (isFirst)
-        RemoveFromBucket(id, next);
-    else
+    if (!isFirst)
         m_sections[before].nextSame = next;
+    else if (next != kNoSection)
+        m_names.Replace(section.hash, id, next);
+    else
+        m_names.Erase(section.hash, id);
     if (next != kNoSection)
         m_sections[next].prevSame = before;
     else if (!isFirst)
         m_sections[FindSection(section.hash, NameOf(section))].prevSame = before;  // the first knows the last
-}
-
-// Takes the first section of a name out of its bucket and puts another of the same name there, if any.
-void IniText::RemoveFromBucket(Section id, Section replacement) {
-    const SectionData& section = m_sections[id];
-    Section* link = &m_buckets[section.hash & (m_buckets.size() - 1)];
-    while (*link != id)
-        link = &m_sections[*link].nextInBucket;
-    *link = section.nextInBucket;
-    if (replacement == kNoSection)
-        return;
-    m_sections[replacement].nextInBucket = *link;
-    *link = replacement;
 }
 
 // ---- saving
@@ -375,6 +378,10 @@ bool IniText::IsInBase(std::string_view piece) const {
 
 std::vector<std::string_view> IniText::Pieces() const {
     std::vector<std::string_view> pieces;
+    std::size_t most = 1;
+    for (const Section id : m_order)
+        most += m_sections[id].edited.Exists() ? m_sections[id].count + std::size_t{2} : 1;
+    pieces.reserve(most);
     const char* baseEnd = nullptr;  // of the last piece, when it lies in the base
     const auto add = [&](std::string_view piece) {
         if (piece.empty())
@@ -390,8 +397,8 @@ std::vector<std::string_view> IniText::Pieces() const {
     for (const Section id : m_order) {
         const SectionData& section = m_sections[id];
         add(section.header.Raw());
-        if (section.edited != nullptr) {
-            for (const Line& line : section.edited->lines)
+        if (section.edited.Exists()) {
+            for (const Line& line : section.edited)
                 add(line.Raw());
         } else if (section.count != 0) {
             const std::uint32_t start = m_starts[section.first];
@@ -401,25 +408,11 @@ std::vector<std::string_view> IniText::Pieces() const {
     return pieces;
 }
 
-TextSnapshot IniText::Snapshot() const {
-    TextSnapshot snapshot;
-    snapshot.pieces = Pieces();
-    snapshot.base = m_base;
-    const auto isShared = [this](std::string_view piece) {
-        return piece.data() == kByteOrderMark.data() || IsInBase(piece);
-    };
-    std::size_t changedBytes = 0;
-    for (const std::string_view piece : snapshot.pieces)
-        changedBytes += isShared(piece) ? 0 : piece.size();
-    snapshot.changed.reset(new char[changedBytes]);
-    char* next = snapshot.changed.get();
-    for (std::string_view& piece : snapshot.pieces) {
-        if (isShared(piece))
-            continue;
-        std::memcpy(next, piece.data(), piece.size());
-        piece = {next, piece.size()};
-        next += piece.size();
-    }
+TextSnapshot IniText::Snapshot() {
+    TextSnapshot snapshot{Pieces(), m_base, m_arena.Blocks()};
+    if (!m_arena.MayFreeze())
+        ForbidWriting();
+    m_arena.Freeze();
     return snapshot;
 }
 

@@ -3,7 +3,8 @@
 // How it is held. The file is read into one block, the base, which never changes; a line of it is an offset.
 // A section is a run of lines of the base until it is edited; then it gets a list of its own, whose changed
 // lines lie in an arena. So loading costs a scan for line ends, memory stays close to the size of the file,
-// an edit touches one section, and a snapshot for a background save copies the changed lines alone.
+// an edit touches one section, and a snapshot for a background save copies no text: it shares the base and
+// the arena, whose lines are not written over from then on.
 //
 // Sections are found by a hash of their folded name, entries by one byte a line, a tag made of the folded
 // key, which is compared before the text. The tags of a section are made when it is first asked for a key.
@@ -23,6 +24,8 @@
 
 #include "MeterUtil/IniLine.h"
 #include "MeterUtil/LineArena.h"
+#include "MeterUtil/LineList.h"
+#include "MeterUtil/NameTable.h"
 #include "Platform/Platform.h"
 
 namespace MeterUtil {
@@ -31,7 +34,7 @@ namespace MeterUtil {
 struct TextSnapshot {
     std::vector<std::string_view> pieces;  // the text is their concatenation
     std::shared_ptr<const char> base;      // what the pieces refer to
-    std::unique_ptr<char[]> changed;
+    std::vector<LineArena::Block> changed;
 };
 
 class IniText {
@@ -74,21 +77,16 @@ public:
     // ---- saving
 
     std::vector<std::string_view> Pieces() const;
-    TextSnapshot Snapshot() const;
+    TextSnapshot Snapshot();
 
 private:
-    struct EditedLines {
-        std::vector<Line> lines;
-        std::vector<std::uint8_t> tags;  // as many as lines once the section is tagged
-    };
-
-    struct SectionData {
-        Line header;                          // of size 0 for the lines before the first header
-        std::unique_ptr<EditedLines> edited;  // null: lines [first, first + count) of the base
+    // One line of the processor's cache.
+    struct alignas(64) SectionData {
+        Line header;      // of size 0 for the lines before the first header
+        LineList edited;  // when there is none: lines [first, first + count) of the base
         std::uint32_t first = 0;
         std::uint32_t count = 0;  // lines behind the header
         std::uint32_t hash = 0;
-        std::uint32_t nextInBucket = kNoSection;
         std::uint32_t nextSame = kNoSection;  // of the same name, in the order of the file
         std::uint32_t prevSame = kNoSection;  // of the first: the last one
         std::uint32_t position = 0;           // in m_order; valid below m_placed
@@ -135,14 +133,14 @@ private:
     std::uint32_t FindEntry(Section id, std::string_view key, std::string_view* value);
     void NumberLines(std::uint32_t upTo);
     std::uint32_t PositionOf(Section id);
+    std::uint32_t PositionNear(std::uint32_t line) const;
+    void Prefetch(const SectionData& section) const;
     Place Locate(std::uint32_t line);
 
     // names
-    bool SameName(const SectionData& section, std::uint32_t hash, std::string_view name) const;
     void BuildNameIndex();
     void Link(Section id);
     void Unlink(Section id);
-    void RemoveFromBucket(Section id, Section replacement);
 
     // loading
     static std::shared_ptr<const char> OwnBlock(Platform::FileBytes bytes);
@@ -152,23 +150,24 @@ private:
     void AddLineStart(std::size_t offset);
 
     // editing: what is prepared may throw, what is committed may not
-    EditedLines& Edit(SectionData& section);
+    LineList& Edit(SectionData& section);
     Line NewLine(std::initializer_list<std::string_view> parts);
     void ReplaceTail(Line& line, std::size_t kept, std::string_view text, std::string_view lineEnd);
     void ReplaceLine(SectionData& section, std::uint32_t index, std::string_view text);
     void AddEntry(Section id, std::string_view key, std::string_view value);
     void EndLastLine();
     bool IsLast(Section id) const;
-    std::unique_ptr<EditedLines> LinesFrom(std::string_view raw);
+    LineList LinesFrom(std::string_view raw);
     void ReserveSection();
-    Section NewSection(const Line& header, std::unique_ptr<EditedLines> lines,
-                       std::uint32_t position) noexcept;
+    Section NewSection(const Line& header, LineList lines, std::uint32_t position) noexcept;
     void RemoveSection(Section id);
     void RenameHeader(Section id, std::string_view text);
     void SplitSection(Section id, std::uint32_t index, std::string_view headerText);
     void JoinToPrevious(Section id, std::string_view text);
     void ReplaceLines(Section id, std::string_view raw);
-    void GrowBuckets();
+    bool IsGap(std::uint32_t position) const;
+    void CloseGaps() noexcept;
+    void ForbidWriting() noexcept;
     void OrderChangedFrom(std::uint32_t position);
     void LinesChangedFrom(std::uint32_t position);
     std::size_t BytesOf(const SectionData& section) const;
@@ -185,13 +184,15 @@ private:
 
     std::vector<SectionData> m_sections;  // by Section
     std::vector<Section> m_unused;        // of m_sections
-    // In the order of the file; the first holds the lines before any header. What is known of the order is
-    // brought up to date when it is next asked for, so that many edits in a row do not walk over it each.
+    // In the order of the file; the first holds the lines before any header. A section that was removed
+    // leaves a gap, a section without any line, until there are many. What is known of the order is brought
+    // up to date when it is next asked for, so that many edits in a row do not walk over it each.
     std::vector<Section> m_order;
+    std::uint32_t m_gaps = 0;
     std::uint32_t m_placed = 0;
     std::vector<std::uint32_t> m_firstLine;  // number of the first line, by position; valid below m_numbered
     std::uint32_t m_numbered = 0;
-    std::vector<Section> m_buckets;  // first section of each chain; a power of two
+    NameTable m_names;  // the first section of each name
     std::uint32_t m_lineCount = 0;
     std::size_t m_tidyAt = 0;    // so many bytes of the arena: it is time to look how much of it is in use
     std::string_view m_lineEnd;  // of new lines

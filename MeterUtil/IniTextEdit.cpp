@@ -12,11 +12,12 @@ namespace {
 // Room for `more` further elements, growing by halves so that repeated calls stay cheap.
 template <typename Element>
 void Reserve(std::vector<Element>& elements, std::size_t more = 1) {
+    constexpr std::size_t kFew = 16;
     if (elements.capacity() - elements.size() < more)
-        elements.reserve(elements.size() + std::max(more, elements.size() / 2));
+        elements.reserve(elements.size() + std::max({more, elements.size() / 2, kFew}));
 }
 
-std::size_t SizeOf(const std::vector<Line>& lines) {
+std::size_t SizeOf(const LineList& lines) {
     std::size_t bytes = 0;
     for (const Line& line : lines)
         bytes += line.size;
@@ -27,24 +28,30 @@ bool BeginsWithBracket(const Line& line) {
     return line.size != 0 && line.text[0] == '[';
 }
 
+bool HasBracketLine(const LineList& lines) {
+    return std::any_of(lines.begin(), lines.end(), BeginsWithBracket);
+}
+
+constexpr std::uint32_t kLinesOfARecord = 16;  // room that a new section begins with
+
 }  // namespace
 
 // ---- lines
 
 // Gives a section lines of its own, which may be changed.
-IniText::EditedLines& IniText::Edit(SectionData& section) {
-    if (section.edited != nullptr)
-        return *section.edited;
-    auto edited = std::make_unique<EditedLines>();
-    edited->lines.reserve(section.count + 1U);
+LineList& IniText::Edit(SectionData& section) {
+    if (section.edited.Exists())
+        return section.edited;
+    LineList edited;
+    edited.Reserve(section.count + 1);
     for (std::uint32_t i = 0; i < section.count; ++i) {
         const std::string_view raw = Raw(section, i);
-        edited->lines.push_back({raw.data(), static_cast<std::uint32_t>(raw.size()), 0});
+        edited.Append({raw.data(), static_cast<std::uint32_t>(raw.size()), 0, 0});
     }
     if (section.tagged)
-        edited->tags.assign(Tags(section), Tags(section) + section.count);
+        std::copy(Tags(section), Tags(section) + section.count, edited.Tags());
     section.edited = std::move(edited);
-    return *section.edited;
+    return section.edited;
 }
 
 Line IniText::NewLine(std::initializer_list<std::string_view> parts) {
@@ -61,13 +68,13 @@ Line IniText::NewLine(std::initializer_list<std::string_view> parts) {
 // Puts a text and a line end behind the first `kept` bytes of a line.
 void IniText::ReplaceTail(Line& line, std::size_t kept, std::string_view text, std::string_view lineEnd) {
     const std::size_t size = kept + text.size() + lineEnd.size();
-    if (size > line.capacity) {
+    if (!m_arena.Takes(line, size)) {
         line = NewLine({line.Raw().substr(0, kept), text, lineEnd});
         return;
     }
     char* const tail = LineArena::Writable(line) + kept;
     std::copy(lineEnd.begin(), lineEnd.end(), std::copy(text.begin(), text.end(), tail));
-    line.size = static_cast<std::uint32_t>(size);
+    LineArena::Resize(&line, size);
 }
 
 bool IniText::IsLast(Section id) const {
@@ -80,11 +87,11 @@ void IniText::EndLastLine() {
     const std::string_view raw = last.count != 0 ? Raw(last, last.count - 1) : last.header.Raw();
     if (raw.empty() || raw.back() == '\n')
         return;
-    Line& line = last.count != 0 ? Edit(last).lines.back() : last.header;
+    Line& line = last.count != 0 ? Edit(last).Last() : last.header;
     ReplaceTail(line, raw.size(), {}, LineEndFor(raw));
 }
 
-// Sections came or went at a position.
+// A section came at a position.
 void IniText::OrderChangedFrom(std::uint32_t position) {
     m_placed = std::min(m_placed, position);
     LinesChangedFrom(position - 1);
@@ -97,8 +104,8 @@ void IniText::LinesChangedFrom(std::uint32_t position) {
 }
 
 std::size_t IniText::BytesOf(const SectionData& section) const {
-    if (section.edited != nullptr)
-        return section.header.size + SizeOf(section.edited->lines);
+    if (section.edited.Exists())
+        return section.header.size + SizeOf(section.edited);
     return section.header.size + std::size_t{m_starts[section.first + section.count]} -
            m_starts[section.first];
 }
@@ -111,7 +118,7 @@ void IniText::SetValue(Section id, std::string_view key, std::string_view value)
     if (index == kNoLine) {
         AddEntry(id, key, value);
     } else {
-        Line& line = Edit(m_sections[id]).lines[index];
+        Line& line = Edit(m_sections[id]).Lines()[index];
         ReplaceTail(line, static_cast<std::size_t>(old.data() - line.text), value, LineEndOf(line.Raw()));
     }
     Tidy();
@@ -123,15 +130,13 @@ void IniText::AddEntry(Section id, std::string_view key, std::string_view value)
     std::uint32_t index = section.count;
     while (index != 0 && IsBlankLine(WithoutLineEnd(Raw(section, index - 1))))
         --index;
-    EditedLines& edited = Edit(section);
-    Reserve(edited.lines);
-    Reserve(edited.tags);
+    LineList& edited = Edit(section);
+    edited.Reserve(1);
     const Line line = NewLine({key, "=", value, m_lineEnd});
     if (index == section.count && IsLast(id))
         EndLastLine();
 
-    edited.lines.insert(edited.lines.begin() + index, line);
-    edited.tags.insert(edited.tags.begin() + index, KeyTag(key));
+    edited.Insert(index, line, KeyTag(key));
     if (index == section.leading)
         ++section.leading;
     ++section.count;
@@ -145,9 +150,7 @@ bool IniText::DeleteKey(Section id, std::string_view key) {
     if (index == kNoLine)
         return false;
     SectionData& section = m_sections[id];
-    EditedLines& edited = Edit(section);
-    edited.lines.erase(edited.lines.begin() + index);
-    edited.tags.erase(edited.tags.begin() + index);
+    Edit(section).Erase(index);
     if (index < section.leading)
         --section.leading;
     --section.count;
@@ -176,7 +179,7 @@ void IniText::SetLine(std::uint32_t line, std::string_view text) {
 }
 
 void IniText::ReplaceLine(SectionData& section, std::uint32_t index, std::string_view text) {
-    Line& line = Edit(section).lines[index];
+    Line& line = Edit(section).Lines()[index];
     const std::string_view lineEnd = LineEndOf(line.Raw());
     // An empty line always has a line end: without one it would not be there.
     ReplaceTail(line, 0, text, text.empty() && lineEnd.empty() ? m_lineEnd : lineEnd);
@@ -192,13 +195,14 @@ void IniText::RenameHeader(Section id, std::string_view text) {
     const std::string_view lineEnd = LineEndOf(section.header.Raw());
     const std::size_t size = text.size() + lineEnd.size();
     Line header = section.header;
-    if (size > header.capacity)
+    if (m_arena.Takes(header, size))
+        LineArena::Resize(&header, size);
+    else
         header = m_arena.Allocate(size);
 
     Unlink(id);
     char* const end = std::copy(text.begin(), text.end(), LineArena::Writable(header));
     std::copy(lineEnd.begin(), lineEnd.end(), end);
-    header.size = static_cast<std::uint32_t>(size);
     section.header = header;
     section.hash = FoldedHash(name);
     Link(id);
@@ -206,16 +210,18 @@ void IniText::RenameHeader(Section id, std::string_view text) {
 
 // A line becomes a header: the lines behind it are a section of their own from now on.
 void IniText::SplitSection(Section id, std::uint32_t index, std::string_view headerText) {
-    const std::vector<Line>& lines = Edit(m_sections[id]).lines;
-    auto behind = std::make_unique<EditedLines>();
-    behind->lines.assign(lines.begin() + index + 1, lines.end());
-    const Line header = NewLine({headerText, LineEndOf(lines[index].Raw())});
+    const LineList& lines = Edit(m_sections[id]);
+    LineList behind;
+    behind.Reserve(lines.Size() - index - 1);
+    for (const Line* line = lines.begin() + index + 1; line != lines.end(); ++line)
+        behind.Append(*line);
+    const Line header = NewLine({headerText, LineEndOf(lines.Lines()[index].Raw())});
     ReserveSection();
     NewSection(header, std::move(behind), PositionOf(id) + 1);
 
     SectionData& section = m_sections[id];
     m_lineCount -= section.count - index;
-    section.edited->lines.resize(index);
+    section.edited.Truncate(index);
     section.count = index;
     section.tagged = false;
     LinesChangedFrom(PositionOf(id));
@@ -225,19 +231,27 @@ void IniText::SplitSection(Section id, std::uint32_t index, std::string_view hea
 void IniText::JoinToPrevious(Section id, std::string_view text) {
     const std::string_view lineEnd = LineEndOf(m_sections[id].header.Raw());
     const Line joint = NewLine({text, text.empty() && lineEnd.empty() ? m_lineEnd : lineEnd});
-    std::vector<Line> moved = Edit(m_sections[id]).lines;
-    moved.insert(moved.begin(), joint);
-    const std::uint32_t position = PositionOf(id) - 1;
+    LineList moved;
+    {
+        const LineList& lines = Edit(m_sections[id]);
+        moved.Reserve(lines.Size() + 1);
+        moved.Append(joint);
+        for (const Line& line : lines)
+            moved.Append(line);
+    }
+    std::uint32_t position = PositionOf(id) - 1;
+    while (IsGap(position))
+        --position;
     SectionData& previous = m_sections[m_order[position]];
-    std::vector<Line>& lines = Edit(previous).lines;
-    Reserve(lines, moved.size());
+    Edit(previous).Reserve(moved.Size());
     RemoveSection(id);
 
-    lines.insert(lines.end(), moved.begin(), moved.end());
-    previous.count = static_cast<std::uint32_t>(lines.size());
+    for (const Line& line : moved)
+        previous.edited.Append(line);
+    previous.count = previous.edited.Size();
     previous.tagged = false;
-    previous.hasBracketLines |= std::any_of(moved.begin(), moved.end(), BeginsWithBracket);
-    m_lineCount += static_cast<std::uint32_t>(moved.size());
+    previous.hasBracketLines |= HasBracketLine(moved);
+    m_lineCount += moved.Size();
     LinesChangedFrom(position);
 }
 
@@ -245,23 +259,23 @@ void IniText::AppendLine(std::string_view text) {
     std::string_view name;
     const Line line = NewLine({text, m_lineEnd});
     if (IsHeader(text, &name)) {
-        auto lines = std::make_unique<EditedLines>();
+        LineList lines;
+        lines.Reserve(kLinesOfARecord);
         ReserveSection();
         EndLastLine();
         NewSection(line, std::move(lines), static_cast<std::uint32_t>(m_order.size()));
         return;
     }
     SectionData& section = m_sections[m_order.back()];
-    EditedLines& edited = Edit(section);
-    Reserve(edited.lines);
-    if (section.tagged)
-        Reserve(edited.tags);
+    LineList& edited = Edit(section);
+    edited.Reserve(1);
     EndLastLine();
 
-    edited.lines.push_back(line);
+    edited.Append(line);
     if (section.tagged) {
-        edited.tags.push_back(LineTag(text));
-        if (section.leading == section.count && edited.tags.back() != kNoEntryTag)
+        const std::uint8_t tag = LineTag(text);
+        edited.Tags()[section.count] = tag;
+        if (section.leading == section.count && tag != kNoEntryTag)
             ++section.leading;
     }
     section.hasBracketLines |= BeginsWithBracket(line);
@@ -272,8 +286,9 @@ void IniText::AppendLine(std::string_view text) {
 // ---- sections
 
 void IniText::AddSection(std::string_view name, std::string_view key, std::string_view value) {
-    auto lines = std::make_unique<EditedLines>();
-    lines->lines.push_back(NewLine({key, "=", value, m_lineEnd}));
+    LineList lines;
+    lines.Reserve(kLinesOfARecord);
+    lines.Append(NewLine({key, "=", value, m_lineEnd}));
     const Line header = NewLine({"[", name, "]", m_lineEnd});
     ReserveSection();
     EndLastLine();
@@ -286,13 +301,11 @@ void IniText::ReserveSection() {
     Reserve(m_firstLine);
     Reserve(m_sections);
     Reserve(m_unused);
-    if (m_order.size() >= m_buckets.size())
-        GrowBuckets();
+    m_names.Reserve(m_order.size() + 1);
 }
 
 // Puts a section with its lines into the order of the file; ReserveSection has been called.
-IniText::Section IniText::NewSection(const Line& header, std::unique_ptr<EditedLines> lines,
-                                     std::uint32_t position) noexcept {
+IniText::Section IniText::NewSection(const Line& header, LineList lines, std::uint32_t position) noexcept {
     if (m_unused.empty()) {
         m_unused.push_back(static_cast<Section>(m_sections.size()));
         m_sections.emplace_back();
@@ -301,8 +314,8 @@ IniText::Section IniText::NewSection(const Line& header, std::unique_ptr<EditedL
     m_unused.pop_back();
     SectionData& section = m_sections[id];
     section.header = header;
-    section.count = static_cast<std::uint32_t>(lines->lines.size());
-    section.hasBracketLines = std::any_of(lines->lines.begin(), lines->lines.end(), BeginsWithBracket);
+    section.count = lines.Size();
+    section.hasBracketLines = HasBracketLine(lines);
     section.edited = std::move(lines);
     section.hash = FoldedHash(NameOf(section));
     m_order.insert(m_order.begin() + position, id);
@@ -322,7 +335,7 @@ void IniText::DeleteSection(Section id) {
 // Takes a section with its lines out of the text. Its copy is kept under its name, unless another section has
 // it.
 void IniText::RemoveSection(Section id) {
-    Reserve(m_unused);
+    Reserve(m_unused, m_gaps + std::size_t{1});
     const auto copy = m_copies.find(id);
     const bool isOnlyOne = m_sections[id].nextSame == kNoSection && m_sections[id].prevSame == id;
     if (copy != m_copies.end() && isOnlyOne) {
@@ -332,30 +345,44 @@ void IniText::RemoveSection(Section id) {
 
     m_copies.erase(id);
     Unlink(id);
-    const SectionData& section = m_sections[id];
     const std::uint32_t position = PositionOf(id);
-    m_lineCount -= LinesOf(section);
-    m_order.erase(m_order.begin() + position);
-    m_firstLine.erase(m_firstLine.begin() + position);
-    OrderChangedFrom(position);
+    m_lineCount -= LinesOf(m_sections[id]);
     m_sections[id] = SectionData();
-    m_unused.push_back(id);
+    m_sections[id].position = position;
+    LinesChangedFrom(position);
+    ++m_gaps;
+    while (IsGap(static_cast<std::uint32_t>(m_order.size()) - 1)) {
+        m_unused.push_back(m_order.back());
+        m_order.pop_back();
+        m_firstLine.pop_back();
+        --m_gaps;
+    }
+    m_placed = std::min(m_placed, static_cast<std::uint32_t>(m_order.size()));
+    m_numbered = std::min(m_numbered, static_cast<std::uint32_t>(m_order.size()));
+    constexpr std::size_t kFewGaps = 16;
+    if (m_gaps > kFewGaps + m_order.size() / 4)
+        CloseGaps();
 }
 
-// Doubles the buckets. Only the first section of each name stands in one; the others hang on it.
-void IniText::GrowBuckets() {
-    std::vector<Section> buckets(m_buckets.size() * 2, kNoSection);
-    m_buckets.swap(buckets);
-    for (Section id : buckets) {
-        while (id != kNoSection) {
-            SectionData& section = m_sections[id];
-            const Section next = section.nextInBucket;
-            Section& bucket = m_buckets[section.hash & (m_buckets.size() - 1)];
-            section.nextInBucket = bucket;
-            bucket = id;
-            id = next;
-        }
+// True at a position whose section was removed. The last position is none.
+bool IniText::IsGap(std::uint32_t position) const {
+    return position != 0 && m_sections[m_order[position]].header.size == 0;
+}
+
+// Takes the gaps out of the order. The sections that they were may be used again.
+void IniText::CloseGaps() noexcept {
+    std::uint32_t kept = 1;
+    for (std::uint32_t position = 1; position < m_order.size(); ++position) {
+        if (IsGap(position))
+            m_unused.push_back(m_order[position]);
+        else
+            m_order[kept++] = m_order[position];
     }
+    m_order.resize(kept);
+    m_firstLine.resize(kept);
+    m_gaps = 0;
+    m_placed = 1;
+    m_numbered = 1;
 }
 
 // ---- copies of sections
@@ -388,7 +415,7 @@ bool IniText::RestoreCopy(std::string_view name) {
     const std::string_view oldHeader = deleted->second.header;
     const bool needsLineEnd = LineEndOf(oldHeader).empty() && !deleted->second.lines.empty();
     const Line header = NewLine({oldHeader, needsLineEnd ? LineEndFor(oldHeader) : kNoLineEnd});
-    std::unique_ptr<EditedLines> lines = LinesFrom(deleted->second.lines);
+    LineList lines = LinesFrom(deleted->second.lines);
     ReserveSection();
     EndLastLine();
     const Section restored = NewSection(header, std::move(lines), static_cast<std::uint32_t>(m_order.size()));
@@ -399,35 +426,36 @@ bool IniText::RestoreCopy(std::string_view name) {
     return true;
 }
 
-std::unique_ptr<IniText::EditedLines> IniText::LinesFrom(std::string_view raw) {
-    auto edited = std::make_unique<EditedLines>();
+LineList IniText::LinesFrom(std::string_view raw) {
+    LineList lines;
+    lines.Reserve(kLinesOfARecord);
     while (!raw.empty()) {
         const std::size_t lf = raw.find('\n');
         const std::string_view line = raw.substr(0, lf == std::string_view::npos ? raw.size() : lf + 1);
-        edited->lines.push_back(NewLine({line}));
+        lines.Reserve(1);
+        lines.Append(NewLine({line}));
         raw.remove_prefix(line.size());
     }
-    return edited;
+    return lines;
 }
 
 // Replaces the lines behind the header of a section.
 void IniText::ReplaceLines(Section id, std::string_view raw) {
-    std::unique_ptr<EditedLines> lines = LinesFrom(raw);
+    LineList lines = LinesFrom(raw);
     SectionData& section = m_sections[id];
     const bool isLast = IsLast(id);
-    if (!lines->lines.empty() && !isLast && LineEndOf(lines->lines.back().Raw()).empty()) {
-        const std::string_view text = lines->lines.back().Raw();
-        lines->lines.back() = NewLine({text, LineEndFor(text)});
+    if (lines.Size() != 0 && !isLast && LineEndOf(lines.Last().Raw()).empty()) {
+        const std::string_view text = lines.Last().Raw();
+        lines.Last() = NewLine({text, LineEndFor(text)});
     }
-    if (isLast && section.count == 0 && !lines->lines.empty())
+    if (isLast && section.count == 0 && lines.Size() != 0)
         EndLastLine();  // the header's
 
     m_lineCount -= section.count;
     section.edited = std::move(lines);
-    section.count = static_cast<std::uint32_t>(section.edited->lines.size());
+    section.count = section.edited.Size();
     section.tagged = false;
-    section.hasBracketLines =
-        std::any_of(section.edited->lines.begin(), section.edited->lines.end(), BeginsWithBracket);
+    section.hasBracketLines = HasBracketLine(section.edited);
     m_lineCount += section.count;
     LinesChangedFrom(PositionOf(id));
 }
@@ -482,11 +510,11 @@ void IniText::Rebase(std::size_t textBytes) {
     for (const Section id : m_order) {
         SectionData& section = m_sections[id];
         if (section.header.size != 0)
-            section.header = {move(section.header.Raw()), section.header.size, 0};
+            section.header = {move(section.header.Raw()), section.header.size, 0, 0};
         const std::uint32_t first = line;
         for (std::uint32_t i = 0; i < section.count; ++i)
             move(Raw(section, i));
-        section.edited.reset();
+        section.edited = LineList();
         section.first = first;
         section.tagged = false;
     }
@@ -497,6 +525,16 @@ void IniText::Rebase(std::size_t textBytes) {
     m_tags = std::move(tags);
     m_arena = LineArena();
     m_cursor.section = kNoSection;
+}
+
+// No line that stands in the text now is written over.
+void IniText::ForbidWriting() noexcept {
+    for (SectionData& section : m_sections) {
+        section.header.epoch = 0;
+        for (std::uint32_t i = 0; i < section.edited.Size(); ++i)
+            section.edited.Lines()[i].epoch = 0;
+    }
+    m_arena.RestartEpochs();
 }
 
 }  // namespace MeterUtil

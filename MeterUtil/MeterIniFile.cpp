@@ -49,7 +49,8 @@ using MeterUtil::IniText;
 constexpr std::size_t kMostLineBytes = 0x7FFFFFFF;
 
 bool FitsOneLine(std::string_view text) {
-    return text.size() < kMostLineBytes && text.find_first_of("\r\n") == std::string_view::npos;
+    return text.size() < kMostLineBytes && !MeterText::Contains(text, '\n') &&
+           !MeterText::Contains(text, '\r');
 }
 
 bool IsWritableSection(std::string_view name) {

@@ -93,9 +93,9 @@ inline std::string_view WithoutQuotes(std::string_view text) {
     return text.substr(1, text.size() - 2);
 }
 
-// Takes a text apart, token by token. A token ends at a delimiter or at the end; one that begins with a double
-// quote runs to the first double quote that is followed by a delimiter or the end, when there is such a quote.
-// n delimiters make n + 1 tokens, which may be empty; an empty text has none.
+// Takes a text apart, token by token. A token ends at a delimiter or at the end; one that begins with a
+// double quote runs to the first double quote that is followed by a delimiter or the end, when there is such
+// a quote. n delimiters make n + 1 tokens, which may be empty; an empty text has none.
 class TokenReader {
 public:
     explicit TokenReader(std::string_view text, std::string_view delimiters = ",")

@@ -5,6 +5,7 @@
 #include <exception>
 
 #include "Platform/Platform.h"
+#include "Platform/Prefetch.h"
 #include "Platform/System.h"
 
 namespace Platform {
@@ -121,10 +122,16 @@ std::size_t BufferFor(const std::vector<std::string_view>& pieces) {
     return room;
 }
 
+// Pieces may lie anywhere in memory: those that come a little later are on their way while the others are
+// copied.
 bool WriteAll(Gatherer* gatherer, const std::vector<std::string_view>& pieces) {
-    for (const std::string_view piece : pieces)
-        if (!gatherer->Add(piece))
+    constexpr std::size_t kAhead = 12;
+    for (std::size_t i = 0; i < pieces.size(); ++i) {
+        if (i + kAhead < pieces.size())
+            Prefetch(pieces[i + kAhead].data());
+        if (!gatherer->Add(pieces[i]))
             return false;
+    }
     return gatherer->Finish();
 }
 

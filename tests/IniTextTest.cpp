@@ -1,11 +1,15 @@
-// What shows of a text neither in its bytes nor in its answers: how it is held in memory, and that no file makes it
-// slow.
+// What shows of a text neither in its bytes nor in its answers: how it is held in memory, and that no file
+// makes it slow.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <random>
+#include <unordered_map>
 
 #include "MeterUtil/IniText.h"
+#include "MeterUtil/NameTable.h"
 
 using MeterUtil::IniText;
 
@@ -19,11 +23,15 @@ Platform::FileBytes Bytes(const std::string& text) {
     return bytes;
 }
 
-std::string Joined(const IniText& text) {
+std::string Joined(const std::vector<std::string_view>& pieces) {
     std::string joined;
-    for (const std::string_view piece : text.Pieces())
+    for (const std::string_view piece : pieces)
         joined += piece;
     return joined;
+}
+
+std::string Joined(const IniText& text) {
+    return Joined(text.Pieces());
 }
 
 TEST(IniTextMemory, AFileAsItWasReadIsOnePiece) {
@@ -34,8 +42,8 @@ TEST(IniTextMemory, AFileAsItWasReadIsOnePiece) {
     EXPECT_EQ(text.Pieces().size(), 3U) << "what stands before and behind the change is as it was read";
 }
 
-// A day's readings written over and over would fill the memory of a terminal. What changes leave behind is given back
-// by moving the text into one block again.
+// A day's readings written over and over would fill the memory of a terminal. What changes leave behind is
+// given back by moving the text into one block again.
 TEST(IniTextMemory, ChangesDoNotPileUp) {
     IniText text;
     ASSERT_TRUE(text.Load(Bytes("[a]\nk=1\nm=2\n")));
@@ -54,6 +62,40 @@ TEST(IniTextMemory, ChangesDoNotPileUp) {
     EXPECT_EQ(Joined(text), "[a]\nk=" + value + "\nm=2\n");
 }
 
+// What a snapshot refers to is shared with the text: changes must not show through, nor pieces be released.
+TEST(IniTextMemory, SnapshotsStayAsTheyWere) {
+    IniText text;
+    ASSERT_TRUE(text.Load(Bytes("[a]\nk=1\nm=2\n[b]\nx=1\n")));
+    std::mt19937 random(7);
+    std::vector<MeterUtil::TextSnapshot> snapshots;
+    std::vector<std::string> expected;
+    for (int i = 0; i < 3000; ++i) {
+        const std::string value(random() % 3000, static_cast<char>('a' + i % 26));
+        text.SetValue(text.FindSection("a"), i % 2 == 0 ? "k" : "m", value);
+        text.SetLine(3, "[b" + value.substr(0, random() % 20) + "]");
+        if (random() % 8 == 0) {
+            expected.push_back(Joined(text));
+            snapshots.push_back(text.Snapshot());
+        }
+    }
+    for (std::size_t i = 0; i < snapshots.size(); ++i)
+        ASSERT_EQ(Joined(snapshots[i].pieces), expected[i]) << i;
+}
+
+// More snapshots than the lines can tell apart.
+TEST(IniTextMemory, AnyNumberOfSnapshotsMayBeTaken) {
+    IniText text;
+    ASSERT_TRUE(text.Load(Bytes("[a]\nk=1\n")));
+    text.SetValue(text.FindSection("a"), "k", "first");
+    const MeterUtil::TextSnapshot first = text.Snapshot();
+    for (int i = 0; i < 70000; ++i) {
+        const MeterUtil::TextSnapshot snapshot = text.Snapshot();
+        text.SetValue(text.FindSection("a"), "k", "other");
+        ASSERT_EQ(Joined(first.pieces), "[a]\nk=first\n") << i;
+    }
+    EXPECT_EQ(Joined(text), "[a]\nk=other\n");
+}
+
 TEST(IniTextMemory, AGrowingTextDoesNotMove) {
     IniText text;
     for (int i = 0; i < 100000; ++i)
@@ -61,8 +103,84 @@ TEST(IniTextMemory, AGrowingTextDoesNotMove) {
     EXPECT_GT(text.Pieces().size(), 1U);
 }
 
-// Headers that are made of lines from the last to the first, as a route in disorder gets them: minutes, if each walked
-// over those behind it.
+// ---- sections in their order
+
+// Sections of all sizes come and go anywhere; lines are then looked up by number from anywhere.
+TEST(IniTextOrder, LinesAreFoundWhileSectionsComeAndGo) {
+    std::mt19937 random(11);
+    IniText text;
+    std::vector<std::string> lines;  // of the whole text
+    std::vector<int> names;
+    int next = 0;
+    const auto append = [&](const std::string& line) {
+        text.AppendLine(line);
+        lines.push_back(line);
+    };
+    const auto find = [&](int name) {
+        return std::find(lines.begin(), lines.end(), "[" + std::to_string(name) + "]");
+    };
+    for (int step = 0; step < 4000; ++step) {
+        const bool grows = step < 1500 || random() % 5 < 2;
+        if (grows || names.empty()) {
+            names.push_back(next);
+            append("[" + std::to_string(next++) + "]");
+            for (unsigned n = random() % 40 == 0 ? 300 : random() % 4; n != 0; --n)
+                append("k" + std::to_string(n) + "=" + std::to_string(step));
+        } else {
+            const std::size_t which = random() % names.size();
+            const auto begin = find(names[which]);
+            auto end = begin + 1;
+            while (end != lines.end() && end->front() != '[')
+                ++end;
+            lines.erase(begin, end);
+            text.DeleteSection(text.FindSection(std::to_string(names[which])));
+            names.erase(names.begin() + static_cast<std::ptrdiff_t>(which));
+        }
+        ASSERT_EQ(text.LineCount(), lines.size());
+        for (int n = 0; n < 4 && !lines.empty(); ++n) {
+            const std::size_t line = random() % lines.size();
+            std::string_view found;
+            ASSERT_TRUE(text.LineAt(static_cast<std::uint32_t>(line), &found)) << step;
+            ASSERT_EQ(found, lines[line]) << step << " line " << line;
+        }
+    }
+    for (const int name : names)
+        ASSERT_NE(text.FindSection(std::to_string(name)), IniText::kNoSection) << name;
+    std::string joined;
+    for (const std::string& line : lines)
+        joined += line + "\r\n";
+    EXPECT_EQ(Joined(text), joined);
+}
+
+TEST(IniTextOrder, NamesAreFoundAmongManyOfLikeHashes) {
+    std::mt19937 random(3);
+    MeterUtil::NameTable table;
+    std::unordered_map<std::uint32_t, std::uint32_t> hashes;  // by number
+    const auto find = [&](std::uint32_t number, std::uint32_t hash) {
+        return table.Find(hash, [&](std::uint32_t found) { return found == number; });
+    };
+    for (std::uint32_t number = 0; number < 20000; ++number) {
+        const auto hash = static_cast<std::uint32_t>(random() % 64 + (random() % 3 == 0 ? 0xFFFFFFC0U : 0));
+        table.Reserve(hashes.size() + 1);
+        table.Insert(hash, number);
+        hashes[number] = hash;
+        while (hashes.size() > 40 + random() % 40) {
+            const auto [erased, itsHash] = *hashes.begin();
+            table.Erase(itsHash, erased);
+            hashes.erase(erased);
+            ASSERT_EQ(find(erased, itsHash), MeterUtil::NameTable::kNone);
+        }
+        for (const auto& [kept, itsHash] : hashes)
+            ASSERT_EQ(find(kept, itsHash), kept);
+    }
+    const auto [number, hash] = *hashes.begin();
+    table.Replace(hash, number, 1000000);
+    EXPECT_EQ(find(number, hash), MeterUtil::NameTable::kNone);
+    EXPECT_EQ(find(1000000, hash), 1000000U);
+}
+
+// Headers that are made of lines from the last to the first, as a route in disorder gets them: minutes, if
+// each walked over those behind it.
 TEST(IniTextSpeed, ManyLinesBecomeHeaders) {
     constexpr std::uint32_t kLines = 60000;
     std::string bytes;

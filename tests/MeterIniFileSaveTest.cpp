@@ -59,8 +59,8 @@ private:
     std::thread::id m_thread;
 };
 
-// For a thread that does not wait to show that it does not. One that waits as it should passes however long this
-// is.
+// For a thread that does not wait to show that it does not. One that waits as it should passes however long
+// this is.
 constexpr std::chrono::milliseconds kLongEnough(50);
 
 class MeterIniFileSave : public testing::Test {

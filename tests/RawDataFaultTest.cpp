@@ -71,8 +71,8 @@ protected:
         return bytes == content;
     }
 
-    // What a program finds that starts anew on what a stopped one left: every reading in the archive or in its
-    // own file, and after the next gathering in archive and mirror.
+    // What a program finds that starts anew on what a stopped one left: every reading in the archive or in
+    // its own file, and after the next gathering in archive and mirror.
     void ExpectNoHalfBlockIsFound(const std::string& what) {
         SCOPED_TRACE(what);
         for (const auto& [name, content] : {std::pair("a", m_a), std::pair("b", m_b)})

@@ -55,8 +55,8 @@ public:
     // The next `count` renames are blocked by another program.
     void BlockRenames(int count);
 
-    // Renames wait, each on the thread that asked for it, until they are let go. AwaitHeldRename returns once one
-    // waits.
+    // Renames wait, each on the thread that asked for it, until they are let go. AwaitHeldRename returns once
+    // one waits.
     void HoldRenames();
     void AwaitHeldRename();
     void LetRenamesGo();

@@ -1,0 +1,15 @@
+// Tells the processor which memory is needed next, so that several waits become one.
+#pragma once
+
+namespace Platform {
+
+// Never fails; the address need not be valid.
+inline void Prefetch(const void* address) noexcept {
+#if defined(__GNUC__)
+    __builtin_prefetch(address);
+#else
+    static_cast<void>(address);
+#endif
+}
+
+}  // namespace Platform
