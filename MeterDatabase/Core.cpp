@@ -30,50 +30,6 @@ enum TextMode { kForget = 1, kSetDefault, kLoad, kRelease };
 
 constexpr const char* kTextSection = "StringTexts";
 
-struct DisplayText {
-    const char* key;  // spelled as the language files in the field have it
-    const char* text;
-};
-
-constexpr DisplayText kDisplayTexts[] = {
-    {"RawMeterReadingStandart", "read standard list"},
-    {"RawList2", "read list 2"},
-    {"RawList3", "read list 3"},
-    {"RawMeterReadingStdRF", "read standard with radio"},
-    {"RawActualValues", "read actual values"},
-    {"RawDetermineMetertype", "determine metertype"},
-    {"RawLoadProfile", "read load profile"},
-    {"RawLogfile", "read logbook"},
-    {"RawValueProfile", "read value profile"},
-    {"RawGetDateTime", "read date / time"},
-    {"RawSetDateTime", "set  date / time"},
-    {"RawDoMaxReset", "maximum demand reset"},
-    {"RawDoClearError", "clear error"},
-    {"RawDoGetActualValues", "table/graphic actual values"},
-    {"RawDoGetParams", "read configuration"},
-    {"RawDoSetParams", "write configuration"},
-    {"RawDoShowStateStd", "show actual state"},
-    {"RawNewDataRecord", "new appended"},
-    {"RawInfoRecord", "info record"},
-    {"RawInUse", "in modification"},
-    {"RawNotUsed", "unhandled"},
-    {"RawUsed", "handled"},
-    {"RawCardLeft", "card left"},
-    {"RawReadOnly", "read only"},
-    {"RawDeferPlant", "deferred"},
-    {"RawSaveError", "save error"},
-    {"ActionMeterChange", "change"},
-    {"ActionMeterChangeable", "marked to change"},
-    {"ActionMeterUnmount", "unmount"},
-    {"ActionMeterUnmountable", "marked to unmount"},
-    {"ActionMeterMount", "mount"},
-    {"ActionMeterReadout", "read out"},
-    {"ActionMeterCollect", "collect"},
-    {"ActionMeterSwitchOn", "switch on"},
-    {"ActionMeterSwitchOff", "switch off"},
-};
-static_assert(std::size(kDisplayTexts) == MeterRecords::kTextSlots, "every slot has its key and default");
-
 constexpr std::size_t kFieldListBytes = 8800;
 static_assert(kFieldListBytes % sizeof(Type_DataField) == 0, "a list holds whole fields");
 
@@ -431,7 +387,8 @@ void CMeterDatabase::HandleText(CMeterIniFile* store, int mode, char** slot, con
 void CMeterDatabase::HandleAllTexts(CMeterIniFile* store, int mode) {
     static_assert(kTexts == MeterRecords::kTextSlots, "the object has a place for every text");
     for (int i = 0; i < kTexts; ++i)
-        HandleText(store, mode, &m_texts[i], kTextSection, kDisplayTexts[i].key, kDisplayTexts[i].text);
+        HandleText(store, mode, &m_texts[i], kTextSection, MeterRecords::kDisplayTexts[i].key,
+                   MeterRecords::kDisplayTexts[i].text);
 }
 
 void CMeterDatabase::DefineTexts() {

@@ -7,8 +7,9 @@
 namespace Platform {
 
 struct Console {
-    bool isTerminal = false;  // a person looks at standard output, in colour
-    int columns = 0;          // of the terminal; 0: no limit
+    bool isTerminal = false;         // a person looks at standard output, in colour
+    int columns = 0;                 // of the terminal; 0: no limit
+    bool errorsAreTerminal = false;  // a person looks at standard error
 };
 
 // Prepares standard output for UTF-8 and colours and tells what it is.

@@ -14,6 +14,7 @@ Console OpenConsole() {
     const bool isDumb = type == nullptr || std::string_view(type) == "dumb";
     Console console;
     winsize size{};
+    console.errorsAreTerminal = !isDumb && isatty(STDERR_FILENO) != 0;
     if (isatty(STDOUT_FILENO) == 0)
         return console;
     console.isTerminal = !isDumb;

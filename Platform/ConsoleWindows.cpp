@@ -31,6 +31,9 @@ Console OpenConsole() {
     Console console;
     DWORD mode = 0;
     CONSOLE_SCREEN_BUFFER_INFO info{};
+    const HANDLE errors = GetStdHandle(STD_ERROR_HANDLE);
+    console.errorsAreTerminal =
+        GetConsoleMode(errors, &mode) != 0 && SetConsoleMode(errors, mode | kColours) != 0;
     if (GetConsoleMode(output, &mode) == 0)
         return console;
     SetConsoleOutputCP(CP_UTF8);

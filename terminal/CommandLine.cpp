@@ -46,6 +46,7 @@ public:
     void AddArchive() const;
     void AddStore() const;
     void AddParameters() const;
+    void AddCheck() const;
 
 private:
     template <typename Request>
@@ -223,6 +224,16 @@ void Program::AddParameters() const {
                            ShowParameters);
 }
 
+void Program::AddCheck() const {
+    Add<CheckRequest>(m_app, "check", "Find what would go wrong in the field, and repair it", "check --fix",
+                      CheckFiles)
+        .Takes("FILE", &CheckRequest::file, "A data file alone, in place of the installation")
+        .Flag("--fix", &CheckRequest::fix, "Repair and save what can be repaired without losing anything")
+        .Flag("--all", &CheckRequest::all, "Show every finding, not the first of each kind alone")
+        .Flag("--rules", &CheckRequest::rules, "Show what is looked for, and why")
+        .Flag("--json", &CheckRequest::json, "Write a JSON list for other programs");
+}
+
 }  // namespace
 
 void DescribeCommandLine(CLI::App& app, Options& options, Screen& screen) {
@@ -244,4 +255,5 @@ void DescribeCommandLine(CLI::App& app, Options& options, Screen& screen) {
     program.AddArchive();
     program.AddStore();
     program.AddParameters();
+    program.AddCheck();
 }

@@ -84,6 +84,19 @@ struct ReadRequest {
 // Takes a meter's readout into its record.
 void ReadMeter(const Options& options, const ReadRequest& request, Screen& screen);
 
+// ---- whole installations
+
+struct CheckRequest {
+    std::string file;    // a data file alone; "": the installation
+    bool fix = false;    // repair what can be repaired without loss
+    bool all = false;    // show every finding
+    bool rules = false;  // show what is looked for
+    bool json = false;
+};
+
+// Shows what would go wrong in the field. Ends with kRefused when that is more than notes.
+void CheckFiles(const Options& options, const CheckRequest& request, Screen& screen);
+
 // ---- functions of a meter
 
 struct CatalogueRequest {

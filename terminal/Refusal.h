@@ -11,6 +11,7 @@ enum ExitCode {
     kFileFailed = 3,  // a file could not be read or saved
 };
 
+// Without a sentence what the command showed says it all.
 class Refusal : public std::runtime_error {
 public:
     Refusal(ExitCode code, const std::string& sentence) : std::runtime_error(sentence), m_code(code) {}

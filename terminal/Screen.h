@@ -34,7 +34,8 @@ class Screen {
 public:
     struct Style {
         bool colours = false;
-        int columns = 0;  // of the terminal; 0: no limit
+        int columns = 0;        // of the terminal; 0: no limit
+        bool progress = false;  // a person waits in front of standard error
     };
 
     Screen(std::ostream& out, std::ostream& errors, Style style)
@@ -47,6 +48,8 @@ public:
     // A sentence for standard error, behind the name of the program.
     void Problem(const std::string& text);
     void Warning(const std::string& text);
+
+    bool ShowsProgress() const { return m_style.progress; }
 
     // Text for standard error or standard output as it stands.
     void Raw(const std::string& text, bool isError);

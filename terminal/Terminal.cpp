@@ -40,7 +40,8 @@ int RunTerminal(const std::vector<std::string>& arguments, Screen& screen) {
     try {
         return Parse(arguments, screen);
     } catch (const Refusal& refusal) {
-        screen.Problem(refusal.what());
+        if (*refusal.what() != '\0')
+            screen.Problem(refusal.what());
         return refusal.Code();
     } catch (const std::bad_alloc&) {
         screen.Problem("there is not enough memory");

@@ -113,6 +113,17 @@ char32_t TakeCharacter(std::string_view* rest) {
     return character;
 }
 
+bool IsValid(std::string_view bytes) {
+    char32_t character = 0;
+    while (!bytes.empty()) {
+        const std::size_t length = Decode(bytes, &character);
+        if (length == 0)
+            return false;
+        bytes.remove_prefix(length);
+    }
+    return true;
+}
+
 void Append(std::string* text, char32_t c) {
     const auto tail = [text, c](unsigned shift) {
         text->push_back(static_cast<char>(0x80 | ((c >> shift) & 0x3F)));

@@ -11,6 +11,9 @@ namespace Utf8 {
 // Latin-1.
 char32_t TakeCharacter(std::string_view* rest);
 
+// True when all of the bytes are UTF-8.
+bool IsValid(std::string_view bytes);
+
 void Append(std::string* text, char32_t character);
 
 // Text as it can be shown: whatever would move the cursor, change the screen or turn the direction of writing

@@ -1,0 +1,34 @@
+#include "terminal/Progress.h"
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+namespace {
+
+constexpr std::chrono::milliseconds kPatience{1000};  // before a work is long
+constexpr std::chrono::milliseconds kStep{100};       // between two looks of the bar
+constexpr int kBarColumns = 30;
+constexpr const char* kEraseLine = "\r\x1B[K";
+
+}  // namespace
+
+Progress::Progress(Screen& screen, std::string title)
+    : m_screen(screen), m_title(std::move(title)), m_next(Clock::now() + kPatience) {}
+
+Progress::~Progress() {
+    if (m_isDrawn)
+        m_screen.Raw(kEraseLine, true);
+}
+
+void Progress::Report(double share) {
+    if (!m_screen.ShowsProgress() || Clock::now() < m_next)
+        return;
+    m_next = Clock::now() + kStep;
+    m_isDrawn = true;
+    share = std::clamp(share, 0.0, 1.0);
+    const auto full = static_cast<std::size_t>(std::lround(share * kBarColumns));
+    m_screen.Raw(kEraseLine + m_title + " [" + std::string(full, '#') + std::string(kBarColumns - full, '.') +
+                     "] " + std::to_string(std::lround(share * 100)) + " %",
+                 true);
+}
