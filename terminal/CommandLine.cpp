@@ -1,5 +1,6 @@
 #include "terminal/CommandLine.h"
 
+#include <limits>
 #include <memory>
 
 #include "terminal/Commands.h"
@@ -24,7 +25,7 @@ void AddOptions(CLI::App& app, Options* options) {
     app.add_option("--level", options->level,
                    "Access level: only the functions that it allows. Without it all that the meter offers")
         ->envname("METERDB_LEVEL")
-        ->check(CLI::NonNegativeNumber);
+        ->check(CLI::Range(0, std::numeric_limits<int>::max(), "NONNEGATIVE"));
     app.add_option("--language", options->language, "Language of texts and names, kept for the next time");
 }
 

@@ -19,13 +19,14 @@ std::string Named(const Function& function) {
     return "function " + std::to_string(function.code) + " (" + Utf8::Shown(function.text) + ")";
 }
 
-Function OfferedFunction(CMeterDatabase& database, ReadoutInterface& meter, const RunRequest& request) {
+Function OfferedFunction(CMeterDatabase& database, ReadoutInterface& meter, const Options& options,
+                         const RunRequest& request) {
     if (std::optional<Function> function = FindFunction(database, meter, request.code))
         return *std::move(function);
     const std::string name = Utf8::Shown(request.meter);
-    throw Refusal(kRefused, "function " + std::to_string(request.code) +
-                                " is not offered for this meter; meterdb commands " + name +
-                                " and meterdb options " + name +
+    const std::string level = options.level ? " at access level " + std::to_string(*options.level) : "";
+    throw Refusal(kRefused, "function " + std::to_string(request.code) + " is not offered for this meter" +
+                                level + "; meterdb commands " + name + " and meterdb options " + name +
                                 " list those that are. Nothing was changed.");
 }
 
@@ -67,7 +68,7 @@ void RunFunction(const Options& options, const RunRequest& request, Screen& scre
     const Place place = SelectMeter(database, request.meter);
     const MeterType type = TypeOfMeter(installation);
     ReadoutInterface meter(loaded.readout, type);
-    const Function function = OfferedFunction(database, meter, request);
+    const Function function = OfferedFunction(database, meter, options, request);
     CheckReadout(function, BringsReadout(database, meter, type, function.code), isGiven);
     if (!isGiven)
         RunWithoutReadout(options, installation, place, function, meter, screen);

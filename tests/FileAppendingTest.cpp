@@ -1,4 +1,6 @@
 // Adding a file to the end of another one.
+#include <gtest/gtest.h>
+
 #include <filesystem>
 
 #include "Platform/Platform.h"

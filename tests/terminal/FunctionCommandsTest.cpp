@@ -210,6 +210,11 @@ TEST_F(MeterdbFunctions, RunOfACompositeFunctionReadsWhenAPartDoes) {
                 HasSubstr("Func6=,DR,\"4[I20260201],1,O3\",1000,\"1 of 2 values, alarm\"\n"));
 }
 
+TEST_F(MeterdbFunctions, RefuseALevelThatIsNone) {
+    ExpectRefusal(kWrongUse, {"commands", "1", "--level", "-1"}, "Value -1 not in range 0 to 2147483647");
+    ExpectRefusal(kWrongUse, {"commands", "1", "--level", "all"}, "--level");
+}
+
 TEST_F(MeterdbFunctions, RunRefusesWhatIsNotOffered) {
     for (const char* code : {"3", "6", "120", "0", "-1", "1000"})
         ExpectRefusal(
@@ -217,7 +222,8 @@ TEST_F(MeterdbFunctions, RunRefusesWhatIsNotOffered) {
             "function " + std::string(code) +
                 " is not offered for this meter; meterdb commands 1 and meterdb options 1 list those "
                 "that are. Nothing was changed.");
-    ExpectRefusal(kRefused, {"run", "1", "101", "--level", "1"}, "function 101 is not offered");
+    ExpectRefusal(kRefused, {"run", "1", "101", "--level", "1"},
+                  "function 101 is not offered for this meter at access level 1; meterdb commands 1");
     ExpectRefusal(kRefused, {"run", "9", "1"}, "there is no meter \"9\"");
 }
 
