@@ -98,7 +98,8 @@ std::string AllowedFunctions(std::string_view list) {
 
 // A token that is no number names no function, also not function 0.
 bool IsNumber(std::string_view token) {
-    return MeterText::ToInt(token) != 0 || MeterText::TrimBlanks(token).substr(0, 1) == "0";
+    MeterText::TakeSign(&token);
+    return !token.empty() && token.front() >= '0' && token.front() <= '9';
 }
 
 std::vector<int> OptionCodes(std::string_view list) {

@@ -115,13 +115,17 @@ void CMeterDatabase::AppendToParameterFilesInAppFile(const char* text1, const ch
         entry.append(",").append(WithoutLineBreaks(part));
     entry.append(",").append(file);
 
-    const int count = ReadNumber(*m_appFile, kParameterFiles, kFiles, kNameBytes);
+    const std::optional<std::string> countText = ReadText(*m_appFile, kParameterFiles, kFiles);
+    const int count = MeterText::ToInt(countText.value_or(std::string()));
     const int registered = RegisteredNumber(*m_appFile, count, file);
     const int number = registered != 0 ? registered : std::clamp(count, 0, kMostFiles) + 1;
-    const std::string key = FileKey(number);
     if (registered == 0 && !m_appFile->WriteString(kParameterFiles, kFiles, std::to_string(number).c_str()))
         return;
-    m_appFile->WriteString(kParameterFiles, key.c_str(), entry.c_str());
+    if (!m_appFile->WriteString(kParameterFiles, FileKey(number).c_str(), entry.c_str())) {
+        if (registered == 0)
+            PutBack(*m_appFile, kParameterFiles, kFiles, countText);
+        return;
+    }
     SaveNow(*m_appFile);
 } catch (const std::bad_alloc&) {
     return;

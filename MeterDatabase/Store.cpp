@@ -91,12 +91,8 @@ bool WriteFields(CMeterIniFile& store, const std::string& section, const std::ve
     for (std::size_t i = 0; i < fields.size(); ++i) {
         if (store.WriteString(section.c_str(), fields[i].name.c_str(), fields[i].text.c_str()))
             continue;
-        while (i-- > 0) {
-            if (before[i])
-                store.WriteString(section.c_str(), fields[i].name.c_str(), before[i]->c_str());
-            else
-                store.DeleteKey(section.c_str(), fields[i].name.c_str());
-        }
+        while (i-- > 0)
+            PutBack(store, section.c_str(), fields[i].name.c_str(), before[i]);
         return false;
     }
     return true;

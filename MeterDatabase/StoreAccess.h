@@ -32,6 +32,15 @@ inline std::optional<std::string> ReadText(const CMeterIniFile& store, const cha
     return std::string(buffer);
 }
 
+// Takes a write back: gives a key the value that ReadText had found, or removes it when there was none.
+inline void PutBack(CMeterIniFile& store, const char* section, const char* key,
+                    const std::optional<std::string>& before) {
+    if (before)
+        store.WriteString(section, key, before->c_str());
+    else
+        store.DeleteKey(section, key);
+}
+
 // Value of a key without its enclosing quotes, then cut to size - 1 bytes (size at most kEntryBytes); empty
 // when there is no store or no such key.
 inline std::string ReadBareText(const CMeterIniFile* store, const std::string& section,

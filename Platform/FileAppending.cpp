@@ -64,7 +64,8 @@ std::string WithoutItsStart(std::string_view head) {
     return hidden;
 }
 
-bool Append(const std::wstring& path, std::string_view head, const std::wstring& source) {
+bool Append(const std::wstring& link, std::string_view head, const std::wstring& source) {
+    const std::wstring path = System::ResolveLinks(link);  // empty, and so no path, when they go in circles
     const System::FileState before = System::Inspect(path);
     const bool exists = before.kind == System::Kind::RegularFile;
     if (exists ? !before.writable : before.kind != System::Kind::Missing)

@@ -271,6 +271,7 @@ TEST_F(Placeholders, ShowTheFirstTokenOfTheDefinition) {
         {"1(M7)", "<*[D]>", "<>"},
         {"1[M7]", "<*>", "<>"},
         {"\"1,5[M7]\"", "<*>", "<>"},
+        {"\"5,4[M7]\"", "<*>", "<>"},
         {"1", "<*[*]>", "<*>"},
     };
     for (const Row& row : rows)

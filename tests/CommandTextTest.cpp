@@ -154,6 +154,7 @@ TEST_F(SpecialCommandText, EndsInTheBufferAlsoWhenTheInterfaceDidNotEndIt) {
     EXPECT_EQ(TextOf(211, 8), "abcdefg");
     EXPECT_EQ(TextOf(211, 4), "abc");
     EXPECT_EQ(TextOf(211, 1), "");
+    EXPECT_EQ(m_meter.m_calls.back(), "MeterTypeDialog[0]::1");
 }
 
 TEST_F(SpecialCommandText, IsAskedForItsCodesOnly) {

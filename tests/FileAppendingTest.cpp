@@ -95,6 +95,26 @@ TEST_F(FileAppending, BeginsTheHeadWhenTheRestIsOnTheMedium) {
     }
 }
 
+TEST_F(FileAppending, FollowsALink) {
+    m_folder.Write("source", "bytes");
+    fs::create_directories(m_folder.Path() / "sub");
+    std::error_code refused;
+    fs::create_symlink("sub/new", m_folder.Path() / "link", refused);
+    if (refused)
+        GTEST_SKIP() << "no links here";
+    FakeSystem system;
+    ASSERT_TRUE(Append("link", "source"));
+    EXPECT_TRUE(fs::is_symlink(m_folder.Path() / "link"));
+    EXPECT_EQ(m_folder.Read("sub/new"), "head bytes");
+    for (const FakeSystem::Entry& entry : system.Journal())
+        if (entry.call == FakeSystem::Call::FlushDirectory) {
+            EXPECT_TRUE(Platform::SamePath(entry.path, m_folder.Wide("sub/new"))) << "where the new name is";
+        }
+    EXPECT_EQ(system.Count(FakeSystem::Call::FlushDirectory), 1);
+    ASSERT_TRUE(Append("link", "source"));
+    EXPECT_EQ(m_folder.Read("sub/new"), "head byteshead bytes");
+}
+
 TEST_F(FileAppending, AddsAFileWithoutAHead) {
     m_folder.Write("source", "bytes");
     EXPECT_TRUE(Platform::AppendFile(m_folder.Wide("new"), "", m_folder.Wide("source")));

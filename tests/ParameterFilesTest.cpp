@@ -204,6 +204,7 @@ TEST_F(ParameterFiles, LoseNothingWithoutMemory) {
             happened = fault.Happened();
         }
         EXPECT_EQ(Entry(1), "t,x,y,a.par");
+        EXPECT_EQ(App(kSection, "Files"), Entry(2) == kMissing ? "1" : "2") << n;
         if (happened)
             continue;
         EXPECT_EQ(Entry(2), "20260203040506,1,2,b.par");

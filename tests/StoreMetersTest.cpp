@@ -286,7 +286,7 @@ TEST_F(StoreFields, AreAllDeletedFromTheRecord) {
 
         "[General]\nMeters=1\n[#_1]\nState=S\nA=S,U,8,,\"\"\n; "
         "S\nB=A,S,S,S,\"S\"\na,b=RS,U,8,,\"\"\nb=A,U,8,,\"\"\n"
-        "Func1=S,U,,3,\"\"\n\nC=\"S\",,,,\n";
+        "Func1=S,U,,3,\"\"\n[x=S,U,8,,\"\"\n\nC=\"S\",,,,\n";
     Open(file);
     EXPECT_TRUE(m_database.DeleteStoreFields());
     EXPECT_EQ(DataLines(), "[General]\nMeters=1\n[#_1]\nState=S\n; S\nB=A,S,S,S,\"S\"\nb=A,U,8,,\"\"\n\n");
