@@ -158,9 +158,15 @@ TEST_F(RawDataGathering, TakesNamesApartAtTheirCommas) {
 TEST_F(RawDataGathering, TakesTwoHundredFiftyFiveCharacters) {
     m_folder.Write("x", "");
     m_folder.Write("y", "");
-    Gather((std::wstring(253, L',').replace(0, 1, L"z") + L",x,y").c_str());
+    m_folder.Write("xx", "");
+    const std::wstring list = std::wstring(253, L',').replace(0, 1, L"z");
+    Gather((list + L",x,y").c_str());
     EXPECT_EQ(m_folder.Read(kRawFile), Marker("x"));
     EXPECT_TRUE(m_folder.Exists("y"));
+    m_folder.Write("x", "");
+    Gather((list + L",xx").c_str());
+    EXPECT_EQ(m_folder.Read(kRawFile), Marker("x") + Marker("x")) << "a name is cut, too";
+    EXPECT_TRUE(m_folder.Exists("xx"));
 }
 
 TEST_F(RawDataGathering, FindsTheFilesInTheirDirectory) {

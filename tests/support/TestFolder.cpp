@@ -7,6 +7,7 @@
 #include <fstream>
 #include <iostream>
 #include <random>
+#include <sstream>
 
 #include "Platform/Platform.h"
 
@@ -46,7 +47,9 @@ void TestFolder::Write(std::string_view name, std::string_view bytes) const {
 
 std::string TestFolder::Read(std::string_view name) const {
     std::ifstream file(m_path / fs::path(std::string(name)), std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+    std::ostringstream bytes;
+    bytes << file.rdbuf();
+    return bytes.str();
 }
 
 bool TestFolder::Exists(std::string_view name) const {
