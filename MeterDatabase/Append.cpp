@@ -157,7 +157,7 @@ bool CMeterDatabase::DeleteActualMeter() try {
     BringIntoOrder(SIZE_MAX);  // however many meters move down, each takes its appendices along
     return true;
 } catch (const std::bad_alloc&) {
-    return false;
+    return m_currentMeter < 1;  // the record is gone, only the numbers behind it wait for the next opening
 }
 
 bool CMeterDatabase::BackupRecord() try {

@@ -222,6 +222,7 @@ TEST_F(AppendMeter, CutsARebuiltEntryAndKeepsItWhole) {
         {"G,U,8,,\"text\"", "\"v," + v300 + "\"", "G,U,8,\"v," + Repeated(242, 'v') + "\",\"\""},
         {"G,U,8," + v300, "", "G,U,8," + Repeated(246, 'v') + ",\"\""},
         {"G,U," + Repeated(300, 'd'), "1", "G,U," + Repeated(246, 'd') + ",1,\"\""},
+        {"G,," + Repeated(250, 'd'), v300, "G,," + Repeated(248, 'd') + ",,\"\""},
         {"G,U,\"" + Repeated(240, 'd') + "\",,\"\"", v300,
          "G,U,\"" + Repeated(240, 'd') + "\"," + Repeated(5, 'v') + ",\"\""},
     };
@@ -343,6 +344,24 @@ TEST_F(AppendedMeterType, IsReadUpToAFixedLength) {
     EXPECT_EQ(MeterType("", 400), Repeated(252, 'v'));
 }
 
+TEST_F(AppendedMeterType, IsThereOrNotWithoutMemory) {
+    Open("", "[AppendA type with a long name]\nMeterType=,,,a rather long type of meter,\n");
+    for (int n = 1;; ++n) {
+        GuardedBuffer<> name(40);
+        bool failed = false;
+        int found = 0;
+        {
+            const HeapFault fault(n);
+            found = m_database.GetMeterTypeFromAppendSection("A type with a long name", name.Data(), 40);
+            failed = fault.Happened();
+        }
+        EXPECT_EQ(name.Text(), found == 1 ? "a rather long type of meter" : "") << n;
+        EXPECT_TRUE(found == 1 || (failed && found == 0)) << n;
+        if (!failed)
+            break;
+    }
+}
+
 TEST_F(AppendedMeterType, NeedsItsStoresAndATemplate) {
     EXPECT_EQ(MeterType("Gas", 40, 0), "");
     Open("", "[AppendGas]\nMeterType=,,,Gas,\n");
@@ -437,6 +456,13 @@ TEST_F(DeleteMeter, LeavesTheNumbersToTheNextOpeningWithoutMemoryForThem) {
     EXPECT_EQ(m_database.CheckConsistency(), 10004);
 }
 
+TEST_F(DeleteMeter, NeedsNoMainRecord) {
+    Open("[#_1]\n[#_2]\nId=2\n[#1_1]\n");
+    m_database.m_dataFile->DeleteSection("#_1");
+    EXPECT_TRUE(m_database.DeleteActualMeter());
+    EXPECT_EQ(DataLines(), "[#_1]\nId=2\n[General]\nMeters=1\n");
+}
+
 TEST_F(DeleteMeter, IsRememberedWhenItCannotBeSaved) {
     Open("[General]\nMeters=2\n[#_1]\n[#_2]\nId=2\n");
     FakeSystem system;
@@ -481,7 +507,7 @@ TEST_F(DeleteMeter, LeavesTheOtherRecordsAloneWithoutMemory) {
         EXPECT_EQ(Data("#1_" + last, "Id"), "3.1");
         EXPECT_EQ(Data("#2_" + last, "Id"), "3.2");
         EXPECT_EQ(Data("#3_" + last, "Id"), kMissing) << n << DataLines();
-        EXPECT_TRUE(deleted || failed);
+        EXPECT_EQ(deleted, meters == 2) << n;
         if (!failed)
             break;
     }

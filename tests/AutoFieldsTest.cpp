@@ -117,6 +117,13 @@ TEST_F(AutoFields, OfANewRecordAreEmptiedUntilTheMeterIsRead) {
     EXPECT_EQ(Identified("A,D,08,old,\"\"", "E", "D"), "A,D,08,00004711,\"\"");
 }
 
+TEST_F(AutoFields, ThatCannotBeCalculatedDoNotEndThePass) {
+    OpenRecord("Note=Uhr\nOther=A,U,8,old,\"\"\nMeterID=A,U,8,,\"\"\n0.0.0=R,D,8,11,\"\"\n");
+    Run();
+    EXPECT_EQ(Data("#_1", "Other"), "A,U,8,old,\"\"");
+    EXPECT_EQ(Data("#_1", "MeterID"), "A,D,8,11,\"\"");
+}
+
 TEST_F(AutoFields, ThatCannotBeCalculatedStayAsTheyAre) {
     const std::string entries =
         "MeterID=A,U,8,old,text\n1.8.0-DIFF=A,U,8,old,text\n0.1.0-calc=A,U,8,old,text\nOther=A,U,8,old,text\n"
@@ -275,6 +282,9 @@ TEST_F(ClearFields, NeedADataFileAndACurrentMeter) {
     m_database.ClearFields(0);
     m_database.m_dataFile = dataFile;
     EXPECT_EQ(DataLines(), before);
+    m_database.m_dataFile->WriteString("General", "Meters", "0");
+    m_database.ClearFields(0);
+    EXPECT_EQ(Data("#_1", "X"), "CD,D,8,1,\"\"") << "a meter behind the last one";
 }
 
 // ---- without memory

@@ -173,6 +173,8 @@ TEST_F(DataFields, HaveSectionNamesOf39Characters) {
         EXPECT_EQ(Field(0, 300, kValues, variant.c_str()).label, "cut");
     }
     EXPECT_EQ(Section(kValues, Text(31, 'v').c_str()), "Values");
+    ASSERT_TRUE(m_database.m_systemIni->DeleteSection((cut + "v").c_str()));
+    EXPECT_EQ(Section(kValues, Text(33, 'v').c_str()), cut) << "the name is cut before it is looked for";
     m_database.SetLanguageCode(Text(39, 'l').c_str());
     EXPECT_EQ(Section(kExtra, Text(39, 'w').c_str()), "Extra");
 }
@@ -610,6 +612,7 @@ TEST_F(DataFields, TakeInATextOfTheOffice) {
         {"a <~c> b", "key", "a key b"},
         {"<~c><~C>", "key", "<~c>key"},
         {"<~C><~C>", "key", "key<~C>"},
+        {"<~c><~c>", "key", "key<~c>"},
         {"a<~C>b", "", "ab"},
         {"a<~C>b", ",rest", "ab"},
         {"a<~C>b", "\"key, big\",rest", "akey, bigb"},
@@ -756,6 +759,15 @@ TEST_F(DataFields, AreWrittenToTheCurrentRecord) {
 }
 
 // ---- without memory
+
+TEST_F(DataFields, HaveNoSectionNameWithoutMemory) {
+    Open("[#_1]\n");
+    const std::string variant = Text(39, 'v');
+    GuardedBuffer section(40);
+    const HeapFault fault(1);
+    m_database.GetPtrToDataFields(kValues, variant.c_str(), section.Data(), nullptr, nullptr);
+    EXPECT_EQ(section.Data()[0], '\0');
+}
 
 TEST_F(DataFields, FailCleanlyWithoutMemory) {
     m_record = "0.1.0=R,D,8,12,\"\"\n";
