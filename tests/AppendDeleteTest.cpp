@@ -647,6 +647,26 @@ TEST_F(RecordCopy, NeverLandsInAnotherRecord) {
     EXPECT_EQ(Data("#_2", "Id"), "4");
 }
 
+// A value that cannot be read for want of memory is not taken for one that does not exist.
+TEST_F(RecordCopy, IsEditedWithItsOtherSubFieldsKeptWithoutMemory) {
+    const std::string entry = "RD,U,\"8 kWh,C0;99\",7,\"a note of the office\"";
+    for (int n = 1;; ++n) {
+        m_database.CloseDataFile();
+        Open("[#_1]\nState=U\n1.8.0=" + entry + "\n\n[#_2]\n");
+        EXPECT_TRUE(m_database.BackupRecord());
+        Edit();
+        EXPECT_TRUE(m_database.RestoreRecord());
+        const bool failed = FailAllocation(
+            n, [&] { m_database.SetMeterValue("1.8.0", nullptr, nullptr, nullptr, "8", nullptr); });
+        const std::string stored = Data("#_1", "1.8.0");
+        EXPECT_TRUE(stored == "RD,U,\"8 kWh,C0;99\",8,\"a note of the office\"" ||
+                    (failed && stored == entry))
+            << n << ' ' << stored;
+        if (!failed)
+            break;
+    }
+}
+
 // ---- many changes
 
 // A route as a list: what every record is to hold, and what the copy of it holds that was kept.
