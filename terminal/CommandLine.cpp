@@ -48,6 +48,8 @@ public:
     void AddStore() const;
     void AddParameters() const;
     void AddCheck() const;
+    void AddHandingOn() const;
+    void AddSimulate() const;
 
 private:
     template <typename Request>
@@ -235,6 +237,35 @@ void Program::AddCheck() const {
         .Flag("--json", &CheckRequest::json, "Write a JSON list for other programs");
 }
 
+void Program::AddHandingOn() const {
+    Add<ExportRequest>(m_app, "export",
+                       "Write all values of the route for other programs: CSV, a row for each value",
+                       "export --output route.csv", ExportRecords)
+        .Takes("--output", &ExportRequest::output, "File to write; without it they are shown")
+        .Flag("--jsonl", &ExportRequest::jsonLines, "JSON Lines: an object for each record");
+    Add<ReportRequest>(m_app, "report",
+                       "Write a page for a browser: progress, what is to do, alarms, every meter",
+                       "report route.html", WriteReport)
+        .Needs("FILE", &ReportRequest::output, "The page to write");
+}
+
+void Program::AddSimulate() const {
+    const auto simulate =
+        Add<SimulateRequest>(m_app, "simulate",
+                             "Make an installation of made-up meters, for trying, measuring and training",
+                             "simulate town --meters 500", SimulateInstallation)
+            .Needs("FOLDER", &SimulateRequest::folder, "Folder to make");
+    const auto number = [&simulate](const char* name, auto* value, const char* help, int least, int most) {
+        simulate.app->add_option(name, *value, help)->check(CLI::Range(least, most))->capture_default_str();
+    };
+    number("--meters", &simulate.request->meters, "How many", 1, 9999999);
+    number("--done", &simulate.request->done, "Percent of them that were read already", 0, 100);
+    number("--readouts", &simulate.request->readouts, "Files with answers of meters that are to be read", 0,
+           9999999);
+    simulate.app->add_option("--seed", simulate.request->seed, "The same number makes the same installation")
+        ->capture_default_str();
+}
+
 }  // namespace
 
 void DescribeCommandLine(CLI::App& app, Options& options, Screen& screen) {
@@ -257,4 +288,6 @@ void DescribeCommandLine(CLI::App& app, Options& options, Screen& screen) {
     program.AddStore();
     program.AddParameters();
     program.AddCheck();
+    program.AddHandingOn();
+    program.AddSimulate();
 }

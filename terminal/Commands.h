@@ -2,6 +2,7 @@
 // asked. A meter is given by the number of its record ("3", "3/1" for its appendix 1) or by its own number.
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -85,6 +86,32 @@ struct ReadRequest {
 void ReadMeter(const Options& options, const ReadRequest& request, Screen& screen);
 
 // ---- whole installations
+
+struct ExportRequest {
+    std::string output;  // name of a file; "": the screen
+    bool jsonLines = false;
+};
+
+// Writes every value of the route as CSV, or every record as a line of JSON.
+void ExportRecords(const Options& options, const ExportRequest& request, Screen& screen);
+
+struct ReportRequest {
+    std::string output;  // name of a file
+};
+
+// Writes the route as a page for a browser.
+void WriteReport(const Options& options, const ReportRequest& request, Screen& screen);
+
+struct SimulateRequest {
+    std::string folder;  // is made
+    int meters = 100;
+    std::uint64_t seed = 1;
+    int done = 60;      // share of meters that were read, in percent
+    int readouts = 20;  // files with answers of meters that are to be read
+};
+
+// Makes an installation of made-up meters.
+void SimulateInstallation(const Options& options, const SimulateRequest& request, Screen& screen);
 
 struct CheckRequest {
     std::string file;    // a data file alone; "": the installation

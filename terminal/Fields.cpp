@@ -43,6 +43,10 @@ ShownValue Fields::Show(const Field& field) const {
 ShownValue Fields::Show(const Entry& entry) const {
     if (const Field* field = Find(entry.name))
         return Show(*field);
+    return ShowUndeclared(entry);
+}
+
+ShownValue Fields::ShowUndeclared(const Entry& entry) const {
     TextBuffer value{};
     m_database.FormatValue(value.data(), entry.value.c_str(), entry.definition.c_str());
     return {"", value.data(), MarkOf(entry.status)};

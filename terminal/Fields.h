@@ -41,6 +41,9 @@ public:
     // An entry of the record, by its first field; without one its value in the format of its definition.
     ShownValue Show(const Entry& entry) const;
 
+    // An entry that no field is declared for: its value in the format of its definition.
+    ShownValue ShowUndeclared(const Entry& entry) const;
+
     // Writes the value and the status of a field. False when the record is none of the database.
     bool Write(const Field& field, const std::string& value, const std::string& status) const;
 

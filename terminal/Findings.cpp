@@ -1,5 +1,10 @@
 #include "terminal/Findings.h"
 
+#include <algorithm>
+#include <array>
+
+#include "MeterUtil/Text.h"
+
 namespace {
 
 std::string RangeFinding(int result, const std::string& limits) {
@@ -15,6 +20,16 @@ std::string ReferenceFinding(CMeterDatabase& database, const std::string& refere
     const std::optional<Entry> entry = ReadEntry(database, reference);
     return entry ? "should be " + entry->value + " (" + reference + ")"
                  : "cannot be checked without " + reference;
+}
+
+bool AlarmHolds(const std::string& token, const std::string& status) {
+    if (token.size() < 2 || token.front() != 'B')
+        return false;
+    constexpr std::array<std::pair<char, const char*>, 6> kConditions = {
+        {{'W', "W"}, {'C', "C"}, {'U', "U"}, {'D', "D"}, {'X', "WCU"}, {'Y', "WC"}}};
+    return std::any_of(kConditions.begin(), kConditions.end(), [&](const auto& condition) {
+        return token[1] == condition.first && MeterText::ContainsAny(status, condition.second);
+    });
 }
 
 }  // namespace
@@ -33,4 +48,12 @@ std::string FindingOf(CMeterDatabase& database, const Entry& entry) {
             return ReferenceFinding(database, rest);
     }
     return "deviates";
+}
+
+std::vector<std::string> AlarmsOf(const Entry& entry) {
+    std::vector<std::string> alarms;
+    for (const std::string& token : DefinitionTokens(entry.definition))
+        if (AlarmHolds(token, entry.status))
+            alarms.push_back(token);
+    return alarms;
 }

@@ -86,6 +86,16 @@ std::size_t Decode(std::string_view text, char32_t* character) {
     return valid ? length : 0;
 }
 
+// A character of the Windows code page 1252, which is Latin-1 but for these. 0: none.
+char32_t FromCodePage(unsigned byte) {
+    constexpr std::array<char32_t, 32> kBetween = {
+        0x20AC, 0,      0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021, 0x02C6, 0x2030, 0x0160,
+        0x2039, 0x0152, 0,      0x017D, 0,      0,      0x2018, 0x2019, 0x201C, 0x201D, 0x2022,
+        0x2013, 0x2014, 0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0,      0x017E, 0x0178};
+    const bool isBetween = byte >= 0x80 && byte < 0xA0;
+    return isBetween && kBetween[byte - 0x80] != 0 ? kBetween[byte - 0x80] : byte;
+}
+
 void AppendWide(std::wstring* text, char32_t c) {
     if (sizeof(wchar_t) > 2 || c < 0x10000) {
         text->push_back(static_cast<wchar_t>(c));
@@ -108,7 +118,7 @@ char32_t TakeCharacter(std::string_view* rest) {
     char32_t character = 0;
     const std::size_t length = Decode(*rest, &character);
     if (length == 0)
-        character = Byte(rest->front());
+        character = FromCodePage(Byte(rest->front()));
     rest->remove_prefix(std::max<std::size_t>(length, 1));
     return character;
 }

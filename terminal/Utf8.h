@@ -1,5 +1,5 @@
 // Text on its way between the files, the library and the screen. The screen takes UTF-8; texts of files are
-// UTF-8 or of older devices that wrote Latin-1, and may hold anything.
+// UTF-8 or of devices that write the Windows code page 1252, and may hold anything.
 #pragma once
 
 #include <string>
@@ -8,7 +8,7 @@
 namespace Utf8 {
 
 // Takes the first character off `*rest`, which is not empty. A byte that is no valid UTF-8 is taken as
-// Latin-1.
+// one of the code page.
 char32_t TakeCharacter(std::string_view* rest);
 
 // True when all of the bytes are UTF-8.

@@ -15,7 +15,7 @@ constexpr const char* kHandled = "H";
 constexpr const char* kInWork = "M";
 constexpr std::size_t kMostCharacters = 255;  // that a value of a record has
 
-// ---- findings and alarms
+// ---- findings
 
 std::string FindingOf(CMeterDatabase& database, const Entry& entry, const std::string& sentUnit) {
     std::string finding = MeterText::ContainsAny(entry.status, "CW") ? FindingOf(database, entry) : "";
@@ -23,24 +23,6 @@ std::string FindingOf(CMeterDatabase& database, const Entry& entry, const std::s
     if (!expectedUnit.empty() && !sentUnit.empty() && !MeterText::EqualIgnoringCase(expectedUnit, sentUnit))
         finding += (finding.empty() ? "" : "; ") + ("the meter sent " + sentUnit);
     return finding;
-}
-
-bool AlarmHolds(const std::string& token, const std::string& status) {
-    if (token.size() < 2 || token.front() != 'B')
-        return false;
-    constexpr std::array<std::pair<char, const char*>, 6> kConditions = {
-        {{'W', "W"}, {'C', "C"}, {'U', "U"}, {'D', "D"}, {'X', "WCU"}, {'Y', "WC"}}};
-    return std::any_of(kConditions.begin(), kConditions.end(), [&](const auto& condition) {
-        return token[1] == condition.first && MeterText::ContainsAny(status, condition.second);
-    });
-}
-
-std::vector<std::string> AlarmsOf(const Entry& entry) {
-    std::vector<std::string> alarms;
-    for (const std::string& token : DefinitionTokens(entry.definition))
-        if (AlarmHolds(token, entry.status))
-            alarms.push_back(token);
-    return alarms;
 }
 
 // ---- values before and after

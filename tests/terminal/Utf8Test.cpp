@@ -19,15 +19,15 @@ TEST(Utf8, ShownTextCannotReachTheScreenAround) {
         {"\u009B31m", "\uFFFD31m"},
         {"\u202Etxt", "\uFFFDtxt"},
         {"\u200B\u2066\uFEFF", "\uFFFD\uFFFD\uFFFD"},
-        // no UTF-8: Latin-1
+        // no UTF-8: the code page
         {"Z\xE4hler", "Z\u00E4hler"},
         {"\xE4", "\u00E4"},
         {"\xC3", "\u00C3"},
         {"\xC0\xAF", "\u00C0\u00AF"},
         {"\x9B"
          "31m",
-         "\uFFFD31m"},
-        {"\xED\xA0\x80", "\u00ED\u00A0\uFFFD"},
+         "\u203A31m"},
+        {"\xED\xA0\x80", "\u00ED\u00A0\u20AC"},
         {"\xF5\xBF\xBF\xBF", "\u00F5\u00BF\u00BF\u00BF"},
         {"\xF4\xBF\xBF\xBF", "\u00F4\u00BF\u00BF\u00BF"},
     };

@@ -1,0 +1,226 @@
+// The route for other programs and for a browser.
+#include <filesystem>
+#include <nlohmann/json.hpp>
+#include <sstream>
+#include <string>
+#include <tuple>
+#include <vector>
+
+#include "terminal/report/History.h"
+#include "terminal/report/Page.h"
+#include "tests/terminal/MeterdbFixture.h"
+
+namespace fs = std::filesystem;
+using nlohmann::json;
+using testing::HasSubstr;
+using testing::Not;
+
+namespace {
+
+int CountOf(const std::string& text, const std::string& part) {
+    int count = 0;
+    for (std::size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1))
+        ++count;
+    return count;
+}
+
+RouteValue ValueOf(const std::string& name, const std::string& definition, const std::string& value,
+                   const std::string& status = "DR") {
+    RouteValue made;
+    made.entry = {name, "R", status, definition, value, ""};
+    made.shown = {"", value, ""};
+    return made;
+}
+
+}  // namespace
+
+// ---- CSV and JSON Lines
+
+TEST_F(Meterdb, ExportWritesARowForEachValue) {
+    m_folder.Write("route.ini",
+                   "[General]\nMeters=1\n[#_1]\nState=U\nMeterType=,D,,Gas,\"\"\nPlace=,D,,\"Yard, "
+                   "left\",\"say \"hi\"\"\n"
+                   "3.0.0=R,DR,\"8.2 m3,C10;20\",0012.40,\"\"\n[#1_1]\n0.0.0=R,U,16,4711,\"\"\n");
+    EXPECT_EQ(Run({"export"}), kDone);
+    EXPECT_EQ(
+        m_out,
+        "record,meter,type,state,action,name,label,value,unit,shown,mark,attributes,status,definition,"
+        "text\r\n"
+        "1,,Gas,unhandled,read out,MeterType,,Gas,,Gas,ok.,,D,,\r\n"
+        "1,,Gas,unhandled,read out,Place,Meter place,\"Yard, left\",,\"Yard, left\",ok.,,D,,\"say "
+        "\"\"hi\"\"\"\r\n"
+        "1,,Gas,unhandled,read out,3.0.0,Gas volume,0012.40,m3,0012.40 m3,ok.,R,DR,\"8.2 m3,C10;20\",\r\n"
+        "1/1,4711,Gas,unhandled,read out,0.0.0,,4711,,4711,,R,U,16,\r\n");
+}
+
+TEST_F(Meterdb, ExportWritesAnObjectForEachRecord) {
+    EXPECT_EQ(Run({"export", "--jsonl"}), kDone);
+    std::istringstream lines(m_out);
+    std::vector<json> records;
+    for (std::string line; std::getline(lines, line);)
+        records.push_back(json::parse(line));
+    ASSERT_EQ(records.size(), 5U);
+    EXPECT_EQ(records[0]["record"], "1");
+    EXPECT_EQ(records[0]["meter"], "30052217");
+    EXPECT_EQ(records[0]["state"], "unhandled");
+    EXPECT_EQ(records[0]["stateLetters"], "U");
+    const json place = {{"name", "Place"},       {"label", "Meter place"}, {"value", "Yard, left"},
+                        {"shown", "Yard, left"}, {"mark", "ok."},          {"status", "D"}};
+    EXPECT_EQ(records[0]["values"][2], place);
+    EXPECT_EQ(records[2]["record"], "2/1");
+}
+
+TEST_F(Meterdb, ExportOfAnEmptyRouteHasNoRows) {
+    m_folder.Write("route.ini", "[General]\nMeters=0\n");
+    EXPECT_EQ(Run({"export"}), kDone);
+    EXPECT_EQ(CountOf(m_out, "\r\n"), 1);
+    EXPECT_EQ(Run({"export", "--jsonl"}), kDone);
+    EXPECT_EQ(m_out, "");
+}
+
+TEST_F(Meterdb, ExportOfTextInTheCodePageIsUtf8) {
+    m_folder.Write("route.ini", "[General]\nMeters=1\n[#_1]\nState=U\nCustomer=,D,,K\xFChn \x80,\"\"\n");
+    EXPECT_EQ(Run({"export"}), kDone);
+    EXPECT_THAT(m_out, HasSubstr("K\u00FChn \u20AC"));
+    EXPECT_EQ(Run({"export", "--jsonl"}), kDone);
+    EXPECT_EQ(json::parse(m_out)["values"][0]["value"], "K\u00FChn \u20AC");
+}
+
+TEST_F(Meterdb, ExportGoesIntoAFile) {
+    ASSERT_EQ(Run({"export"}), kDone);
+    const std::string shown = m_out;
+    EXPECT_EQ(Run({"export", "--output", File("out/route.csv")}), kDone);
+    EXPECT_EQ(m_folder.Read("out/route.csv"), shown);
+    EXPECT_EQ(m_out, "Wrote 5 records to " + File("out/route.csv") + "\n");
+    EXPECT_FALSE(m_folder.Exists("out/route.csv.part"));
+}
+
+TEST_F(Meterdb, OutputThatCannotBeWrittenLeavesNothing) {
+    for (const std::vector<std::string>& command :
+         {std::vector<std::string>{"export", "--output"}, std::vector<std::string>{"report"}}) {
+        std::vector<std::string> arguments = command;
+        arguments.push_back(File("."));
+        EXPECT_EQ(Run(arguments), kFileFailed);
+        EXPECT_THAT(m_errors, HasSubstr("cannot be written"));
+        arguments.back() = File("app.ini/x");
+        EXPECT_EQ(Run(arguments), kFileFailed);
+    }
+    EXPECT_THAT(m_folder.Names(), testing::Each(Not(HasSubstr(".part"))));
+}
+
+// ---- the report
+
+TEST_F(Meterdb, ReportNeedsNothingBesideItself) {
+    EXPECT_EQ(Run({"report", File("route.html")}), kDone);
+    EXPECT_EQ(m_out, "Wrote " + File("route.html") + ": 4 meters\n");
+    const std::string page = m_folder.Read("route.html");
+    EXPECT_THAT(page, HasSubstr("<h1>Route 7</h1><p>4 meters, client 1</p>"));
+    for (const char* outside : {"http:", "https:", "src=", "url(", "@import", "<link", "fetch("})
+        EXPECT_THAT(page, Not(HasSubstr(outside)));
+    for (const char* needed :
+         {"prefers-color-scheme: dark", "@media print", "max-width: 46rem", "name=viewport"})
+        EXPECT_THAT(page, HasSubstr(needed));
+}
+
+TEST_F(Meterdb, ReportCountsStatesAndActions) {
+    ASSERT_EQ(Run({"report", File("route.html")}), kDone);
+    const std::string page = m_folder.Read("route.html");
+    EXPECT_THAT(page, HasSubstr("<b>4</b><span>meters on the route</span>"));
+    EXPECT_THAT(page, HasSubstr("<b>1</b><span>done, 25 %</span>"));
+    EXPECT_THAT(page, HasSubstr("<b>2</b><span>still to do</span>"));
+    EXPECT_THAT(page, HasSubstr("<i class=todo></i>unhandled <b>2</b>"));
+    EXPECT_THAT(page, HasSubstr("<i class=info></i>info record <b>1</b>"));
+    EXPECT_THAT(page, HasSubstr("<span>read out</span><i style=\"width:100%\"></i><b>2</b>"));
+    EXPECT_THAT(page, HasSubstr("None of the values that were read deviates."));
+    EXPECT_EQ(CountOf(page, "<details "), 4);
+    EXPECT_THAT(page, HasSubstr("<h3>Appendix 1</h3>"));
+}
+
+TEST_F(Meterdb, ReportListsAlarmsAndDeviatingValues) {
+    ASSERT_EQ(Run({"read", "1", File("alarm.txt")}), kDone);
+    ASSERT_EQ(Run({"report", File("route.html")}), kDone);
+    const std::string page = m_folder.Read("route.html");
+    EXPECT_THAT(
+        page,
+        HasSubstr("<td>Gas volume<td class=value>0021.40 m3<td>above 20 <span class=alarm>alarm</span>"));
+    EXPECT_THAT(page, HasSubstr("<td>97.97.0<td class=value>0100<td>should be 0000"));
+    EXPECT_THAT(page, HasSubstr("<td>9.9.9<td class=value><td>no value <span class=alarm>alarm</span>"));
+    EXPECT_THAT(page, HasSubstr("<b>1</b><span>with an alarm</span>"));
+    EXPECT_THAT(page, HasSubstr("class=\"done hasalarm deviates\""));
+}
+
+TEST_F(Meterdb, ReportShowsTextsOfFilesAsTexts) {
+    m_folder.Write("route.ini",
+                   "[General]\nMeters=1\nDBInfo=<script>alert(1)</script>\n[#_1]\nState=U\n"
+                   "Customer=,D,,<img onerror=x>\"&--><b>,\"-->\"\n");
+    ASSERT_EQ(Run({"report", File("route.html")}), kDone);
+    const std::string page = m_folder.Read("route.html");
+    EXPECT_THAT(page, HasSubstr("<h1>&lt;script&gt;alert(1)&lt;/script&gt;</h1>"));
+    EXPECT_THAT(page, HasSubstr("&lt;img onerror=x&gt;"));
+    EXPECT_THAT(page, Not(HasSubstr("<img")));
+    EXPECT_THAT(page, Not(HasSubstr("-->")));
+}
+
+TEST_F(Meterdb, ReportOfALongRouteKeepsDetailsForLater) {
+    std::ostringstream out;
+    Screen screen(out, out, {});
+    for (const auto& [folder, meters, later] :
+         {std::tuple("town", "301", 301), std::tuple("village", "300", 0)}) {
+        ASSERT_EQ(RunTerminal({"simulate", File(folder), "--meters", meters}, screen), kDone);
+        ASSERT_EQ(RunTerminal({"--dir", File(folder), "report", File("page.html")}, screen), kDone);
+        EXPECT_EQ(CountOf(m_folder.Read("page.html"), "<div class=inside><!--"), later);
+        EXPECT_EQ(CountOf(m_folder.Read("page.html"), "<!--"), later);
+        EXPECT_GT(CountOf(m_folder.Read("page.html"), "<figure>"), 150);
+    }
+}
+
+// ---- histories
+
+TEST(ReportHistory, RegisterThatCountsOnShowsWhatWasCounted) {
+    RouteRecord record;
+    record.values = {ValueOf("1.8.0", "8.1 kWh", "000130.5"), ValueOf("1.8.0*01", "8.1 kWh", "000120.0"),
+                     ValueOf("1.8.0*02", "8.1 kWh", "000100.0"), ValueOf("1.8.0*03", "8.1 kWh", "000095.0")};
+    const std::vector<Report::History> histories = Report::HistoriesOf(record);
+    ASSERT_EQ(histories.size(), 1U);
+    EXPECT_EQ(histories[0].unit, "kWh");
+    EXPECT_EQ(histories[0].decimals, 1);
+    ASSERT_EQ(histories[0].bars.size(), 3U);
+    EXPECT_EQ(histories[0].bars[0].periodsBack, 2);
+    EXPECT_NEAR(histories[0].bars[0].use, 5, 1e-9);
+    EXPECT_NEAR(histories[0].bars[1].use, 20, 1e-9);
+    EXPECT_EQ(histories[0].bars[2].periodsBack, 0);
+    EXPECT_NEAR(histories[0].bars[2].use, 10.5, 1e-9);
+    const std::string drawing = Report::Drawing(histories[0]);
+    EXPECT_EQ(CountOf(drawing, "<rect "), 3);
+    EXPECT_THAT(drawing, HasSubstr("<title>last period: 20.0 kWh</title>"));
+    EXPECT_THAT(drawing, HasSubstr("class=now><title>this period so far: 10.5 kWh</title>"));
+}
+
+TEST(ReportHistory, DemandIsTheHighestOfEachPeriod) {
+    RouteRecord record;
+    record.values = {ValueOf("1.6.0*01", "6.3 kW", "03.030"), ValueOf("1.6.0*02", "6.3 kW", "03.076"),
+                     ValueOf("1.6.0*03", "6.3 kW", "02.639")};
+    const std::vector<Report::History> histories = Report::HistoriesOf(record);
+    ASSERT_EQ(histories.size(), 1U);
+    EXPECT_NEAR(histories[0].bars[0].use, 2.639, 1e-9);
+    EXPECT_NEAR(histories[0].bars[2].use, 3.030, 1e-9);
+}
+
+TEST(ReportHistory, WhatIsNoReadingHasNoBar) {
+    RouteRecord record;
+    record.values = {ValueOf("6.8*01", "", "9"),      ValueOf("6.8*02", "", "7"), ValueOf("6.8*03", "", "8"),
+                     ValueOf("6.8*04", "", "6"),      ValueOf("6.8*05", "", "5"), ValueOf("6.8*06", "", "4"),
+                     ValueOf("6.8*07", "", "3", "U"), ValueOf("6.8*08", "", "x"), ValueOf("6.8*x", "", "1")};
+    const std::vector<Report::History> histories = Report::HistoriesOf(record);
+    ASSERT_EQ(histories.size(), 1U);
+    std::vector<int> periods;
+    for (const Report::Bar& bar : histories[0].bars)
+        periods.push_back(bar.periodsBack);
+    EXPECT_EQ(periods, (std::vector<int>{5, 4, 3, 1}));
+}
+
+TEST(ReportHistory, FewPeriodsAreNotDrawn) {
+    RouteRecord record;
+    record.values = {ValueOf("6.8*01", "", "9"), ValueOf("6.8*02", "", "7"), ValueOf("6.8*03", "", "6")};
+    EXPECT_TRUE(Report::HistoriesOf(record).empty());
+}
