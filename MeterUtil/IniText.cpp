@@ -147,7 +147,8 @@ IniText::Section IniText::FindSection(std::uint32_t hash, std::string_view name)
     return m_names.Find(hash, [&](Section id) {
         const SectionData& section = m_sections[id];
         Prefetch(section);
-        return MeterText::EqualIgnoringCase(NameOf(section), name);
+        const std::string_view found = NameOf(section);
+        return found == name || MeterText::EqualIgnoringCase(found, name);
     });
 }
 
