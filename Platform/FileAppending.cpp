@@ -67,8 +67,7 @@ std::string WithoutItsStart(std::string_view head) {
 bool Append(const std::wstring& link, std::string_view head, const std::wstring& source) {
     const std::wstring path = System::ResolveLinks(link);  // empty, and so no path, when they go in circles
     const System::FileState before = System::Inspect(path);
-    const bool exists = before.kind == System::Kind::RegularFile;
-    if (exists ? !before.writable : before.kind != System::Kind::Missing)
+    if (before.kind == System::Kind::RegularFile ? !before.writable : before.kind != System::Kind::Missing)
         return false;
     if (SamePath(path, source))
         return false;  // it would grow for ever
@@ -78,8 +77,10 @@ bool Append(const std::wstring& link, std::string_view head, const std::wstring&
     OpenFile from(System::OpenForReading(source));
     if (!from.IsOpen())
         return false;
+    // The directory also when the file was there before: a program that was stopped may have made it, and then
+    // its name is not on the medium yet.
     if (file.Write(WithoutItsStart(head)) && file.WriteAllOf(from) && file.FlushAndClose() &&
-        (exists || System::FlushDirectory(path)) && System::Overwrite(path, before.size, head.substr(0, 1)))
+        System::FlushDirectory(path) && System::Overwrite(path, before.size, head.substr(0, 1)))
         return true;
     file.Close();
     System::Cut(path, before.size);

@@ -75,6 +75,7 @@ struct Records {
 
 struct State {
     bool active = false;
+    bool flushesSkipped = false;
     Faults faults;
     std::optional<Platform::SystemTime> time;
     Records records;
@@ -115,10 +116,10 @@ bool MustFail(Call call) {
 }
 
 void Record(Call call, const std::wstring& path, bool done, const std::wstring& to = {},
-            std::string_view bytes = {}) {
+            std::string_view bytes = {}, std::uint64_t place = 0) {
     Access access;
     if (access->active)
-        access->records.journal.push_back({call, path, to, std::string(bytes), done});
+        access->records.journal.push_back({call, path, to, std::string(bytes), done, place});
 }
 
 void RecordOpened(Call call, const std::wstring& path, File file) {
@@ -132,7 +133,7 @@ void RecordOnFile(Call call, File file, bool done, std::string_view bytes = {}) 
     Access access;
     if (access->active)
         access->records.journal.push_back(
-            {call, access->records.openFiles[file], {}, std::string(bytes), done});
+            {call, access->records.openFiles[file], {}, std::string(bytes), done, 0});
 }
 
 std::size_t TransferLimit(std::size_t size) {
@@ -158,6 +159,10 @@ void WaitWhileRenamesAreHeld() {
     renamesChanged.notify_all();
     renamesChanged.wait(lock, [] { return !state.faults.renamesHeld; });
     --state.faults.waitingRenames;
+}
+
+bool FlushesAreSkipped() {
+    return Access()->flushesSkipped;
 }
 
 bool TakeBlockedRename() {
@@ -225,6 +230,10 @@ void FakeSystem::ReportSize(std::uint64_t bytes) {
     Access()->faults.size = bytes;
 }
 
+void FakeSystem::SkipFlushes() {
+    Access()->flushesSkipped = true;
+}
+
 void FakeSystem::RefuseStreamWrites() {
     Access()->faults.refuseStreamWrites = true;
 }
@@ -259,6 +268,10 @@ int FakeSystem::CountAll() const {
 
 std::vector<FakeSystem::Entry> FakeSystem::Journal() const {
     return Access()->records.journal;
+}
+
+std::size_t FakeSystem::JournalSize() const {
+    return Access()->records.journal.size();
 }
 
 std::vector<FakeSystem::Message> FakeSystem::Messages() const {
@@ -385,7 +398,7 @@ std::ptrdiff_t Write(File file, const char* bytes, std::size_t size) noexcept {
 }
 
 bool Flush(File file) noexcept {
-    const bool done = !MustFail(Call::Flush) && RealSystem::Flush(file);
+    const bool done = !MustFail(Call::Flush) && (FlushesAreSkipped() || RealSystem::Flush(file));
     RecordOnFile(Call::Flush, file, done);
     return done;
 }
@@ -413,7 +426,8 @@ bool Remove(const std::wstring& path) noexcept {
 }
 
 bool FlushDirectory(const std::wstring& fileInIt) noexcept {
-    const bool done = !MustFail(Call::FlushDirectory) && RealSystem::FlushDirectory(fileInIt);
+    const bool done =
+        !MustFail(Call::FlushDirectory) && (FlushesAreSkipped() || RealSystem::FlushDirectory(fileInIt));
     Record(Call::FlushDirectory, fileInIt, done);
     return done;
 }
@@ -444,13 +458,13 @@ bool StepBack(std::FILE* stream, std::uint64_t bytes) noexcept {
 
 bool Overwrite(const std::wstring& path, std::uint64_t place, std::string_view bytes) noexcept {
     const bool done = !MustFail(Call::Overwrite) && RealSystem::Overwrite(path, place, bytes);
-    Record(Call::Overwrite, path, done, {}, bytes);
+    Record(Call::Overwrite, path, done, {}, bytes, place);
     return done;
 }
 
 bool Cut(const std::wstring& path, std::uint64_t size) noexcept {
     const bool done = !MustFail(Call::Cut) && RealSystem::Cut(path, size);
-    Record(Call::Cut, path, done);
+    Record(Call::Cut, path, done, {}, {}, size);
     return done;
 }
 

@@ -71,6 +71,10 @@ public:
     // Inspect tells this size of every file, as if the file grew or shrank before it is read.
     void ReportSize(std::uint64_t bytes);
 
+    // Flushes succeed without reaching the medium, which would take most of the time of a test that makes
+    // thousands of them. They are counted and recorded, and fail when it is their turn.
+    void SkipFlushes();
+
     // Streams are opened for reading only, whatever the mode says: writing to them fails.
     void RefuseStreamWrites();
 
@@ -91,12 +95,14 @@ public:
 
     struct Entry {
         Call call;
-        std::wstring path;  // also for calls on an open file
-        std::wstring to;    // Rename
-        std::string bytes;  // Write, Overwrite: what was written
-        bool done;          // false: the call failed, by itself or by arrangement
+        std::wstring path;        // also for calls on an open file
+        std::wstring to;          // Rename
+        std::string bytes;        // Write, Overwrite: what was written
+        bool done;                // false: the call failed, by itself or by arrangement
+        std::uint64_t place = 0;  // Overwrite: of the first byte; Cut: the new size
     };
     std::vector<Entry> Journal() const;  // all but Allocate and Read, in order
+    std::size_t JournalSize() const;     // its entries up to now
 
     struct Message {
         void* owner;
