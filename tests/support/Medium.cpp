@@ -219,20 +219,23 @@ std::vector<Medium::Names> Medium::PossibleNames(OfSubsets which) const {
 std::vector<std::string> Medium::PossibleContents(const File& file) {
     std::vector<std::string> contents;
     for (const std::vector<bool>& subset : Subsets(file.changes.size())) {
-        std::string content = file.flushed;
-        for (std::size_t i = 0; i < subset.size(); ++i) {
-            if (!subset[i])
+        contents.push_back(file.flushed);
+        for (std::size_t i = 0; i < subset.size(); ++i)
+            if (subset[i])
+                Do(file.changes[i], &contents.back());
+        // Each of those that are there may be there in part.
+        for (std::size_t torn = 0; torn < subset.size(); ++torn) {
+            if (!subset[torn])
                 continue;
-            // The last one that is there may be there in part.
-            if (std::find(subset.begin() + static_cast<std::ptrdiff_t>(i) + 1, subset.end(), true) ==
-                subset.end())
-                for (std::string& part : Torn(file.changes[i].bytes)) {
-                    contents.push_back(content);
-                    Do({false, file.changes[i].place, std::move(part)}, &contents.back());
-                }
-            Do(file.changes[i], &content);
+            for (const std::string& part : Torn(file.changes[torn].bytes)) {
+                contents.push_back(file.flushed);
+                for (std::size_t i = 0; i < subset.size(); ++i)
+                    if (i == torn)
+                        Do({false, file.changes[i].place, part}, &contents.back());
+                    else if (subset[i])
+                        Do(file.changes[i], &contents.back());
+            }
         }
-        contents.push_back(std::move(content));
     }
     return contents;
 }
