@@ -335,7 +335,6 @@ TEST(PowerCut, LosesNothingThatWasDoneAfterAProgramWasStopped) {
         system.Heal();
         ASSERT_TRUE(day.Open());
         day.Gather(0, 2);
-        day.SaveData();
         day.Close();
         PowerCuts cuts(&day, system.Journal());
         cuts.TryAll(&medium, false, calls);
