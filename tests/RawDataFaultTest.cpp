@@ -278,7 +278,7 @@ TEST_F(RawDataFault, LosesNothingWithoutMemory) {
             bool happened = false;
             {
                 HeapFault fault(n, times);
-                m_database.CopyRawDataFiles(L"a,b");
+                EXPECT_FALSE(m_database.CopyRawDataFiles(L"a,b"));
                 happened = fault.Happened();
             }
             ExpectNothingLost("allocation " + std::to_string(n));
