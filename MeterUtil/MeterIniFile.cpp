@@ -81,9 +81,9 @@ Result Guarded(Result failure, Operation operation) noexcept {
     }
 }
 
-// Keeps a text of the caller; without memory the earlier one stays.
-void Keep(std::wstring* kept, const wchar_t* text) {
-    Guarded(false, [&] {
+// Keeps a text of the caller. False, and the earlier one stays, without memory.
+bool Keep(std::wstring* kept, const wchar_t* text) {
+    return Guarded(false, [&] {
         *kept = text == nullptr ? L"" : text;
         return true;
     });
@@ -292,8 +292,9 @@ bool CMeterIniFile::UpdateFileBackground() {
 }
 
 void CMeterIniFile::SetMirror(const wchar_t* path) {
-    if (m_store != nullptr)
-        Keep(&m_store->target.mirror, path);
+    // Saves that leave the mirror out would pass for complete.
+    if (m_store != nullptr && !Keep(&m_store->target.mirror, path))
+        m_error = true;
 }
 
 bool CMeterIniFile::PowerButtonControl(const wchar_t* path) {

@@ -120,7 +120,8 @@ public:
     // the call returns.
     bool UpdateFileBackground();
 
-    // A second path to which every save also writes; "" or null: none. Nothing is written now.
+    // A second path to which every save also writes; "" or null: none. Nothing is written now. Without memory
+    // for the path the earlier one stays, and m_error is set.
     void SetMirror(const wchar_t* path);
 
     // Takes the application path; saves keep the device awake where the system can be asked. Always true.

@@ -464,6 +464,18 @@ TEST_F(MeterIniFileSave, BackgroundWithoutMemorySavesBeforeItReturns) {
     }
 }
 
+// A save without its mirror would pass for complete.
+TEST_F(MeterIniFileSave, TellsOfAMirrorThatItHasNoMemoryFor) {
+    const std::wstring mirror = m_folder.Wide("mirror.ini");
+    {
+        const HeapFault fault(1);
+        m_store->SetMirror(mirror.c_str());
+    }
+    EXPECT_TRUE(m_store->m_error);
+    EXPECT_TRUE(m_store->UpdateFile());
+    EXPECT_FALSE(m_folder.Exists("mirror.ini"));
+}
+
 TEST_F(MeterIniFileSave, EditsGoOnWhileTheThreadWrites) {
     std::string expected;
     for (int i = 0; i < 500; ++i) {

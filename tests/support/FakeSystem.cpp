@@ -266,8 +266,10 @@ int FakeSystem::CountAll() const {
     return sum;
 }
 
-std::vector<FakeSystem::Entry> FakeSystem::Journal() const {
-    return Access()->records.journal;
+std::vector<FakeSystem::Entry> FakeSystem::Journal(std::size_t first) const {
+    Access access;
+    return {access->records.journal.begin() + static_cast<std::ptrdiff_t>(first),
+            access->records.journal.end()};
 }
 
 std::size_t FakeSystem::JournalSize() const {

@@ -101,8 +101,9 @@ public:
         bool done;                // false: the call failed, by itself or by arrangement
         std::uint64_t place = 0;  // Overwrite: of the first byte; Cut: the new size
     };
-    std::vector<Entry> Journal() const;  // all but Allocate and Read, in order
-    std::size_t JournalSize() const;     // its entries up to now
+    // All calls but Allocate and Read, in order, from entry `first` on.
+    std::vector<Entry> Journal(std::size_t first = 0) const;
+    std::size_t JournalSize() const;  // entries up to now
 
     struct Message {
         void* owner;

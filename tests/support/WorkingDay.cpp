@@ -159,14 +159,14 @@ bool WorkingDay::TryToOpen() {
     const bool saved = opened && !m_database->IniFileError();
     saving.Data(saved ? std::optional<bool>(true) : std::nullopt);
     saving.App(saved ? std::optional<bool>(true) : std::nullopt);
-    if (opened) {
-        m_database->SetDataMirror(m_dataMirror.c_str());
-        m_database->SetAppMirror(m_appMirror.c_str());
-        m_database->SetRawMirror(m_rawMirror.c_str());
-        m_database->SetActualUser("0815");
-        m_mirrored = true;
-    }
-    return opened;
+    if (!opened)
+        return false;
+    m_database->SetDataMirror(m_dataMirror.c_str());
+    m_database->SetAppMirror(m_appMirror.c_str());
+    m_database->SetRawMirror(m_rawMirror.c_str());
+    m_database->SetActualUser("0815");
+    m_mirrored = saved && !m_database->IniFileError();
+    return m_mirrored;
 }
 
 void WorkingDay::Visit() {
@@ -282,12 +282,11 @@ void WorkingDay::SaveData() {
     if (!saved || wasWaiting)
         return;
     const HeapFault::Pause pause;
-    const std::vector<FakeSystem::Entry> journal = m_system->Journal();
-    for (std::size_t i = before; i < journal.size(); ++i) {
-        const Call call = journal[i].call;
+    for (const FakeSystem::Entry& entry : m_system->Journal(before)) {
+        const Call call = entry.call;
         if (call == Call::Write || call == Call::Flush || call == Call::Close || call == Call::Rename ||
             call == Call::FlushDirectory) {
-            EXPECT_TRUE(journal[i].done) << "a failed call of kind " << static_cast<int>(call);
+            EXPECT_TRUE(entry.done) << "a failed call of kind " << static_cast<int>(call);
         }
     }
 }

@@ -1,0 +1,168 @@
+// A whole working day on a system that fails: every platform call and every allocation of the day fails in its
+// turn, once and from then on. Nothing that was told to be saved is lost, no file is a mixture, no meter and no
+// answer of a meter disappears, and the next save puts right what is left.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <iostream>
+
+#include "tests/support/HeapFault.h"
+#include "tests/support/WorkingDay.h"
+
+namespace {
+
+constexpr Platform::SystemTime kNow = {2026, 11, 6, 21, 9, 30, 0, 0};
+
+std::string Value(const TestDatabase& database, const std::string& section, const char* key) {
+    char value[256];
+    return database.m_dataFile->ReadString(section.c_str(), key, value, sizeof value) ? value : "(missing)";
+}
+
+// A day that goes on whatever fails, in a folder of its own.
+class FaultyDay {
+public:
+    explicit FaultyDay(int meters) : m_day(&m_folder, &m_system, meters) {
+        m_system.SetTime(kNow);
+        m_system.SkipFlushes();
+    }
+
+    FakeSystem* System() { return &m_system; }
+
+    void Run() {
+        if (m_day.Open()) {
+            m_day.Visit();
+            m_day.Gather(0, 2);
+            m_day.Exchange();
+            m_day.DeleteAndAppend();
+            m_day.Gather(2, 1);
+            m_day.SaveData();
+        }
+    }
+
+    // What stands on the disk when the faults are over, and what the next save makes of it.
+    void ExpectNothingLost() {
+        m_system.Heal();
+        for (const char* file :
+             {WorkingDay::kDataFile, WorkingDay::kAppFile, WorkingDay::kDataMirror, WorkingDay::kAppMirror})
+            ExpectSavedState(file);
+        ExpectAnswers();
+        ExpectNoOtherFiles();
+        m_day.Close();
+        TestDatabase next(m_folder.Wide().c_str());
+        next.SetIniFile(L"system.ini");
+        ASSERT_TRUE(next.OpenDataFile(false));
+        EXPECT_FALSE(next.IniFileError());
+        ExpectMeters(next);
+    }
+
+private:
+    // Not older than the last one whose success was told.
+    void ExpectSavedState(const char* file) {
+        const std::optional<std::string> found =
+            m_folder.Exists(file) ? std::optional<std::string>(m_folder.Read(file)) : std::nullopt;
+        const std::vector<WorkingDay::State>& states = m_day.States(file);
+        for (auto state = states.rbegin(); state != states.rend(); ++state) {
+            if (state->text == found)
+                return;
+            if (state->promised)
+                break;
+        }
+        ADD_FAILURE() << file << " is no state that was saved: " << found.value_or("(missing)");
+    }
+
+    void ExpectAnswers() const {
+        const std::string archive = m_folder.Read(WorkingDay::kRawFile);
+        for (const WorkingDay::Answer& answer : m_day.Answers())
+            EXPECT_TRUE(m_folder.Read("spool/" + answer.name) == answer.content ||
+                        archive.find(answer.block) != std::string::npos)
+                << answer.name;
+    }
+
+    // Half a file may stay only where it could not be removed.
+    void ExpectNoOtherFiles() const {
+        const auto failedRemovals = [this] {
+            const std::vector<FakeSystem::Entry> journal = m_system.Journal();
+            return std::count_if(journal.begin(), journal.end(), [](const FakeSystem::Entry& entry) {
+                return entry.call == FakeSystem::Call::Remove && !entry.done;
+            });
+        };
+        for (const std::string& name : m_folder.Names())
+            if (name[0] == '~') {
+                EXPECT_NE(failedRemovals(), 0) << name;
+            }
+    }
+
+    // Every meter of the route is there once, with what its visit left.
+    void ExpectMeters(const TestDatabase& database) {
+        std::multiset<std::string> meters;
+        char header[40];
+        for (int line = database.m_dataFile->FindBracketLine(0); line >= 0;
+             line = database.m_dataFile->FindBracketLine(line + 1)) {
+            database.m_dataFile->GetString(line, header, sizeof header);
+            const std::string name = header;
+            if (name.compare(0, 3, "[#_") != 0)
+                continue;
+            const std::string section = name.substr(1, name.find(']') - 1);
+            const std::string number = Value(database, section, "No");
+            meters.insert(number);
+            if (m_day.Visited().count(number) != 0) {
+                EXPECT_EQ(Value(database, section, "State"), "H") << number;
+            }
+            if (number == "M3" && m_day.Exchanged()) {
+                EXPECT_EQ(Value(database, section, "0.0.0"), "S,D,8,4711,\"\"");
+            }
+        }
+        EXPECT_EQ(meters, m_day.Meters());
+        EXPECT_EQ(Value(database, "General", "Meters"), std::to_string(meters.size()));
+    }
+
+    TestFolder m_folder;
+    FakeSystem m_system;
+    WorkingDay m_day;
+};
+
+class FailingCalls : public testing::TestWithParam<FakeSystem::Times> {};
+
+TEST_P(FailingCalls, LoseNothingOfAWholeDay) {
+    bool failed = true;
+    int n = 0;
+    while (failed && !HasFailure()) {
+        SCOPED_TRACE("call " + std::to_string(++n));
+        FaultyDay day(50);
+        day.System()->FailAnyCall(n, GetParam());
+        day.Run();
+        failed = day.System()->FaultHappened();
+        day.ExpectNothingLost();
+    }
+    std::cout << n - 1 << " calls failed\n";
+    RecordProperty("FailedCalls", n - 1);
+    EXPECT_GT(n, 500);
+}
+
+INSTANTIATE_TEST_SUITE_P(WorkingDay, FailingCalls,
+                         testing::Values(FakeSystem::Times::Once, FakeSystem::Times::FromThenOn));
+
+class FailingAllocations : public testing::TestWithParam<HeapFault::Times> {};
+
+TEST_P(FailingAllocations, LoseNothingOfAWholeDay) {
+    bool failed = true;
+    int n = 0;
+    while (failed && !HasFailure()) {
+        SCOPED_TRACE("allocation " + std::to_string(++n));
+        FaultyDay day(8);
+        {
+            const HeapFault fault(n, GetParam());
+            day.Run();
+            failed = fault.Happened();
+        }
+        day.ExpectNothingLost();
+    }
+    std::cout << n - 1 << " allocations failed\n";
+    RecordProperty("FailedAllocations", n - 1);
+    EXPECT_GT(n, 300);
+}
+
+INSTANTIATE_TEST_SUITE_P(WorkingDay, FailingAllocations,
+                         testing::Values(HeapFault::Times::Once, HeapFault::Times::FromThenOn));
+
+}  // namespace
