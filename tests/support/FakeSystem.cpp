@@ -165,6 +165,16 @@ bool FlushesAreSkipped() {
     return Access()->flushesSkipped;
 }
 
+bool OverwriteUnflushed(const std::wstring& path, std::uint64_t place, std::string_view bytes) {
+    const HeapFault::Pause pause;
+    std::FILE* const file = Platform::RealSystem::OpenStream(path, L"r+b");
+    if (file == nullptr)
+        return false;
+    const bool written = std::fseek(file, static_cast<long>(place), SEEK_SET) == 0 &&
+                         std::fwrite(bytes.data(), 1, bytes.size(), file) == bytes.size();
+    return std::fclose(file) == 0 && written;
+}
+
 bool TakeBlockedRename() {
     Access access;
     if (access->faults.blockedRenames == 0)
@@ -459,7 +469,9 @@ bool StepBack(std::FILE* stream, std::uint64_t bytes) noexcept {
 }
 
 bool Overwrite(const std::wstring& path, std::uint64_t place, std::string_view bytes) noexcept {
-    const bool done = !MustFail(Call::Overwrite) && RealSystem::Overwrite(path, place, bytes);
+    const bool done =
+        !MustFail(Call::Overwrite) && (FlushesAreSkipped() ? OverwriteUnflushed(path, place, bytes)
+                                                           : RealSystem::Overwrite(path, place, bytes));
     Record(Call::Overwrite, path, done, {}, bytes, place);
     return done;
 }
