@@ -1,5 +1,6 @@
-// A whole working day without memory: every allocation of the day fails in its turn, once and from then on. Nothing that was told to be saved is lost, no file is a mixture, no meter and no
-// answer of a meter disappears, and the next save puts right what is left.
+// A whole working day without memory: every allocation of the day fails in its turn, once and from then on.
+// Nothing that was told to be saved is lost, no file is a mixture, no meter and no answer of a meter
+// disappears, and the next save puts right what is left.
 #include <gtest/gtest.h>
 
 #include <algorithm>
