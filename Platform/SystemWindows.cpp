@@ -58,21 +58,30 @@ void Wait(int milliseconds) noexcept {
 
 namespace {
 
-std::uint32_t StartNumber() {
+// The number of the process above a count that starts at the time, so that a restarted device, which may give the same
+// process number again, does not try the names of files that a power cut left behind. Windows CE gives no numbers to
+// processes: all is chance there.
+std::uint64_t StartNumber() {
+#if defined(UNDER_CE)
+    std::uint64_t number = 0;
+    ::CeGenRandom(sizeof(number), reinterpret_cast<BYTE*>(&number));
+    return number;
+#else
     SYSTEMTIME time;
     FILETIME ticks = {};
     ::GetSystemTime(&time);
     ::SystemTimeToFileTime(&time, &ticks);
-    return ticks.dwLowDateTime;
+    return static_cast<std::uint64_t>(::GetCurrentProcessId()) << 32 | ticks.dwLowDateTime;
+#endif
 }
 
 }  // namespace
 
 std::uint64_t UniqueNumber() noexcept {
-    // Counting from the time, so that a restarted device, which may give the same process number again, does
-    // not try the names of files that a power cut left behind.
-    static std::atomic<std::uint32_t> next{StartNumber()};
-    return static_cast<std::uint64_t>(::GetCurrentProcessId()) << 32 | next++;
+    static const std::uint64_t start = StartNumber();
+    static std::atomic<std::uint32_t> count{0};
+    // The lower half wraps around within itself.
+    return (start & ~std::uint64_t{UINT32_MAX}) | static_cast<std::uint32_t>(start + count++);
 }
 
 // ---- text
@@ -290,38 +299,51 @@ FileState Inspect(const std::wstring& path) noexcept {
 
 namespace {
 
-// What the system tells of a symbolic link, as it lays it out.
-struct LinkData {
+// What the system tells of a symbolic link, as it lays it out, up to its text.
+struct LinkHead {
     DWORD tag;
     WORD bytes;
     WORD reserved;
-    WORD nameOffset;  // in bytes, from the start of `text`
+    WORD nameOffset;  // in bytes, from the start of the text
     WORD nameBytes;
     WORD shownOffset;
     WORD shownBytes;
     DWORD flags;
-    wchar_t text[(MAXIMUM_REPARSE_DATA_BUFFER_SIZE - 20) / sizeof(wchar_t)];
 };
 
-// The text of a link, as a path; false when there is no link.
-bool ReadLink(const std::wstring& path, std::wstring* link) {
+}  // namespace
+
+// The path that a symbolic link leads to, out of what the system tells of it; false when that is no such link.
+bool LinkTarget(const std::wstring& link, std::string_view told, std::wstring* target) {
     constexpr DWORD kRelative = 1;
-    const Handle file(NativePath(path), 0, FILE_FLAG_OPEN_REPARSE_POINT | FILE_FLAG_BACKUP_SEMANTICS);
-    LinkData data;
-    DWORD size = 0;
-    if (!file.IsOpen() ||
-        !::DeviceIoControl(file.Get(), FSCTL_GET_REPARSE_POINT, nullptr, 0, &data, sizeof(data), &size,
-                           nullptr) ||
-        data.tag != IO_REPARSE_TAG_SYMLINK)
+    LinkHead head;
+    if (told.size() < sizeof(head))
         return false;
-    link->assign(data.text + data.nameOffset / sizeof(wchar_t), data.nameBytes / sizeof(wchar_t));
-    if ((data.flags & kRelative) != 0)
-        link->insert(0, path, 0, NamePosition(path));
-    else if (BeginsWith(*link, L"\\??\\") && HasDrive(std::wstring_view(*link).substr(4)))
-        link->erase(0, 4);
-    else if (BeginsWith(*link, L"\\??\\"))
-        (*link)[1] = L'\\';
+    told.copy(reinterpret_cast<char*>(&head), sizeof(head));
+    const std::string_view text = told.substr(sizeof(head));
+    if (head.tag != IO_REPARSE_TAG_SYMLINK || std::size_t{head.nameOffset} + head.nameBytes > text.size())
+        return false;
+    target->resize(head.nameBytes / sizeof(wchar_t));
+    text.copy(reinterpret_cast<char*>(target->data()), target->size() * sizeof(wchar_t), head.nameOffset);
+    if ((head.flags & kRelative) != 0)
+        target->insert(0, link, 0, NamePosition(link));
+    else if (BeginsWith(*target, L"\\??\\") && HasDrive(std::wstring_view(*target).substr(4)))
+        target->erase(0, 4);
+    else if (BeginsWith(*target, L"\\??\\"))
+        (*target)[1] = L'\\';
     return true;
+}
+
+namespace {
+
+bool ReadLink(const std::wstring& path, std::wstring* target) {
+    const Handle file(NativePath(path), 0, FILE_FLAG_OPEN_REPARSE_POINT | FILE_FLAG_BACKUP_SEMANTICS);
+    char told[MAXIMUM_REPARSE_DATA_BUFFER_SIZE];
+    DWORD size = 0;
+    return file.IsOpen() &&
+           ::DeviceIoControl(file.Get(), FSCTL_GET_REPARSE_POINT, nullptr, 0, told, sizeof(told), &size,
+                             nullptr) &&
+           LinkTarget(path, {told, size}, target);
 }
 
 }  // namespace
@@ -330,10 +352,10 @@ std::wstring ResolveLinks(const std::wstring& path) {
     constexpr int kMostLinks = 40;
     std::wstring current = path;
     for (int links = 0; links <= kMostLinks; ++links) {
-        std::wstring link;
-        if (!ReadLink(current, &link))
+        std::wstring target;
+        if (!ReadLink(current, &target))
             return current;
-        current = std::move(link);
+        current = std::move(target);
     }
     return {};
 }

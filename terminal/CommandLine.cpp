@@ -270,6 +270,7 @@ void Program::AddSimulate() const {
 
 void DescribeCommandLine(CLI::App& app, Options& options, Screen& screen) {
     app.footer(kFooter);
+    app.allow_windows_style_options(false);  // a path may begin with '/' there, too
     app.set_version_flag("--version", std::string("meterdb ") + METERDB_VERSION);
     app.fallthrough();
     app.require_subcommand(1);

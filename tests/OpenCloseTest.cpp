@@ -80,7 +80,8 @@ TEST_F(DatabaseOpening, FindsNothingInModuleModeWhenNotAsked) {
 }
 
 TEST_F(DatabaseOpening, TakesAbsolutePathsAsTheyAre) {
-    const std::string folder = "\\" + m_folder.Path().relative_path().string() + "\\";
+    const std::filesystem::path path = m_folder.Path();
+    const std::string folder = path.root_name().string() + "\\" + path.relative_path().string() + "\\";
     m_folder.Write(kSystemIni, "[System]\nAppFile=" + folder + "a.ini\nRawFile=" + folder +
                                    "r.dat\nDataFile=" + folder +
                                    "d.ini\nParDefRoot=\\Parameters\nParDefFile=\\Other\\p.ini\n");

@@ -18,6 +18,7 @@
 #include "tests/support/FakeSystem.h"
 #include "tests/support/GuardedBuffer.h"
 #include "tests/support/HeapFault.h"
+#include "tests/support/Host.h"
 #include "tests/support/TestFolder.h"
 
 namespace fs = std::filesystem;
@@ -25,18 +26,10 @@ using Platform::LoadResult;
 
 // The real system, which the fake one is laid over.
 namespace Platform::RealSystem {
-int ShowMessage(void* owner, const wchar_t* text, const wchar_t* caption, unsigned type) noexcept;
 void Wait(int milliseconds) noexcept;
 }  // namespace Platform::RealSystem
 
 namespace {
-
-const bool kHasDrives = fs::path::preferred_separator != '/';
-
-// Tests of UTF-8 names hold where narrow text is UTF-8 and a wide character holds every character.
-bool NarrowTextIsUtf8() {
-    return !kHasDrives;
-}
 
 std::wstring Wide(std::initializer_list<unsigned> codes) {
     std::wstring text;
@@ -49,107 +42,6 @@ std::wstring Wide(std::initializer_list<unsigned> codes) {
 
 // ---- text
 
-struct Utf8Row {
-    const char* what;
-    std::string bytes;
-    std::wstring wide;
-};
-
-class ValidUtf8 : public testing::TestWithParam<Utf8Row> {};
-
-TEST_P(ValidUtf8, CrossesBothWays) {
-    if (!NarrowTextIsUtf8())
-        GTEST_SKIP() << "narrow text is not UTF-8 here";
-    EXPECT_EQ(Platform::WideFromNarrow(GetParam().bytes), GetParam().wide) << GetParam().what;
-    EXPECT_EQ(Platform::NarrowFromWide(GetParam().wide), GetParam().bytes) << GetParam().what;
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Text, ValidUtf8,
-    testing::Values(Utf8Row{"empty", "", L""}, Utf8Row{"letters", "Zaehler 7", L"Zaehler 7"},
-                    Utf8Row{"a zero", std::string("a\0b", 3), Wide({'a', 0, 'b'})},
-                    Utf8Row{"last of one byte", "\x7F", Wide({0x7F})},
-                    Utf8Row{"first of two", "\xC2\x80", Wide({0x80})},
-                    Utf8Row{"umlaut", "Z\xC3\xA4hler", Wide({'Z', 0xE4, 'h', 'l', 'e', 'r'})},
-                    Utf8Row{"last of two", "\xDF\xBF", Wide({0x7FF})},
-                    Utf8Row{"first of three", "\xE0\xA0\x80", Wide({0x800})},
-                    Utf8Row{"last before the surrogates", "\xED\x9F\xBF", Wide({0xD7FF})},
-                    Utf8Row{"first behind them", "\xEE\x80\x80", Wide({0xE000})},
-                    Utf8Row{"last of three", "\xEF\xBF\xBF", Wide({0xFFFF})},
-                    Utf8Row{"first of four", "\xF0\x90\x80\x80", Wide({0x10000})},
-                    Utf8Row{"last of all", "\xF4\x8F\xBF\xBF", Wide({0x10FFFF})}));
-
-class InvalidUtf8 : public testing::TestWithParam<Utf8Row> {};
-
-TEST_P(InvalidUtf8, KeepsItsBytes) {
-    if (!NarrowTextIsUtf8())
-        GTEST_SKIP() << "narrow text is not UTF-8 here";
-    EXPECT_EQ(Platform::WideFromNarrow(GetParam().bytes), GetParam().wide) << GetParam().what;
-    EXPECT_EQ(Platform::NarrowFromWide(GetParam().wide), GetParam().bytes) << GetParam().what;
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Text, InvalidUtf8,
-    testing::Values(
-        Utf8Row{"a byte of another code page", "Z\xE4hler", Wide({'Z', 0xDCE4, 'h', 'l', 'e', 'r'})},
-        Utf8Row{"a byte that only continues", "\x80", Wide({0xDC80})},
-        Utf8Row{"two of them", "\xBF\xBF", Wide({0xDCBF, 0xDCBF})},
-        Utf8Row{"too long for its value, two", "\xC0\x80", Wide({0xDCC0, 0xDC80})},
-        Utf8Row{"the same", "\xC1\xBF", Wide({0xDCC1, 0xDCBF})},
-        Utf8Row{"too long for its value, three", "\xE0\x9F\xBF", Wide({0xDCE0, 0xDC9F, 0xDCBF})},
-        Utf8Row{"too long for its value, four", "\xF0\x8F\xBF\xBF", Wide({0xDCF0, 0xDC8F, 0xDCBF, 0xDCBF})},
-        Utf8Row{"first surrogate", "\xED\xA0\x80", Wide({0xDCED, 0xDCA0, 0xDC80})},
-        Utf8Row{"last surrogate", "\xED\xBF\xBF", Wide({0xDCED, 0xDCBF, 0xDCBF})},
-        Utf8Row{"behind the last character", "\xF4\x90\x80\x80", Wide({0xDCF4, 0xDC90, 0xDC80, 0xDC80})},
-        Utf8Row{"no lead", "\xF5\x80\x80\x80", Wide({0xDCF5, 0xDC80, 0xDC80, 0xDC80})},
-        Utf8Row{"five bytes", "\xF8\x88\x80\x80\x80", Wide({0xDCF8, 0xDC88, 0xDC80, 0xDC80, 0xDC80})},
-        Utf8Row{"a byte that never occurs", "\xFF", Wide({0xDCFF})},
-        Utf8Row{"cut at the end, two", "a\xC3", Wide({'a', 0xDCC3})},
-        Utf8Row{"cut at the end, three", "\xE2\x82", Wide({0xDCE2, 0xDC82})},
-        Utf8Row{"cut at the end, four", "\xF0\x9F\x98", Wide({0xDCF0, 0xDC9F, 0xDC98})},
-        Utf8Row{"broken off by a letter", "\xE2\x82z\xE2\x82\xAC", Wide({0xDCE2, 0xDC82, 'z', 0x20AC})}));
-
-TEST(Text, EverySequenceOfTwoBytesSurvivesTheRoundTrip) {
-    if (!NarrowTextIsUtf8())
-        GTEST_SKIP() << "narrow text is not UTF-8 here";
-    for (int first = 0; first < 256; ++first) {
-        for (int second = 0; second < 256; ++second) {
-            const std::string bytes = {static_cast<char>(first), static_cast<char>(second)};
-            ASSERT_EQ(Platform::NarrowFromWide(Platform::WideFromNarrow(bytes)), bytes)
-                << first << ' ' << second;
-        }
-    }
-}
-
-TEST(Text, EveryCharacterSurvivesTheRoundTrip) {
-    if (!NarrowTextIsUtf8())
-        GTEST_SKIP() << "narrow text is not UTF-8 here";
-    std::wstring all;
-    for (unsigned code = 0; code <= 0x10FFFF; ++code)
-        if (code < 0xD800 || code > 0xDFFF)
-            all.push_back(static_cast<wchar_t>(code));
-    EXPECT_TRUE(Platform::WideFromNarrow(Platform::NarrowFromWide(all)) == all);
-}
-
-TEST(Text, WhatCannotBeEncodedBecomesAQuestionMark) {
-    if (!NarrowTextIsUtf8())
-        GTEST_SKIP() << "narrow text is not UTF-8 here";
-    for (const unsigned code :
-         {0xD800u, 0xDBFFu, 0xDC00u, 0xDC7Fu, 0xDD00u, 0xDFFFu, 0x110000u, 0x7FFFFFFFu, 0xFFFFFFFFu})
-        EXPECT_EQ(Platform::NarrowFromWide(Wide({'a', code, 'b'})), "a?b") << std::hex << code;
-}
-
-TEST(Text, DoesNotDependOnTheLocale) {
-    if (!NarrowTextIsUtf8())
-        GTEST_SKIP() << "narrow text is not UTF-8 here";
-    for (const char* locale : {"C", "C.UTF-8", ""}) {
-        std::setlocale(LC_ALL, locale);
-        EXPECT_EQ(Platform::WideFromNarrow("\xC3\xA4\xE4"), Wide({0xE4, 0xDCE4})) << locale;
-        EXPECT_EQ(Platform::NarrowFromWide(Wide({0xE4, 0xDCE4})), "\xC3\xA4\xE4") << locale;
-    }
-    std::setlocale(LC_ALL, "C");
-}
-
 TEST(Text, StaysInsideTheRoomThatItIsGiven) {
     GuardedBuffer<wchar_t> wide(3);
     EXPECT_EQ(Platform::System::Widen("abcdef", wide.Data(), 3), 3u);
@@ -157,14 +49,6 @@ TEST(Text, StaysInsideTheRoomThatItIsGiven) {
     GuardedBuffer narrow(3);
     EXPECT_EQ(Platform::System::Narrow(L"", narrow.Data(), 3), 0u);
     EXPECT_TRUE(narrow.Untouched());
-}
-
-TEST(Text, CutsBetweenCharacters) {
-    if (!NarrowTextIsUtf8())
-        GTEST_SKIP() << "narrow text is not UTF-8 here";
-    GuardedBuffer narrow(4);
-    EXPECT_EQ(Platform::System::Narrow(Wide({0x20AC, 0xE4}), narrow.Data(), 4), 3u);
-    EXPECT_EQ(std::string(narrow.Data(), 3), "\xE2\x82\xAC");
 }
 
 // ---- formatting
@@ -200,12 +84,6 @@ TEST(WideFormat, NullTextsCountAsEmpty) {
     EXPECT_EQ(Format(L"[%s][%S][%2s]", static_cast<const wchar_t*>(nullptr),
                      static_cast<const char*>(nullptr), static_cast<const wchar_t*>(nullptr)),
               L"[][][  ]");
-}
-
-TEST(WideFormat, WidensNarrowTexts) {
-    if (!NarrowTextIsUtf8())
-        GTEST_SKIP() << "narrow text is not UTF-8 here";
-    EXPECT_EQ(Format(L"[%4S]", "\xC3\xA4\xE4"), L"[  " + Wide({0xE4, 0xDCE4}) + L"]");
 }
 
 TEST(WideFormat, InsertsNumbers) {
@@ -265,16 +143,6 @@ TEST(WideFormat, CutsAtItsLimit) {
     EXPECT_EQ(Format(L"%99999999999999999999i", 7), std::wstring(limit, L' '));
 }
 
-TEST(WideFormat, CutsLongTextsOfManyBytesAtItsLimit) {
-    if (!NarrowTextIsUtf8())
-        GTEST_SKIP() << "narrow text is not UTF-8 here";
-    std::string faces;
-    while (faces.size() < 4 * Platform::kFormattedChars + 40)
-        faces += "\xF0\x9F\x98\x80";
-    EXPECT_EQ(Format(L"%S", faces.c_str()),
-              std::wstring(Platform::kFormattedChars, static_cast<wchar_t>(0x1F600)));
-}
-
 TEST(WideFormat, NeedsNoMemory) {
     wchar_t text[Platform::kFormattedChars + 1];
     const HeapFault fault(1, HeapFault::Times::FromThenOn);
@@ -295,13 +163,6 @@ TEST(Paths, ASeparatorInFrontMakesAPathAbsolute) {
     EXPECT_FALSE(Platform::IsAbsolutePath(L":"));
 }
 
-TEST(Paths, SlashesAndDrivesCountWhereTheSystemHasThem) {
-    EXPECT_EQ(Platform::IsAbsolutePath(L"/data/a.ini"), !kHasDrives);
-    EXPECT_EQ(Platform::IsAbsolutePath(L"C:\\data\\a.ini"), kHasDrives);
-    EXPECT_EQ(Platform::IsAbsolutePath(L"z:a.ini"), kHasDrives);
-    EXPECT_FALSE(Platform::IsAbsolutePath(L"1:\\a.ini"));
-}
-
 TEST(Paths, TheLastNameBeginsBehindTheLastSeparator) {
     using Platform::System::NamePosition;
     EXPECT_EQ(NamePosition(L""), 0u);
@@ -309,7 +170,6 @@ TEST(Paths, TheLastNameBeginsBehindTheLastSeparator) {
     EXPECT_EQ(NamePosition(L"\\a.ini"), 1u);
     EXPECT_EQ(NamePosition(L"d\\e/a.ini"), 4u);
     EXPECT_EQ(NamePosition(L"d\\"), 2u);
-    EXPECT_EQ(NamePosition(L"C:a.ini"), kHasDrives ? 2u : 0u);
 }
 
 TEST(Paths, FilesExistButDirectoriesDoNotCount) {
@@ -406,10 +266,6 @@ std::string ManyBytes(std::size_t size) {
     return bytes;
 }
 
-bool MakePipe(const fs::path& path) {
-    return std::system(("mkfifo '" + path.string() + "'").c_str()) == 0;
-}
-
 }  // namespace
 
 TEST(LoadFile, GivesEveryByteAsItIs) {
@@ -450,29 +306,21 @@ TEST(LoadFile, WhatIsNoFileIsUnreadable) {
     EXPECT_EQ(Load(folder.Wide("sub"), &bytes), LoadResult::Unreadable);
     EXPECT_EQ(Load(folder.Wide(), &bytes), LoadResult::Unreadable);
     EXPECT_EQ(Load(L"", &bytes), LoadResult::Unreadable);
-    EXPECT_EQ(Load(folder.Wide(std::string(400, 'n')), &bytes), LoadResult::Unreadable) << "a name too long";
 }
 
-TEST(LoadFile, DoesNotWaitForAPipe) {
+TEST(LoadFile, ANameThatIsTooLongIsUnreadable) {
     const TestFolder folder;
-    if (!MakePipe(folder.Path() / "pipe"))
-        GTEST_SKIP() << "no pipes among the files here";
     std::string bytes;
-    EXPECT_EQ(Load(folder.Wide("pipe"), &bytes), LoadResult::Unreadable);
-    EXPECT_EQ(Platform::_wfopen(folder.Wide("pipe").c_str(), L"rb"), nullptr);
-    EXPECT_EQ(Platform::System::OpenForReading(folder.Wide("pipe")), Platform::System::kNoFile);
-    EXPECT_TRUE(Platform::FileExists(folder.Wide("pipe").c_str()));
+    EXPECT_EQ(Load(folder.Wide(std::string(400, 'n')), &bytes), LoadResult::Unreadable);
 }
 
 TEST(LoadFile, FollowsLinks) {
     const TestFolder folder;
     folder.Write("a.ini", "x");
-    std::error_code error;
-    fs::create_symlink("a.ini", folder.Path() / "link", error);
-    if (error)
+    if (!Host::MakeLink("a.ini", folder.Path() / "link"))
         GTEST_SKIP() << "no links here";
-    fs::create_symlink("none.ini", folder.Path() / "dangling");
-    fs::create_symlink("circle", folder.Path() / "circle");
+    ASSERT_TRUE(Host::MakeLink("none.ini", folder.Path() / "dangling") &&
+                Host::MakeLink("circle", folder.Path() / "circle"));
     std::string bytes;
     EXPECT_EQ(Load(folder.Wide("link"), &bytes), LoadResult::Loaded);
     EXPECT_EQ(bytes, "x");
@@ -681,18 +529,6 @@ TEST(LocalTime, IsTheTimeOnTheWall) {
     EXPECT_EQ(now.wMinute, wall.tm_min);
     EXPECT_EQ(now.wSecond, wall.tm_sec);
     EXPECT_LT(now.wMilliseconds, 1000);
-}
-
-TEST(Message, IsALineOnStandardErrorWhereThereAreNoWindows) {
-    if (kHasDrives)
-        GTEST_SKIP() << "a window would wait for its button";
-    testing::internal::CaptureStderr();
-    const HeapFault fault(1, HeapFault::Times::FromThenOn);
-    const int button =
-        Platform::RealSystem::ShowMessage(nullptr, L"Systemfehler: KEIN SPEICHER !", L"xxx", 0);
-    const HeapFault::Pause pause;
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "xxx: Systemfehler: KEIN SPEICHER !\n");
-    EXPECT_EQ(button, 1);
 }
 
 TEST(Wait, LastsAsLongAsItSays) {

@@ -331,9 +331,14 @@ void KeepAwake(bool on) noexcept {
 }
 
 void Wait(int milliseconds) noexcept {
-    Access access;
-    if (access->active)
-        access->records.waits.push_back(milliseconds);
+    {
+        Access access;
+        if (access->active) {
+            access->records.waits.push_back(milliseconds);
+            return;
+        }
+    }
+    RealSystem::Wait(milliseconds);
 }
 
 std::uint64_t UniqueNumber() noexcept {

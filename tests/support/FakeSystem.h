@@ -1,6 +1,7 @@
 // The system under the tests: the real one, seen through a layer that can stop the clock, make calls fail,
 // and keeps a record. The tests are linked with it in place of the system's own unit. While no FakeSystem
-// lives, calls go straight through; but no test ever shows a message box, sleeps, or keeps the machine awake.
+// lives, calls go straight through; but no test ever shows a message box or keeps the machine awake, and none
+// with a FakeSystem sleeps.
 //
 //     FakeSystem system;
 //     system.FailCall(FakeSystem::Call::Rename, 1);

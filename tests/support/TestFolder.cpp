@@ -10,6 +10,7 @@
 #include <sstream>
 
 #include "Platform/Platform.h"
+#include "tests/support/Host.h"
 
 namespace fs = std::filesystem;
 
@@ -31,7 +32,7 @@ TestFolder::~TestFolder() {
 }
 
 std::wstring TestFolder::Wide() const {
-    return Platform::WideFromNarrow(m_path.string());
+    return Platform::WideFromNarrow(Host::NarrowFromPath(m_path));
 }
 
 std::wstring TestFolder::Wide(std::string_view name) const {
@@ -39,27 +40,27 @@ std::wstring TestFolder::Wide(std::string_view name) const {
 }
 
 void TestFolder::Write(std::string_view name, std::string_view bytes) const {
-    std::ofstream file(m_path / fs::path(std::string(name)), std::ios::binary);
+    std::ofstream file(m_path / Host::PathFromNarrow(name), std::ios::binary);
     file.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
     file.close();
     ASSERT_TRUE(file) << "cannot write " << name;
 }
 
 std::string TestFolder::Read(std::string_view name) const {
-    std::ifstream file(m_path / fs::path(std::string(name)), std::ios::binary);
+    std::ifstream file(m_path / Host::PathFromNarrow(name), std::ios::binary);
     std::ostringstream bytes;
     bytes << file.rdbuf();
     return bytes.str();
 }
 
 bool TestFolder::Exists(std::string_view name) const {
-    return fs::exists(m_path / fs::path(std::string(name)));
+    return fs::exists(m_path / Host::PathFromNarrow(name));
 }
 
 std::vector<std::string> TestFolder::Names() const {
     std::vector<std::string> names;
     for (const fs::directory_entry& entry : fs::directory_iterator(m_path))
-        names.push_back(entry.path().filename().string());
+        names.push_back(Host::NarrowFromPath(entry.path().filename()));
     std::sort(names.begin(), names.end());
     return names;
 }

@@ -1,5 +1,6 @@
 #include "tests/terminal/MeterdbFixture.h"
 
+#include <algorithm>
 #include <cctype>
 #include <filesystem>
 #include <sstream>
@@ -33,6 +34,12 @@ std::string WithoutTimes(std::string text) {
         for (std::size_t at = text.find(before); at != std::string::npos; at = text.find(before, at + 1))
             if (std::isdigit(static_cast<unsigned char>(text[at + before.size()])) != 0)
                 text.replace(at + before.size(), size, "(now)");
+    return text;
+}
+
+// Paths as they are shown where '/' separates.
+std::string WithSlashes(std::string text) {
+    std::replace(text.begin(), text.end(), static_cast<char>(fs::path::preferred_separator), '/');
     return text;
 }
 
@@ -80,8 +87,8 @@ int Meterdb::Run(std::vector<std::string> arguments, Screen::Style style) {
     Screen screen(out, errors, style);
     arguments.insert(arguments.begin(), {"--dir", m_folder.Path().string()});
     const int code = RunTerminal(arguments, screen);
-    m_out = WithoutTimes(out.str());
-    m_errors = errors.str();
+    m_out = WithSlashes(WithoutTimes(out.str()));
+    m_errors = WithSlashes(errors.str());
     return code;
 }
 

@@ -1,0 +1,77 @@
+// What only Linux has: owners and modes, pipes among the files, names with a backslash, messages on standard error.
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <filesystem>
+
+#include "Platform/Platform.h"
+#include "Platform/System.h"
+#include "tests/support/HeapFault.h"
+#include "tests/support/Host.h"
+#include "tests/support/TestFolder.h"
+
+namespace fs = std::filesystem;
+using Platform::LoadResult;
+using Platform::ReplaceFile;
+using Names = std::vector<std::string>;
+
+// The real system, which the fake one is laid over.
+namespace Platform::RealSystem {
+int ShowMessage(void* owner, const wchar_t* text, const wchar_t* caption, unsigned type) noexcept;
+}  // namespace Platform::RealSystem
+
+TEST(LinuxPaths, SlashesSeparateAndDrivesDoNotCount) {
+    EXPECT_TRUE(Platform::IsAbsolutePath(L"/data/a.ini"));
+    EXPECT_FALSE(Platform::IsAbsolutePath(L"C:\\data\\a.ini"));
+    EXPECT_EQ(Platform::System::NamePosition(L"C:a.ini"), 0u);
+    EXPECT_TRUE(Platform::System::SameLetters(L"a/b\\c", L"a\\b/c"));
+    EXPECT_FALSE(Platform::System::SameLetters(L"a", L"A"));
+}
+
+TEST(ReplaceFileOnLinux, KeepsTheOwner) {
+    const TestFolder folder;
+    folder.Write("a.ini", "old");
+    const fs::path path = folder.Path() / "a.ini";
+    constexpr mode_t kMode = 06755;
+    if (::chown(path.c_str(), 4711, 4712) != 0 || ::chmod(path.c_str(), kMode) != 0)
+        GTEST_SKIP() << "only the administrator can give a file away";
+    EXPECT_TRUE(ReplaceFile(folder.Wide("a.ini"), {"new"}));
+    struct stat status {};
+    ASSERT_EQ(::stat(path.c_str(), &status), 0);
+    EXPECT_EQ(status.st_uid, 4711u);
+    EXPECT_EQ(status.st_gid, 4712u);
+    EXPECT_EQ(status.st_mode & 07777u, kMode);
+}
+
+TEST(ReplaceFileOnLinux, ALinkToWhatNoPathCanNameIsRefused) {
+    const TestFolder folder;
+    fs::create_directory(folder.Path() / "sub");
+    folder.Write("sub/a.ini", "another file");
+    ASSERT_TRUE(Host::MakeLink("sub\\a.ini", folder.Path() / "link"));
+    EXPECT_FALSE(ReplaceFile(folder.Wide("link"), {"text"}));
+    EXPECT_EQ(folder.Read("sub/a.ini"), "another file");
+}
+
+TEST(PipeOnLinux, IsNeitherReadNorReplacedNorWaitedFor) {
+    const TestFolder folder;
+    ASSERT_EQ(::mkfifo((folder.Path() / "pipe").c_str(), 0600), 0);
+    Platform::FileBytes bytes;
+    EXPECT_EQ(Platform::LoadFile(folder.Wide("pipe"), &bytes), LoadResult::Unreadable);
+    EXPECT_EQ(Platform::_wfopen(folder.Wide("pipe").c_str(), L"rb"), nullptr);
+    EXPECT_EQ(Platform::System::OpenForReading(folder.Wide("pipe")), Platform::System::kNoFile);
+    EXPECT_TRUE(Platform::FileExists(folder.Wide("pipe").c_str()));
+    EXPECT_FALSE(ReplaceFile(folder.Wide("pipe"), {"text"}));
+    EXPECT_TRUE(fs::is_fifo(folder.Path() / "pipe"));
+    EXPECT_EQ(folder.Names(), Names{"pipe"});
+}
+
+TEST(MessageOnLinux, IsALineOnStandardError) {
+    testing::internal::CaptureStderr();
+    const HeapFault fault(1, HeapFault::Times::FromThenOn);
+    const int button =
+        Platform::RealSystem::ShowMessage(nullptr, L"Systemfehler: KEIN SPEICHER !", L"xxx", 0);
+    const HeapFault::Pause pause;
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "xxx: Systemfehler: KEIN SPEICHER !\n");
+    EXPECT_EQ(button, 1);
+}
