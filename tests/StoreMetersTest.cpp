@@ -129,6 +129,7 @@ TEST_F(StoreMeters, AreSearchedInTheirOrderAndUpToTheirCount) {
     const std::string meters =
         "[*_1]\n0.0.0=S,U,8,1,\"\"\n[*_3]\n0.0.0=S,U,8,42,\"\"\n[*_2]\n0.0.0=S,U,8,42,\"\"\n";
     Open("[Store]\nMeters=3\n" + meters);
+    EXPECT_EQ(m_database.SearchStoreMeter("1"), 1);
     EXPECT_EQ(m_database.SearchStoreMeter("42"), 2);
     Open("[Store]\nMeters=1\n" + meters);
     EXPECT_EQ(m_database.SearchStoreMeter("42"), 0);
@@ -397,6 +398,58 @@ TEST_F(StoreFields, AreTakenOverWholeOrNotAtAll) {
         }
         EXPECT_EQ(DataLines() == before, !appended) << n;
     }
+}
+
+// Calls `call` with each of its allocations failing in turn, then without a failure; check(failed) each time.
+template <typename Call, typename Check>
+void WithEachAllocationFailing(Call call, Check check) {
+    int n = 0;
+    for (bool failed = true; failed;) {
+        failed = FailAllocation(++n, call);
+        check(failed);
+    }
+    EXPECT_GT(n, 1);
+}
+
+TEST_F(StoreMeters, AreFoundOrNotWithoutMemory) {
+    const std::string text = "a text that is too long to stand in a string object";
+    Open("[#_1]\nAction=A,U,8,Change,\"" + text + "\"\nA=S,DR,8,,\"" + text +
+         "\"\n[Store]\nMeters=1\n[*_1]\n0.0.0=S,U,8,42,\"" + text + "\"\n");
+    bool isOrdered = false;
+    WithEachAllocationFailing([&] { isOrdered = m_database.MeterChangeOrderAvailable(); },
+                              [&](bool failed) { EXPECT_EQ(isOrdered, !failed); });
+    int found = 9;
+    WithEachAllocationFailing([&] { found = m_database.SearchStoreMeter("42"); },
+                              [&](bool failed) { EXPECT_EQ(found, failed ? 0 : 1); });
+    char value[8];
+    bool isRead = false;
+    WithEachAllocationFailing(
+        [&] {
+            isRead = m_database.GetStoreValue(1, "0.0.0", nullptr, 0, nullptr, 0, nullptr, 0, value, 8,
+                                              nullptr, 0);
+        },
+        [&](bool failed) {
+            EXPECT_EQ(isRead, !failed);
+            EXPECT_STREQ(value, failed ? "" : "42");
+        });
+    bool isWorkedOn = false;
+    WithEachAllocationFailing([&] { isWorkedOn = m_database.CheckStoreFields(); },
+                              [&](bool failed) { EXPECT_EQ(isWorkedOn, !failed); });
+}
+
+TEST_F(StoreFields, AreAllDeletedOrNoneWithoutMemory) {
+    int n = 0;
+    for (bool failed = true; failed;) {
+        Open(
+            "[#_1]\nA=S,U,8,1,\"\"\nB=A,U,8,1,\"a text that is too long to stand in a string "
+            "object\"\nC=S,U,8,1,\"\"\n");
+        const std::string before = DataLines();
+        bool deleted = false;
+        failed = FailAllocation(++n, [&] { deleted = m_database.DeleteStoreFields(); });
+        EXPECT_EQ(deleted, !failed) << n;
+        EXPECT_EQ(DataLines() == before, failed) << n;
+    }
+    EXPECT_GT(n, 1);
 }
 
 TEST_F(StoreFields, ThatCannotBeWrittenChangeNothing) {
