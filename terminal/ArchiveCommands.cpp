@@ -44,7 +44,7 @@ void ListArchive(const Options& options, const ArchiveListRequest& /*request*/, 
     const RawArchive archive(installation);
     const std::vector<RawBlock> blocks = archive.Blocks();
     Table table;
-    table.columns = {{"#", true}, {"Block"}, {"Bytes", true}};
+    table.columns = {{"#", true, false, 0, "number"}, {"Block"}, {"Bytes", true}};
     for (const RawBlock& block : blocks)
         table.rows.push_back({Cell(std::to_string(table.rows.size() + 1), Tone::Faint),
                               Cell(Utf8::Shown(block.name), Tone::Strong),

@@ -48,11 +48,11 @@ long CountSeverity(const std::vector<Finding>& findings, Severity severity) {
 
 // ---- rules
 
-void ShowRules(bool json, Screen& screen) {
-    if (json) {
-        JsonList list(screen);
+void ShowRules(Screen& screen) {
+    if (screen.UsesJson()) {
         for (const Check::Rule* rule : Check::AllRules())
-            list.Add({{"code", rule->code}, {"severity", Check::NameOf(rule->severity)}, {"why", rule->why}});
+            screen.Object(JsonLine(
+                {{"code", rule->code}, {"severity", Check::NameOf(rule->severity)}, {"why", rule->why}}));
         return;
     }
     for (const Check::Rule* rule : Check::AllRules())
@@ -65,16 +65,15 @@ void ShowRules(bool json, Screen& screen) {
 // ---- findings
 
 void ShowJson(const std::vector<Finding>& findings, Screen& screen) {
-    JsonList list(screen);
     for (const Finding& finding : findings)
-        list.Add({{"file", finding.file->Name()},
-                  {"line", finding.line},
-                  {"section", JsonText(SectionOf(finding))},
-                  {"code", finding.rule->code},
-                  {"severity", Check::NameOf(finding.rule->severity)},
-                  {"found", JsonText(finding.words)},
-                  {"why", finding.rule->why},
-                  {"repairable", !finding.repairs.empty()}});
+        screen.Object(JsonLine({{"file", finding.file->Name()},
+                                {"line", finding.line},
+                                {"section", JsonText(SectionOf(finding))},
+                                {"code", finding.rule->code},
+                                {"severity", Check::NameOf(finding.rule->severity)},
+                                {"found", JsonText(finding.words)},
+                                {"why", finding.rule->why},
+                                {"repairable", !finding.repairs.empty()}}));
 }
 
 void ShowFile(const std::vector<const Finding*>& findings, std::map<std::string, int>* shown, bool all,
@@ -163,7 +162,7 @@ std::unique_ptr<Check::Subject> Load(const Options& options, const CheckRequest&
 
 void CheckFiles(const Options& options, const CheckRequest& request, Screen& screen) {
     if (request.rules) {
-        ShowRules(request.json, screen);
+        ShowRules(screen);
         return;
     }
     std::unique_ptr<Check::Subject> subject;
@@ -179,7 +178,7 @@ void CheckFiles(const Options& options, const CheckRequest& request, Screen& scr
         if (now == 0)
             break;
     }
-    if (request.json)
+    if (screen.UsesJson())
         ShowJson(findings, screen);
     else
         ShowFindings(*subject, findings, request.all, repaired, screen);

@@ -2,8 +2,10 @@
 
 #include <limits>
 #include <memory>
+#include <string>
 
 #include "terminal/Commands.h"
+#include "terminal/Manual.h"
 
 namespace {
 
@@ -26,7 +28,8 @@ void AddOptions(CLI::App& app, Options* options) {
                    "Access level: only the functions that it allows. Without it all that the meter offers")
         ->envname("METERDB_LEVEL")
         ->check(CLI::Range(0, std::numeric_limits<int>::max(), "NONNEGATIVE"));
-    app.add_option("--language", options->language, "Language of texts and names, kept for the next time");
+    app.add_option("--language", options->language, "Language of texts and names, kept for the next time")
+        ->envname("METERDB_LANGUAGE");
 }
 
 // The command line of one program.
@@ -35,21 +38,25 @@ public:
     Program(CLI::App& app, const Options& options, Screen& screen)
         : m_app(app), m_options(options), m_screen(screen) {}
 
-    void AddRoute() const;
-    void AddShow() const;
-    void AddSet() const;
-    void AddState() const;
-    void AddItem() const;
-    void AddRouteEdits() const;
-    void AddRead() const;
-    void AddCatalogues() const;
-    void AddRun() const;
-    void AddArchive() const;
-    void AddStore() const;
-    void AddParameters() const;
-    void AddCheck() const;
-    void AddHandingOn() const;
-    void AddSimulate() const;
+    // The commands that follow are for this task.
+    void For(const char* task) { m_task = task; }
+
+    void AddRoute();
+    void AddShow();
+    void AddSet();
+    void AddState();
+    void AddItem();
+    void AddRouteEdits();
+    void AddRead();
+    void AddCatalogues();
+    void AddRun();
+    void AddArchive();
+    void AddStore();
+    void AddParameters();
+    void AddCheck();
+    void AddHandingOn();
+    void AddSimulate();
+    void AddSelf();
 
 private:
     template <typename Request>
@@ -73,6 +80,13 @@ private:
             return *this;
         }
 
+        // A listing, which other programs can read too.
+        const Command& Lists(Screen& screen) const {
+            app->add_flag_callback(
+                "--json", [&screen] { screen.UseJson(); }, "Write a JSON list for other programs");
+            return *this;
+        }
+
         const Command& Flag(const char* name, bool Request::*value, const char* help) const {
             app->add_flag(name, request->*value, help);
             return *this;
@@ -81,9 +95,10 @@ private:
 
     template <typename Request>
     Command<Request> Add(CLI::App& parent, const char* name, const char* help, const char* example,
-                         Run<Request> run) const {
+                         Run<Request> run) {
         const auto request = std::make_shared<Request>();
         CLI::App* command = parent.add_subcommand(name, help);
+        command->group(&parent == &m_app ? m_task : "Commands");
         command->footer(std::string("Example: meterdb ") + example);
         command->callback(
             [request, run, &options = m_options, &screen = m_screen] { run(options, *request, screen); });
@@ -91,35 +106,41 @@ private:
     }
 
     // A command that consists of commands.
-    CLI::App& AddGroup(const char* name, const char* help) const {
+    CLI::App& AddGroup(const char* name, const char* help) {
         CLI::App* group = m_app.add_subcommand(name, help);
+        group->group(m_task);
         group->require_subcommand(1);
         return *group;
     }
 
     CLI::App& m_app;
+    std::string m_task;
     const Options& m_options;
     Screen& m_screen;
 };
 
-void Program::AddRoute() const {
+void Program::AddRoute() {
     const auto route =
         Add<RouteRequest>(m_app, "route", "Show the meters of the route: where, in which state, what to do",
                           "route --columns Street,1.8.0", ShowRoute);
+    route.Lists(m_screen);
     route.app
         ->add_option("--columns", route.request->columns,
                      "Names of the values to show, with commas between, in place of type and place")
         ->delimiter(',');
 }
 
-void Program::AddShow() const {
-    Add<ShowRequest>(m_app, "show", "Show the data fields of a meter as the installation declares them",
-                     "show 3", ShowRecord)
-        .Needs("METER", &ShowRequest::meter, kMeter)
-        .Flag("--raw", &ShowRequest::raw, "The lines of the record as they stand in the file");
+void Program::AddShow() {
+    const auto show =
+        Add<ShowRequest>(m_app, "show", "Show the data fields of a meter as the installation declares them",
+                         "show 3", ShowRecord)
+            .Needs("METER", &ShowRequest::meter, kMeter)
+            .Flag("--raw", &ShowRequest::raw, "The lines of the record as they stand in the file")
+            .Lists(m_screen);
+    show.app->get_option("--raw")->excludes("--json");
 }
 
-void Program::AddSet() const {
+void Program::AddSet() {
     Add<SetRequest>(m_app, "set", "Enter the value of a data field by hand: check, store, stamp and save it",
                     "set 3 Reason 01", SetField)
         .Needs("METER", &SetRequest::meter, kMeter)
@@ -128,7 +149,7 @@ void Program::AddSet() const {
                "The value as it is stored, such as a code; \"\" clears the field");
 }
 
-void Program::AddState() const {
+void Program::AddState() {
     Add<StateRequest>(m_app, "state", "Show the state of a meter, or give it another one", "state 3 H",
                       ShowOrSetState)
         .Needs("METER", &StateRequest::meter, kMeter)
@@ -137,7 +158,7 @@ void Program::AddState() const {
             "Letters: N or E new, M in work, U or A to do, H done, C card left, R read only, I information");
 }
 
-void Program::AddItem() const {
+void Program::AddItem() {
     Add<ItemRequest>(m_app, "item", "Show an entry of a record as it stands, or write it", "item 3 Stop 4",
                      ShowOrSetItem)
         .Needs("METER", &ItemRequest::meter, kMeter)
@@ -145,9 +166,10 @@ void Program::AddItem() const {
         .Takes("VALUE", &ItemRequest::text, "The whole text of the entry");
 }
 
-void Program::AddRouteEdits() const {
+void Program::AddRouteEdits() {
     Add<TypesRequest>(m_app, "types", "List the types of meters that can be appended", "types --language de",
-                      ShowTypes);
+                      ShowTypes)
+        .Lists(m_screen);
     Add<AppendRequest>(m_app, "append", "Add a new meter to the end of the route", "append Gas", AppendMeter)
         .Needs("TYPE", &AppendRequest::type, "Type of the meter, as types gives it");
     Add<DeleteRequest>(m_app, "delete",
@@ -156,7 +178,7 @@ void Program::AddRouteEdits() const {
         .Needs("METER", &DeleteRequest::meter, "Number of the record or of the meter");
 }
 
-void Program::AddRead() const {
+void Program::AddRead() {
     Add<ReadRequest>(m_app, "read",
                      "Take the readout of a meter into its record: store, check, stamp and save its values",
                      "read 3 gas.txt", ReadMeter)
@@ -166,16 +188,18 @@ void Program::AddRead() const {
         .Flag("--force", &ReadRequest::force, "Also when the readout is of another meter");
 }
 
-void Program::AddCatalogues() const {
+void Program::AddCatalogues() {
     Add<CatalogueRequest>(m_app, "commands", "List the commands that can be run on a meter",
                           "commands 3 --level 1", ShowCommands)
-        .Needs("METER", &CatalogueRequest::meter, kMeter);
+        .Needs("METER", &CatalogueRequest::meter, kMeter)
+        .Lists(m_screen);
     Add<CatalogueRequest>(m_app, "options", "List the settings that can be made on a meter",
                           "options 3 --level 2", ShowOptions)
-        .Needs("METER", &CatalogueRequest::meter, kMeter);
+        .Needs("METER", &CatalogueRequest::meter, kMeter)
+        .Lists(m_screen);
 }
 
-void Program::AddRun() const {
+void Program::AddRun() {
     Add<RunRequest>(m_app, "run", "Run a command or an option of a meter, note that it is done, and save it",
                     "run 3 1 gas.txt", RunFunction)
         .Needs("METER", &RunRequest::meter, kMeter)
@@ -185,7 +209,7 @@ void Program::AddRun() const {
         .Flag("--force", &RunRequest::force, "Also when the readout is of another meter");
 }
 
-void Program::AddArchive() const {
+void Program::AddArchive() {
     CLI::App& archive = AddGroup("archive", "The archive of raw data that meters answered with");
     Add<ArchiveAddRequest>(archive, "add", "Move files from the spool directory into the archive",
                            "archive add profile-10500093.txt", AddToArchive)
@@ -193,7 +217,8 @@ void Program::AddArchive() const {
                "Names of files in the directory that the system ini calls RawPath");
     Add<ArchiveListRequest>(archive, "list",
                             "List the blocks of the archive, one for each file that was added",
-                            "archive list", ListArchive);
+                            "archive list", ListArchive)
+        .Lists(m_screen);
     Add<ArchiveExtractRequest>(archive, "extract", "Write a block of the archive into a file, byte for byte",
                                "archive extract profile-10500093.txt --output profile.txt",
                                ExtractFromArchive)
@@ -205,13 +230,15 @@ void Program::AddArchive() const {
                               DeleteArchive);
 }
 
-void Program::AddStore() const {
+void Program::AddStore() {
     CLI::App& store = AddGroup("store", "The meters that are carried along for exchanges");
     Add<StoreListRequest>(store, "list", "List the store meters: which are free, which are mounted where",
-                          "store list", ListStore);
+                          "store list", ListStore)
+        .Lists(m_screen);
     Add<StoreFindRequest>(store, "find", "Find a store meter by its number", "store find 20077145",
                           FindInStore)
-        .Needs("NUMBER", &StoreFindRequest::number, "Number of the meter");
+        .Needs("NUMBER", &StoreFindRequest::number, "Number of the meter")
+        .Lists(m_screen);
     Add<StoreMountRequest>(
         store, "mount",
         "Exchange a meter: check that this is ordered and the store meter free, copy the store "
@@ -221,23 +248,24 @@ void Program::AddStore() const {
         .Needs("STORE", &StoreMountRequest::store, "Number of the store meter in the store, or of the meter");
 }
 
-void Program::AddParameters() const {
+void Program::AddParameters() {
     Add<ParametersRequest>(m_app, "parameters",
                            "List the parameter files that were written to or read for meters", "parameters",
-                           ShowParameters);
+                           ShowParameters)
+        .Lists(m_screen);
 }
 
-void Program::AddCheck() const {
+void Program::AddCheck() {
     Add<CheckRequest>(m_app, "check", "Find what would go wrong in the field, and repair it", "check --fix",
                       CheckFiles)
         .Takes("FILE", &CheckRequest::file, "A data file alone, in place of the installation")
         .Flag("--fix", &CheckRequest::fix, "Repair and save what can be repaired without losing anything")
         .Flag("--all", &CheckRequest::all, "Show every finding, not the first of each kind alone")
         .Flag("--rules", &CheckRequest::rules, "Show what is looked for, and why")
-        .Flag("--json", &CheckRequest::json, "Write a JSON list for other programs");
+        .Lists(m_screen);
 }
 
-void Program::AddHandingOn() const {
+void Program::AddHandingOn() {
     Add<ExportRequest>(m_app, "export",
                        "Write all values of the route for other programs: CSV, a row for each value",
                        "export --output route.csv", ExportRecords)
@@ -249,7 +277,7 @@ void Program::AddHandingOn() const {
         .Needs("FILE", &ReportRequest::output, "The page to write");
 }
 
-void Program::AddSimulate() const {
+void Program::AddSimulate() {
     const auto simulate =
         Add<SimulateRequest>(m_app, "simulate",
                              "Make an installation of made-up meters, for trying, measuring and training",
@@ -266,6 +294,22 @@ void Program::AddSimulate() const {
         ->capture_default_str();
 }
 
+// What the definitions of the commands say, for shells and readers.
+void Program::AddSelf() {
+    const auto shell = std::make_shared<std::string>();
+    CLI::App* completion = m_app.add_subcommand(
+        "completion", "Write what completes commands and options while they are typed in a shell");
+    completion->group(m_task);
+    completion->footer("Example: meterdb completion bash > /etc/bash_completion.d/meterdb");
+    completion->add_option("SHELL", *shell, "The shell")->required()->check(CLI::IsMember(Shells()));
+    completion->callback(
+        [shell, &app = m_app, &screen = m_screen] { screen.Raw(CompletionScript(app, *shell), false); });
+    CLI::App* manual = m_app.add_subcommand("manual", "Write the manual page");
+    manual->group(m_task);
+    manual->footer("Example: meterdb manual > meterdb.1");
+    manual->callback([&app = m_app, &screen = m_screen] { screen.Raw(ManualPage(app), false); });
+}
+
 }  // namespace
 
 void DescribeCommandLine(CLI::App& app, Options& options, Screen& screen) {
@@ -275,20 +319,27 @@ void DescribeCommandLine(CLI::App& app, Options& options, Screen& screen) {
     app.fallthrough();
     app.require_subcommand(1);
     AddOptions(app, &options);
-    const Program program(app, options, screen);
+    Program program(app, options, screen);
+    program.For("The route");
     program.AddRoute();
     program.AddShow();
-    program.AddSet();
-    program.AddState();
-    program.AddItem();
-    program.AddRouteEdits();
+    program.For("Work at a meter");
     program.AddRead();
     program.AddCatalogues();
     program.AddRun();
-    program.AddArchive();
+    program.AddSet();
+    program.AddState();
+    program.AddItem();
+    program.For("Which meters there are");
+    program.AddRouteEdits();
     program.AddStore();
-    program.AddParameters();
+    program.For("Prepare an installation");
     program.AddCheck();
-    program.AddHandingOn();
     program.AddSimulate();
+    program.For("Hand the route on");
+    program.AddHandingOn();
+    program.AddArchive();
+    program.AddParameters();
+    program.For("This program");
+    program.AddSelf();
 }

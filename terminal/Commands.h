@@ -118,7 +118,6 @@ struct CheckRequest {
     bool fix = false;    // repair what can be repaired without loss
     bool all = false;    // show every finding
     bool rules = false;  // show what is looked for
-    bool json = false;
 };
 
 // Shows what would go wrong in the field. Ends with kRefused when that is more than notes.

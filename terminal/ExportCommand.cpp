@@ -86,7 +86,7 @@ std::string JsonLineOf(const RouteRecord& record) {
     Json& values = object["values"] = Json::array();
     for (const RouteValue& value : record.values)
         values.push_back(ValueObject(value));
-    return JsonLine(object);
+    return JsonLine(object) + "\n";
 }
 
 // ---- the route

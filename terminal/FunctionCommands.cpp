@@ -18,7 +18,7 @@ struct Words {
 
 Table FunctionTable(const std::vector<Function>& functions, const char* title) {
     Table table;
-    table.columns = {{"Code", true}, {title, false, true}, {"Mark"}, {"State", false, true}};
+    table.columns = {{"Code", true}, {title, false, true, 0, "text"}, {"Mark"}, {"State", false, true}};
     for (const Function& function : functions)
         table.rows.push_back(
             {Cell(std::to_string(function.code), Tone::Faint), Cell(Utf8::Shown(function.text), Tone::Strong),

@@ -33,7 +33,8 @@ void ShowParameters(const Options& options, const ParametersRequest& /*request*/
     Installation installation(options);
     const CMeterIniFile& app = *installation.Database().GetPtrToAppFile();
     Table table;
-    table.columns = {{"#", true}, {"Time"}, {"For", false, true}, {"What", false, true}, {"File"}};
+    table.columns = {
+        {"#", true, false, 0, "number"}, {"Time"}, {"For", false, true}, {"What", false, true}, {"File"}};
     const int files = std::min(MeterText::ToInt(Read(app, "Files")), kMostFiles);
     for (int number = 1; number <= files; ++number) {
         const std::string entry = Read(app, "File" + std::to_string(number));

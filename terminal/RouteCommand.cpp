@@ -85,10 +85,10 @@ std::vector<Cell> RouteRow(CMeterDatabase& database, std::vector<ValueColumn>* c
 }
 
 std::vector<Column> TableColumns(const std::vector<ValueColumn>& columns) {
-    std::vector<Column> shown = {{"#", true}, {"Meter"}};
+    std::vector<Column> shown = {{"#", true, false, 0, "record"}, {"Meter"}};
     for (const ValueColumn& column : columns)
         shown.push_back({Utf8::Shown(column.label.empty() ? column.name : column.label), false,
-                         column.shrinks, column.dispensable});
+                         column.shrinks, column.dispensable, column.name});
     shown.insert(shown.end(), {{"State"}, {"Action", false, true}, {"Mark"}});
     return shown;
 }

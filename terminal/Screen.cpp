@@ -1,9 +1,12 @@
 #include "terminal/Screen.h"
 
 #include <algorithm>
+#include <cctype>
 #include <numeric>
 #include <ostream>
 
+#include "MeterUtil/Text.h"
+#include "terminal/Json.h"
 #include "terminal/Utf8.h"
 
 namespace {
@@ -79,7 +82,47 @@ int* WidestToShrink(const Table& table, std::vector<int>* widths) {
     return widest;
 }
 
+// ---- objects
+
+std::string KeyOf(const Column& column) {
+    std::string key = column.key.empty() ? column.title : column.key;
+    if (column.key.empty())
+        std::transform(key.begin(), key.end(), key.begin(), MeterText::ToLower);
+    return key;
+}
+
+// A number where the column has numbers; nothing for a dash, which stands for that.
+Json ValueOf(const Column& column, const std::string& text) {
+    constexpr std::size_t kMostDigits = 15;
+    const bool isNumber = column.right && !text.empty() && text.size() <= kMostDigits &&
+                          text.find_first_not_of("0123456789") == std::string::npos;
+    if (isNumber && (text.front() != '0' || text.size() == 1))
+        return MeterText::ToInt64(text);
+    return text == "-" ? Json(nullptr) : Json(text);
+}
+
 }  // namespace
+
+void Screen::Object(const std::string& json) {
+    m_out << (m_hasObjects ? ",\n" : "[\n") << json;
+    m_hasObjects = true;
+}
+
+void Screen::End(bool isDone) {
+    if (m_isJson && (m_hasObjects || isDone))
+        m_out << (m_hasObjects ? "\n]\n" : "[]\n");
+}
+
+void Screen::PrintObjects(const Table& table) {
+    for (const std::vector<Cell>& row : table.rows) {
+        Json object;
+        if (!table.list.empty())
+            object["list"] = table.list;
+        for (std::size_t i = 0; i < row.size(); ++i)
+            object[KeyOf(table.columns[i])] = ValueOf(table.columns[i], row[i].text);
+        Object(JsonLine(object));
+    }
+}
 
 std::string Screen::Toned(const std::string& text, Tone tone) const {
     if (!m_style.colours || tone == Tone::Plain || text.empty())
@@ -88,6 +131,8 @@ std::string Screen::Toned(const std::string& text, Tone tone) const {
 }
 
 void Screen::Line(const std::vector<Cell>& cells) {
+    if (m_isJson)
+        return;
     for (const Cell& cell : cells)
         m_out << Toned(cell.text, cell.tone);
     m_out << '\n';
@@ -143,6 +188,10 @@ std::string Screen::Row(const std::vector<Cell>& cells, const Table& table,
 }
 
 void Screen::Print(const Table& table) {
+    if (m_isJson) {
+        PrintObjects(table);
+        return;
+    }
     const std::vector<int> widths = Widths(table);
     std::vector<Cell> titles;
     std::vector<Cell> rules;

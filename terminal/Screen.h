@@ -1,5 +1,6 @@
 // What the program writes: lines in tones and tables whose columns stand under each other. It adapts to the
-// width of the terminal and colours only what a person looks at; the words say the same without colours.
+// width of the terminal and colours only what a person looks at; the words say the same without colours. For
+// other programs it writes the rows of all tables as one JSON list in place of everything else.
 #pragma once
 
 #include <iosfwd>
@@ -23,11 +24,13 @@ struct Column {
     bool right = false;    // numbers stand at the right
     bool shrinks = false;  // is cut when the terminal is too narrow
     int dispensable = 0;   // above 0: is left out before it would be cut short, the highest first
+    std::string key = {};  // its name for other programs; "": the title in small letters
 };
 
 struct Table {
     std::vector<Column> columns;
     std::vector<std::vector<Cell>> rows;  // as many cells as columns
+    std::string list = {};                // which of several it is, for other programs
 };
 
 class Screen {
@@ -45,6 +48,14 @@ public:
     void Heading(const std::string& text);
     void Print(const Table& table);
 
+    // From now on a JSON list is written. `End` closes it; an empty one is written by a command that is done.
+    void UseJson() { m_isJson = true; }
+    bool UsesJson() const { return m_isJson; }
+    void End(bool isDone);
+
+    // Adds an object to the list, a text of one line.
+    void Object(const std::string& json);
+
     // A sentence for standard error, behind the name of the program.
     void Problem(const std::string& text);
     void Warning(const std::string& text);
@@ -57,9 +68,12 @@ public:
 private:
     std::string Toned(const std::string& text, Tone tone) const;
     std::string Row(const std::vector<Cell>& cells, const Table& table, const std::vector<int>& widths) const;
+    void PrintObjects(const Table& table);
     std::vector<int> Widths(const Table& table) const;
 
     std::ostream& m_out;
     std::ostream& m_errors;
     Style m_style;
+    bool m_isJson = false;
+    bool m_hasObjects = false;
 };

@@ -24,6 +24,7 @@ void ShowAppendices(CMeterDatabase& database, Place place, Screen& screen) {
 
 void ShowFields(const Fields& fields, int kind, const char* title, Screen& screen) {
     Table table;
+    table.list = title;
     table.columns = {{"Field"}, {"Name", false, true}, {"Value", false, true}, {"Mark"}};
     for (const Fields::Field& field : fields.All()) {
         if (field.kind != kind)

@@ -22,7 +22,7 @@ constexpr char kStoreField = 'S';
 
 void PrintMeters(const std::vector<StoreMeter>& meters, Screen& screen) {
     Table table;
-    table.columns = {{"#", true}, {"Meter"}, {"Type", false, true}, {"Where"}};
+    table.columns = {{"#", true, false, 0, "store"}, {"Meter"}, {"Type", false, true}, {"Where"}};
     for (const StoreMeter& meter : meters)
         table.rows.push_back(
             {Cell(std::to_string(meter.store), Tone::Faint), Cell(OrDash(meter.number), Tone::Strong),

@@ -31,6 +31,7 @@ int Parse(const std::vector<std::string>& arguments, Screen& screen) {
     } catch (const CLI::ParseError& stop) {
         return Finish(app, stop, screen);
     }
+    screen.End(true);
     return kDone;
 }
 
@@ -40,6 +41,7 @@ int RunTerminal(const std::vector<std::string>& arguments, Screen& screen) {
     try {
         return Parse(arguments, screen);
     } catch (const Refusal& refusal) {
+        screen.End(false);
         if (*refusal.what() != '\0')
             screen.Problem(refusal.what());
         return refusal.Code();

@@ -305,17 +305,6 @@ TEST_F(Meterdb, HelpAndVersionAreAnswers) {
     EXPECT_EQ(m_out.rfind("meterdb ", 0), 0u);
 }
 
-TEST_F(Meterdb, EveryCommandHasHelpWithAnExample) {
-    for (const std::string command : {"route", "show", "set", "state", "item", "read", "commands", "options",
-                                      "run", "types", "append", "delete"}) {
-        EXPECT_EQ(Run({command, "--help"}), kDone);
-        EXPECT_THAT(m_out, HasSubstr("Usage: meterdb " + command + " "));
-        EXPECT_THAT(m_out, HasSubstr("\nExample: meterdb " + command + " "));
-        EXPECT_EQ(Run({"--help"}), kDone);
-        EXPECT_THAT(m_out, HasSubstr("\n  " + command + " "));
-    }
-}
-
 TEST_F(Meterdb, OptionsMayStandBehindTheCommand) {
     EXPECT_EQ(Run({"read", "1", File("gas.txt"), "--user", "reader07"}), kDone);
     EXPECT_THAT(m_out, HasSubstr("by reader07"));
