@@ -68,20 +68,27 @@ std::vector<std::string> Codes(std::string_view text) {
     return codes;
 }
 
+std::vector<Fence> Fences(std::string_view page) {
+    std::vector<Fence> fences;
+    bool inside = false;
+    for (const std::string& line : Lines(page)) {
+        if (line.compare(0, kFence.size(), kFence) != 0) {
+            if (inside)
+                fences.back().text += line + '\n';
+            continue;
+        }
+        inside = !inside;
+        if (inside)
+            fences.push_back({line.substr(kFence.size()), ""});
+    }
+    return fences;
+}
+
 std::vector<std::string> Blocks(std::string_view page, std::string_view language) {
     std::vector<std::string> blocks;
-    bool inside = false;
-    bool isWanted = false;
-    for (const std::string& line : Lines(page)) {
-        if (line.compare(0, kFence.size(), kFence) == 0) {
-            inside = !inside;
-            isWanted = inside && line.substr(kFence.size()) == language;
-            if (isWanted)
-                blocks.emplace_back();
-        } else if (isWanted) {
-            blocks.back() += line + '\n';
-        }
-    }
+    for (const Fence& fence : Fences(page))
+        if (fence.info == language)
+            blocks.push_back(fence.text);
     return blocks;
 }
 

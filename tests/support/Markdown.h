@@ -17,7 +17,14 @@ std::vector<std::vector<std::string>> Table(std::string_view page, const std::ve
 // The texts between backticks, in their order.
 std::vector<std::string> Codes(std::string_view text);
 
-// The lines of the fenced blocks of a language ("": without one), each ended by LF.
+// A fenced block: what stands behind its opening fence, and its lines, each ended by LF.
+struct Fence {
+    std::string info;
+    std::string text;
+};
+std::vector<Fence> Fences(std::string_view page);
+
+// The texts of the fenced blocks of a language ("": without one).
 std::vector<std::string> Blocks(std::string_view page, std::string_view language);
 
 }  // namespace Markdown
