@@ -180,24 +180,40 @@ std::string FishText(const std::string& text) {
     return "'" + quoted + "'";
 }
 
-void AddFishLines(const CLI::App& app, const std::string& condition, std::string* script) {
+// All of these words were typed, and none of the others.
+std::string FishCondition(const std::vector<std::string>& typed, const std::string& others) {
+    std::string condition;
+    for (const std::string& word : typed)
+        condition += (condition.empty() ? "" : "; and ") + ("__fish_seen_subcommand_from " + word);
+    if (!others.empty())
+        condition += (condition.empty() ? "" : "; and ") + ("not __fish_seen_subcommand_from " + others);
+    return condition.empty() ? "" : " -n '" + condition + "'";
+}
+
+// Where a command is expected no file is offered.
+void AddFishLines(const CLI::App& app, const std::vector<std::string>& typed, std::string* script) {
+    std::vector<std::string> names;
+    for (const CLI::App* command : CommandsOf(app))
+        names.push_back(command->get_name());
+    const std::string start = "complete -c meterdb";
     for (const CLI::App* command : CommandsOf(app)) {
-        *script += "complete -c meterdb -n '" + condition + "' -a " + command->get_name() + " -d " +
+        *script += start + FishCondition(typed, Joined(names)) + " -f -a " + command->get_name() + " -d " +
                    FishText(command->get_description()) + "\n";
-        AddFishLines(*command, "__fish_seen_subcommand_from " + command->get_name(), script);
+        std::vector<std::string> more = typed;
+        more.push_back(command->get_name());
+        AddFishLines(*command, more, script);
     }
     for (const CLI::Option* option : OptionsOf(app, false))
         for (const std::string& name : option->get_lnames())
-            *script += "complete -c meterdb " +
-                       (app.get_parent() == nullptr ? "" : "-n '" + condition + "' ") + "-l " + name +
-                       (TakesValue(*option) ? " -r" : "") + " -d " + FishText(option->get_description()) +
-                       "\n";
+            *script += start + FishCondition(typed, "") + " -l " + name + (TakesValue(*option) ? " -r" : "") +
+                       " -d " + FishText(option->get_description()) + "\n";
 }
 
 }  // namespace
 
 std::string ManualPage(const CLI::App& app) {
-    std::string page = ".TH METERDB 1\n.SH NAME\nmeterdb \\- the meter\\-reading terminal\n.SH SYNOPSIS\n" +
+    std::string page = ".TH METERDB 1 \"\" \"" + Roff(app.version()) +
+                       "\"\n.SH NAME\nmeterdb \\- the meter\\-reading terminal\n.SH SYNOPSIS\n" +
                        Bold("meterdb") + " [options] " + Italic("COMMAND") + " ...\n.SH DESCRIPTION\n" +
                        Roff(app.get_description()) + "\n.SH OPTIONS\n";
     for (const CLI::Option* option : OptionsOf(app, false))
@@ -226,7 +242,7 @@ std::set<std::string> Shells() {
 std::string CompletionScript(const CLI::App& app, const std::string& shell) {
     if (shell == "fish") {
         std::string script = "# Completes commands and options of meterdb.\n";
-        AddFishLines(app, "__fish_use_subcommand", &script);
+        AddFishLines(app, {}, &script);
         return script;
     }
     return (shell == "zsh" ? "autoload -U +X bashcompinit && bashcompinit\n" : "") + BashScript(app);

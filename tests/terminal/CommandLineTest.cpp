@@ -171,7 +171,7 @@ TEST_F(Meterdb, RefusedListingWritesNoList) {
 
 TEST_F(Meterdb, ManualTellsOfEveryCommandAndOption) {
     EXPECT_EQ(Run({"manual"}), kDone);
-    EXPECT_EQ(m_out.rfind(".TH METERDB 1\n", 0), 0U);
+    EXPECT_EQ(m_out.rfind(".TH METERDB 1 \"\" \"meterdb ", 0), 0U);
     for (const std::vector<std::string>& command : Commands())
         EXPECT_THAT(m_out, HasSubstr("\\fB" + Joined(command) + "\\fR"));
     for (const char* text :
