@@ -1,6 +1,5 @@
 // What holds for every command: help with an example, listings for other programs, the manual and the
 // completion that follow from the definitions.
-#include <cstdlib>
 #include <nlohmann/json.hpp>
 #include <sstream>
 #include <string>
@@ -102,13 +101,6 @@ TEST_F(Meterdb, ExamplesOfHelpAreCommandLines) {
     }
 }
 
-TEST_F(Meterdb, LanguageComesFromTheEnvironmentToo) {
-    setenv("METERDB_LANGUAGE", "de", 1);
-    EXPECT_EQ(Run({"route"}), kDone);
-    unsetenv("METERDB_LANGUAGE");
-    EXPECT_THAT(m_out, HasSubstr("offen"));
-}
-
 // ---- listings for other programs
 
 TEST_F(Meterdb, RouteIsListedAsJson) {
@@ -194,24 +186,3 @@ TEST_F(Meterdb, CompletionKnowsEveryCommand) {
     }
     EXPECT_EQ(Run({"completion", "csh"}), kWrongUse);
 }
-
-#ifndef _WIN32
-TEST_F(Meterdb, ShellCompletesWhatFits) {
-    ASSERT_EQ(Run({"completion", "bash"}), kDone);
-    m_folder.Write("complete.bash", m_out +
-                                        "COMP_WORDS=(\"$@\"); COMP_CWORD=$(($# - 1)); _meterdb; "
-                                        "printf '%s ' \"${COMPREPLY[@]}\"\n");
-    const auto complete = [this](const std::string& words) {
-        const std::string command = "bash " + File("complete.bash") + " " + words + " > " + File("reply");
-        return std::system(command.c_str()) == 0 ? m_folder.Read("reply") : std::string("no bash");
-    };
-    if (complete("meterdb rou") == "no bash")
-        GTEST_SKIP() << "there is no bash";
-    EXPECT_EQ(complete("meterdb rou"), "route ");
-    EXPECT_EQ(complete("meterdb --user 0815 re"), "read report ");
-    EXPECT_EQ(complete("meterdb archive ex"), "extract ");
-    EXPECT_EQ(complete("meterdb archive extract --o"), "--output ");
-    EXPECT_EQ(complete("meterdb check --fi"), "--fix ");
-    EXPECT_EQ(complete("meterdb show 3 --la"), "--language ");
-}
-#endif
