@@ -62,14 +62,6 @@ bool IsRead(const Entry& entry) {
     return MeterText::ContainsAny(entry.status, "DCW");
 }
 
-// "1.8.1" and 2 of "1.8.1*02"; the name as it is and 0 of any other.
-std::pair<std::string, int> SplitName(const std::string& name) {
-    const std::size_t star = name.rfind('*');
-    if (star == std::string::npos || !IsCount(name.substr(star + 1)))
-        return {name, 0};
-    return {name.substr(0, star), MeterText::ToInt(name.substr(star + 1))};
-}
-
 std::map<std::string, Series> SeriesOf(const RouteRecord& record) {
     std::map<std::string, Series> all;
     for (const RouteValue& value : record.values)
@@ -126,6 +118,13 @@ std::string Pixels(double number) {
 
 }  // namespace
 
+std::pair<std::string, int> SplitName(const std::string& name) {
+    const std::size_t star = name.rfind('*');
+    if (star == std::string::npos || !IsCount(name.substr(star + 1)))
+        return {name, 0};
+    return {name.substr(0, star), MeterText::ToInt(name.substr(star + 1))};
+}
+
 std::vector<History> HistoriesOf(const RouteRecord& record) {
     std::vector<History> histories;
     for (const auto& [name, series] : SeriesOf(record)) {
@@ -142,30 +141,32 @@ std::vector<History> HistoriesOf(const RouteRecord& record) {
     return histories;
 }
 
-std::string Drawing(const History& history) {
+std::string Drawing(const History& history, Phrases& phrases) {
     const double most =
         std::max_element(history.bars.begin(), history.bars.end(), [](const Bar& a, const Bar& b) {
             return a.use < b.use;
         })->use;
     const double step = static_cast<double>(kWidth) / static_cast<double>(history.bars.size());
     const std::string unit = history.unit.empty() ? "" : " " + Escaped(history.unit);
-    std::string svg = "<svg viewBox=\"0 0 " + std::to_string(kWidth) + " " + std::to_string(kHeight) +
-                      "\" preserveAspectRatio=none role=img aria-label=\"" + Escaped(history.label) + " of " +
-                      std::to_string(history.bars.size()) + " billing periods\">";
+    const std::string label = Escaped(history.label);
+    std::string html =
+        phrases("<figure><figcaption><b>" + label + "</b> a period<span>most ") +
+        TextOf(most, history.decimals) +
+        phrases(unit + "</span></figcaption><svg viewBox=\"0 0 " + std::to_string(kWidth) + " " +
+                std::to_string(kHeight) + "\" preserveAspectRatio=none role=img aria-label=\"" + label +
+                " of " + std::to_string(history.bars.size()) + " billing periods\">");
     double left = 0;
     for (const Bar& bar : history.bars) {
         const double height = most > 0 ? std::max(1.0, bar.use / most * kHeight) : 1.0;
-        svg += "<rect x=" + Pixels(left + step * 0.12) + " y=" + Pixels(kHeight - height) +
-               " width=" + Pixels(step * 0.76) + " height=" + Pixels(height) +
-               (bar.periodsBack == 0 ? " class=now" : "") + "><title>" + PeriodText(bar.periodsBack) + ": " +
-               TextOf(bar.use, history.decimals) + unit + "</title></rect>";
+        html += phrases("<rect x=" + Pixels(left + step * 0.12) + " width=" + Pixels(step * 0.76) +
+                        (bar.periodsBack == 0 ? " class=now y=" : " y=")) +
+                Pixels(kHeight - height) + phrases(" height=") + Pixels(height) +
+                phrases("><title>" + PeriodText(bar.periodsBack) + ": ") + TextOf(bar.use, history.decimals) +
+                phrases(unit + "</title></rect>");
         left += step;
     }
-    svg += "</svg>";
-    return "<figure><figcaption><b>" + Escaped(history.label) + "</b> a period<span>most " +
-           TextOf(most, history.decimals) + unit + "</span></figcaption>" + svg + "<p><span>" +
-           PeriodText(history.bars.front().periodsBack) + "</span><span>" +
-           PeriodText(history.bars.back().periodsBack) + "</span></p></figure>";
+    return html + phrases("</svg><p><span>" + PeriodText(history.bars.front().periodsBack) + "</span><span>" +
+                          PeriodText(history.bars.back().periodsBack) + "</span></p></figure>");
 }
 
 }  // namespace Report

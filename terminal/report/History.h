@@ -2,9 +2,11 @@
 #pragma once
 
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "terminal/RouteRecords.h"
+#include "terminal/report/Phrases.h"
 
 namespace Report {
 
@@ -23,10 +25,13 @@ struct History {
     std::vector<Bar> bars;
 };
 
+// "1.8.1" and 2 of "1.8.1*02": a register and the number of periods back; a name as it is and 0 of any other.
+std::pair<std::string, int> SplitName(const std::string& name);
+
 // The registers of a record with at least three periods.
 std::vector<History> HistoriesOf(const RouteRecord& record);
 
 // A drawing (SVG) of a history.
-std::string Drawing(const History& history);
+std::string Drawing(const History& history, Phrases& phrases);
 
 }  // namespace Report

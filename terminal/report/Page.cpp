@@ -4,10 +4,7 @@
 
 #include "MeterUtil/Text.h"
 #include "terminal/Embedded.h"
-#include "terminal/Fields.h"
-#include "terminal/Findings.h"
 #include "terminal/Report.h"
-#include "terminal/report/History.h"
 #include "terminal/report/Html.h"
 
 namespace Report {
@@ -33,32 +30,9 @@ std::string StateClass(const std::string& letters) {
     return "none";
 }
 
-std::string MarkClass(const std::string& mark) {
-    if (mark.empty())
-        return "";
-    return mark == "ok." ? "good" : mark == "?" ? "doubt" : "bad";
-}
-
 bool IsDeviating(const RouteValue& value) {
     return MeterText::Contains(value.entry.attributes, 'R') &&
            MeterText::ContainsAny(value.entry.status, "CW");
-}
-
-// A record that nothing was read into raises no alarms yet.
-bool IsVisited(const RouteRecord& record) {
-    return std::any_of(record.values.begin(), record.values.end(), [](const RouteValue& value) {
-        return MeterText::Contains(value.entry.attributes, 'R') &&
-               MeterText::ContainsAny(value.entry.status, "DCW");
-    });
-}
-
-std::vector<std::string> AlarmsIn(const RouteRecord& record, const RouteValue& value) {
-    const bool isRead = MeterText::Contains(value.entry.attributes, 'R') && IsVisited(record);
-    return isRead ? AlarmsOf(value.entry) : std::vector<std::string>();
-}
-
-std::string Span(const char* name, const std::string& text) {
-    return text.empty() ? "" : std::string("<span class=") + name + ">" + Escaped(text) + "</span>";
 }
 
 // What tells a person where the meter is.
@@ -68,71 +42,6 @@ std::string Whereabouts(const RouteRecord& record) {
         if (const std::string& part = record.Shown(name); !part.empty())
             text += (text.empty() ? "" : ", ") + part;
     return text;
-}
-
-std::string TextOfFinding(const std::map<std::string, std::string>& findings, const std::string& name) {
-    const auto found = findings.find(name);
-    return found == findings.end() ? std::string() : found->second;
-}
-
-// ---- the values of a record
-
-std::string Row(const RouteRecord& record, const RouteValue& value,
-                const std::map<std::string, std::string>& findings) {
-    const std::string mark = MarkClass(value.shown.mark);
-    const std::string finding = TextOfFinding(findings, value.entry.name);
-    std::string html = mark == "bad" || mark == "doubt" ? "<tr class=" + mark + ">" : "<tr>";
-    html += "<th>" + Escaped(value.shown.label) + Span("name", value.entry.name);
-    html += "<td>" + Escaped(value.shown.value) + Span("text", value.entry.text) + Span("why", finding);
-    for (const std::string& alarm : AlarmsIn(record, value))
-        html += Span("alarm", "alarm " + alarm);
-    return html + "<td class=mark>" + Escaped(value.shown.mark);
-}
-
-// A history is drawn, its single values need no lines.
-bool IsOfHistory(const RouteValue& value) {
-    const std::size_t star = value.entry.name.rfind('*');
-    return star != std::string::npos && IsCount(value.entry.name.substr(star + 1));
-}
-
-std::string Rows(const RouteRecord& record, int kind, bool withoutHistory,
-                 const std::map<std::string, std::string>& findings) {
-    std::string rows;
-    for (const RouteValue& value : record.values)
-        if (value.kind == kind && !(withoutHistory && IsOfHistory(value)))
-            rows += Row(record, value, findings);
-    return rows;
-}
-
-std::string Tables(const RouteRecord& record, bool withoutHistory,
-                   const std::map<std::string, std::string>& findings) {
-    constexpr struct {
-        int kind;
-        const char* title;
-    } kLists[] = {{Fields::kValues, "Values"}, {Fields::kExtra, "Extra"}, {Fields::kStatistic, "Statistic"}};
-    std::string html;
-    for (const auto& list : kLists)
-        if (const std::string rows = Rows(record, list.kind, withoutHistory, findings); !rows.empty())
-            html += std::string("<section><h4>") + list.title + "</h4><table>" + rows + "</table></section>";
-    return html;
-}
-
-std::string Details(const RouteRecord& record, const std::map<std::string, std::string>& findings) {
-    std::string html;
-    const std::vector<History> histories = HistoriesOf(record);
-    if (record.place.appendix != 0)
-        html += "<h3>Appendix " + std::to_string(record.place.appendix) +
-                (record.Shown("#" + std::to_string(record.place.appendix)).empty()
-                     ? ""
-                     : ": " + Escaped(record.Shown("#" + std::to_string(record.place.appendix)))) +
-                "</h3>";
-    if (!histories.empty()) {
-        html += "<div class=plots>";
-        for (const History& history : histories)
-            html += Drawing(history);
-        html += "</div>";
-    }
-    return html + "<div class=lists>" + Tables(record, !histories.empty(), findings) + "</div>";
 }
 
 bool IsToDo(const RouteRecord& record) {
@@ -152,6 +61,10 @@ std::string Percent(std::size_t part, std::size_t all) {
     return std::to_string(all == 0 ? 0 : part * 100 / all);
 }
 
+std::string Quiet(const std::string& words) {
+    return "<p class=quiet>" + words + "</p>";
+}
+
 std::string Card(const char* name, std::size_t number, const std::string& words) {
     return std::string("<div class=\"card ") + name + "\"><b>" + std::to_string(number) + "</b><span>" +
            words + "</span></div>";
@@ -159,7 +72,7 @@ std::string Card(const char* name, std::size_t number, const std::string& words)
 
 }  // namespace
 
-void Page::Add(const RouteRecord& record, const std::map<std::string, std::string>& findings) {
+void Page::Add(const RouteRecord& record, const Sentences& findings) {
     if (record.place.appendix == 0) {
         Meter meter;
         meter.place = record.place.meter;
@@ -173,7 +86,8 @@ void Page::Add(const RouteRecord& record, const std::map<std::string, std::strin
     if (m_meters.empty())
         return;
     Meter& meter = m_meters.back();
-    meter.details += Details(record, findings);
+    m_isVisited = m_isVisited || IsVisited(record);
+    meter.details += DetailsOf(record, findings, m_phrases);
     for (const RouteValue& value : record.values) {
         const std::vector<std::string> alarms = AlarmsIn(record, value);
         meter.hasAlarm = meter.hasAlarm || !alarms.empty();
@@ -182,7 +96,7 @@ void Page::Add(const RouteRecord& record, const std::map<std::string, std::strin
             continue;
         if (++m_deviating > kMostDeviations)
             continue;
-        const std::string finding = TextOfFinding(findings, value.entry.name);
+        const std::string finding = SentenceOf(findings, value.entry.name);
         const std::string words = finding.empty() ? (value.entry.value.empty() ? "no value" : "") : finding;
         m_deviations.push_back(
             {record.place.meter,
@@ -251,7 +165,8 @@ std::string Page::ToDo() const {
                 "</span><i style=\"width:" + std::to_string(std::max(1, meters * 100 / most)) +
                 "%\"></i><b>" + std::to_string(meters) + "</b></li>";
     return "<section><h2>Still to do</h2>" +
-           (rows.empty() ? std::string("<p class=quiet>Nothing: every meter of the route was handled.</p>")
+           (rows.empty() ? Quiet(m_meters.empty() ? "The route has no meters."
+                                                  : "Nothing: every meter of the route was handled.")
                          : "<ul class=actions>" + rows + "</ul>") +
            "</section>";
 }
@@ -259,7 +174,9 @@ std::string Page::ToDo() const {
 std::string Page::Deviations() const {
     std::string html = "<section class=wide><h2>Alarms and deviating values</h2>";
     if (m_deviations.empty())
-        return html + "<p class=quiet>None of the values that were read deviates.</p></section>";
+        return html +
+               Quiet(m_isVisited ? "None of the values that were read deviates." : "Nothing was read yet.") +
+               "</section>";
     html +=
         "<div class=scroll><table "
         "class=deviations><thead><tr><th>Meter<th>Value<th>Read<th>Finding</thead><tbody>";
@@ -267,8 +184,8 @@ std::string Page::Deviations() const {
         html += deviation.row;
     html += "</tbody></table></div>";
     if (m_deviating > m_deviations.size())
-        html += "<p class=quiet>and " + std::to_string(m_deviating - m_deviations.size()) +
-                " more; the list of meters shows them all.</p>";
+        html += Quiet("and " + std::to_string(m_deviating - m_deviations.size()) +
+                      " more; the list of meters shows them all.");
     return html + "</section>";
 }
 
@@ -302,7 +219,7 @@ void Page::Write(const Heading& heading, const std::function<void(std::string_vi
         "<span id=shown></span></div>\n<div id=meters>\n");
     for (const Meter& meter : m_meters)
         write(Html(meter));
-    write("</div></section>\n</main>\n<script>\n");
+    write("</div></section>\n</main>\n<script>\nconst phrases = " + m_phrases.List() + ";\n");
     write(File("page.js"));
     write("</script>\n");
 }

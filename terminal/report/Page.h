@@ -3,12 +3,12 @@
 #pragma once
 
 #include <functional>
-#include <map>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "terminal/RouteRecords.h"
+#include "terminal/report/Details.h"
 
 namespace Report {
 
@@ -21,10 +21,9 @@ class Page {
 public:
     // `meters`: of the whole route. The details of a long route are put into the page so that a browser looks
     // at them when they are opened.
-    explicit Page(int meters) : m_isLong(meters > kMostOpened) {}
+    explicit Page(int meters) : m_isLong(meters > kMostOpened), m_phrases(m_isLong) {}
 
-    // `findings`: a sentence for each value that deviates, by its name.
-    void Add(const RouteRecord& record, const std::map<std::string, std::string>& findings);
+    void Add(const RouteRecord& record, const Sentences& findings);
 
     // Writes the page, piece by piece.
     void Write(const Heading& heading, const std::function<void(std::string_view html)>& write) const;
@@ -63,8 +62,10 @@ private:
     std::string Html(const Meter& meter) const;
 
     bool m_isLong;
+    Phrases m_phrases;
     std::vector<Meter> m_meters;
     std::vector<Deviation> m_deviations;
+    bool m_isVisited = false;
     std::size_t m_deviating = 0;  // values, those that are not listed too
 };
 

@@ -7,10 +7,12 @@
   let texts = null;
   let filter = '';
 
+  // Each private character stands for a phrase.
+  const spelled = text => text.replace(/[\uE000-\uF8FF]/g, character => phrases[character.charCodeAt(0) - 0xE000]);
   const fill = meter => {
     const inside = meter.lastElementChild;
     const kept = inside.firstChild;
-    if (kept && kept.nodeType === Node.COMMENT_NODE) inside.innerHTML = kept.data;
+    if (kept && kept.nodeType === Node.COMMENT_NODE) inside.innerHTML = spelled(kept.data);
   };
   const show = () => {
     texts = texts || meters.map(meter => meter.firstElementChild.textContent.toLowerCase());

@@ -1,12 +1,15 @@
 // The route for other programs and for a browser.
 #include <filesystem>
+#include <map>
 #include <nlohmann/json.hpp>
 #include <sstream>
 #include <string>
 #include <tuple>
 #include <vector>
 
+#include "terminal/Fields.h"
 #include "terminal/report/History.h"
+#include "terminal/report/Html.h"
 #include "terminal/report/Page.h"
 #include "tests/terminal/MeterdbFixture.h"
 
@@ -30,6 +33,23 @@ RouteValue ValueOf(const std::string& name, const std::string& definition, const
     made.entry = {name, "R", status, definition, value, ""};
     made.shown = {"", value, ""};
     return made;
+}
+
+// A page with its phrases in the place of the characters that stand for them.
+std::string SpelledOut(const std::string& page) {
+    const std::string start = "const phrases = ";
+    const std::size_t list = page.find(start) + start.size();
+    const json phrases = json::parse(page.substr(list, page.find(";\n", list) - list));
+    std::map<std::string, std::string> spellings;
+    for (unsigned i = 0; i < phrases.size(); ++i)
+        spellings[Report::PrivateCharacter(i)] = phrases[i];
+    std::string spelled;
+    for (std::size_t i = 0; i < page.size();) {
+        const auto spelling = spellings.find(page.substr(i, 3));
+        spelled += spelling == spellings.end() ? page.substr(i, 1) : spelling->second;
+        i += spelling == spellings.end() ? 1 : 3;
+    }
+    return spelled;
 }
 
 }  // namespace
@@ -149,6 +169,15 @@ TEST_F(Meterdb, ReportListsAlarmsAndDeviatingValues) {
     EXPECT_THAT(page, HasSubstr("class=\"done hasalarm deviates\""));
 }
 
+TEST_F(Meterdb, ReportSaysWhatIsNotThereYet) {
+    m_folder.Write("route.ini", "[General]\nMeters=1\n[#_1]\nState=U\n1.8.0=R,U,8,,\"\"\n");
+    ASSERT_EQ(Run({"report", File("route.html")}), kDone);
+    EXPECT_THAT(m_folder.Read("route.html"), HasSubstr("Nothing was read yet."));
+    m_folder.Write("route.ini", "[General]\nMeters=0\n");
+    ASSERT_EQ(Run({"report", File("route.html")}), kDone);
+    EXPECT_THAT(m_folder.Read("route.html"), HasSubstr("The route has no meters."));
+}
+
 TEST_F(Meterdb, ReportShowsTextsOfFilesAsTexts) {
     m_folder.Write("route.ini",
                    "[General]\nMeters=1\nDBInfo=<script>alert(1)</script>\n[#_1]\nState=U\n"
@@ -168,10 +197,27 @@ TEST_F(Meterdb, ReportOfALongRouteKeepsDetailsForLater) {
          {std::tuple("town", "301", 301), std::tuple("village", "300", 0)}) {
         ASSERT_EQ(RunTerminal({"simulate", File(folder), "--meters", meters}, screen), kDone);
         ASSERT_EQ(RunTerminal({"--dir", File(folder), "report", File("page.html")}, screen), kDone);
-        EXPECT_EQ(CountOf(m_folder.Read("page.html"), "<div class=inside><!--"), later);
-        EXPECT_EQ(CountOf(m_folder.Read("page.html"), "<!--"), later);
-        EXPECT_GT(CountOf(m_folder.Read("page.html"), "<figure>"), 150);
+        const std::string page = m_folder.Read("page.html");
+        EXPECT_EQ(CountOf(page, "<div class=inside><!--"), later);
+        EXPECT_EQ(CountOf(page, "<!--"), later);
+        EXPECT_EQ(CountOf(page, "const phrases = [];"), later == 0 ? 1 : 0);
+        EXPECT_GT(CountOf(SpelledOut(page), "<figure>"), 150);
     }
+}
+
+TEST_F(Meterdb, ReportShortensNoTextOfARoute) {
+    Report::Phrases phrases(true);
+    Report::Phrases none(false);
+    RouteRecord record;
+    record.values = {ValueOf("1.8.0", "8.1 kWh", "1"), ValueOf("Note", "", "a \uE000, \uF8FF")};
+    for (RouteValue& value : record.values)
+        value.kind = Fields::kValues;
+    const std::string details = Report::DetailsOf(record, {}, none);
+    EXPECT_THAT(details, HasSubstr("<td>a &#57344;, &#63743;"));
+    const std::string shortened = Report::DetailsOf(record, {}, phrases);
+    EXPECT_LT(shortened.size(), details.size() / 3);
+    EXPECT_EQ(SpelledOut("const phrases = " + phrases.List() + ";\n" + shortened),
+              "const phrases = " + phrases.List() + ";\n" + details);
 }
 
 // ---- histories
@@ -190,10 +236,12 @@ TEST(ReportHistory, RegisterThatCountsOnShowsWhatWasCounted) {
     EXPECT_NEAR(histories[0].bars[1].use, 20, 1e-9);
     EXPECT_EQ(histories[0].bars[2].periodsBack, 0);
     EXPECT_NEAR(histories[0].bars[2].use, 10.5, 1e-9);
-    const std::string drawing = Report::Drawing(histories[0]);
+    Report::Phrases phrases(false);
+    const std::string drawing = Report::Drawing(histories[0], phrases);
     EXPECT_EQ(CountOf(drawing, "<rect "), 3);
     EXPECT_THAT(drawing, HasSubstr("<title>last period: 20.0 kWh</title>"));
-    EXPECT_THAT(drawing, HasSubstr("class=now><title>this period so far: 10.5 kWh</title>"));
+    EXPECT_THAT(drawing, HasSubstr(" class=now y="));
+    EXPECT_THAT(drawing, HasSubstr("<title>this period so far: 10.5 kWh</title>"));
 }
 
 TEST(ReportHistory, DemandIsTheHighestOfEachPeriod) {
