@@ -1,10 +1,11 @@
-// A whole working day without memory: every allocation of the day fails in its turn, once and from then on.
-// Nothing that was told to be saved is lost, no file is a mixture, no meter and no answer of a meter
-// disappears, and the next save puts right what is left.
+// A whole working day on a system that fails: every platform call and every allocation of the day fails in its
+// turn, once and from then on. Nothing that was told to be saved is lost, no file is a mixture, no meter and no
+// answer of a meter disappears, and the next save puts right what is left.
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <iostream>
+#include <tuple>
 
 #include "tests/support/HeapFault.h"
 #include "tests/support/WorkingDay.h"
@@ -25,6 +26,8 @@ public:
         m_system.SetTime(kNow);
         m_system.SkipFlushes();
     }
+
+    FakeSystem* System() { return &m_system; }
 
     void Run() {
         if (m_day.Open()) {
@@ -119,27 +122,57 @@ private:
     WorkingDay m_day;
 };
 
-class FailingAllocations : public testing::TestWithParam<HeapFault::Times> {};
+// A fault in every call of a kind makes many days, which are split into parts that run side by side.
+constexpr int kParts = 4;
+
+class FailingCalls : public testing::TestWithParam<std::tuple<FakeSystem::Times, int>> {};
+
+TEST_P(FailingCalls, LoseNothingOfAWholeDay) {
+    const auto [times, part] = GetParam();
+    bool failed = true;
+    int days = 0;
+    for (int n = part; failed && !HasFailure(); n += kParts) {
+        SCOPED_TRACE("call " + std::to_string(n));
+        FaultyDay day(50);
+        day.System()->FailAnyCall(n, times);
+        day.Run();
+        failed = day.System()->FaultHappened();
+        days += failed ? 1 : 0;
+        day.ExpectNothingLost();
+    }
+    std::cout << days << " days with a failed call\n";
+    EXPECT_GT(days, 500 / kParts);
+}
+
+INSTANTIATE_TEST_SUITE_P(WorkingDay, FailingCalls,
+                         testing::Combine(testing::Values(FakeSystem::Times::Once,
+                                                          FakeSystem::Times::FromThenOn),
+                                          testing::Range(1, kParts + 1)));
+
+class FailingAllocations : public testing::TestWithParam<std::tuple<HeapFault::Times, int>> {};
 
 TEST_P(FailingAllocations, LoseNothingOfAWholeDay) {
+    const auto [times, part] = GetParam();
     bool failed = true;
-    int n = 0;
-    while (failed && !HasFailure()) {
-        SCOPED_TRACE("allocation " + std::to_string(++n));
+    int days = 0;
+    for (int n = part; failed && !HasFailure(); n += kParts) {
+        SCOPED_TRACE("allocation " + std::to_string(n));
         FaultyDay day(8);
         {
-            const HeapFault fault(n, GetParam());
+            const HeapFault fault(n, times);
             day.Run();
             failed = fault.Happened();
         }
+        days += failed ? 1 : 0;
         day.ExpectNothingLost();
     }
-    std::cout << n - 1 << " allocations failed\n";
-    RecordProperty("FailedAllocations", n - 1);
-    EXPECT_GT(n, 300);
+    std::cout << days << " days with a failed allocation\n";
+    EXPECT_GT(days, 300 / kParts);
 }
 
 INSTANTIATE_TEST_SUITE_P(WorkingDay, FailingAllocations,
-                         testing::Values(HeapFault::Times::Once, HeapFault::Times::FromThenOn));
+                         testing::Combine(testing::Values(HeapFault::Times::Once,
+                                                          HeapFault::Times::FromThenOn),
+                                          testing::Range(1, kParts + 1)));
 
 }  // namespace
