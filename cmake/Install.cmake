@@ -52,7 +52,7 @@ if(TARGET meterdb)
   endif()
 endif()
 install(FILES README.md DESTINATION "${documents_dir}" COMPONENT Runtime)
-install(FILES docs/architecture.md docs/files.md DESTINATION "${documents_dir}/docs" COMPONENT Runtime)
+install(DIRECTORY docs DESTINATION "${documents_dir}" COMPONENT Runtime)
 
 # ---- packages
 

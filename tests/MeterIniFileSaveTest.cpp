@@ -12,6 +12,7 @@
 #include "MeterUtil/MeterIniFile.h"
 #include "tests/support/FakeSystem.h"
 #include "tests/support/HeapFault.h"
+#include "tests/support/Host.h"
 #include "tests/support/TestFolder.h"
 
 namespace fs = std::filesystem;
@@ -193,6 +194,22 @@ TEST_F(MeterIniFileSave, FileIsSavedAlsoWhenTheMirrorFails) {
     EXPECT_FALSE(m_store->UpdateFile());
     EXPECT_EQ(m_folder.Read("a.ini"), kNew);
     EXPECT_TRUE(m_store->m_error);
+}
+
+TEST_F(MeterIniFileSave, MirrorMayBeOnAnotherVolume) {
+    const fs::path volume = Host::FolderOnAnotherVolume(m_folder.Path());
+    if (volume.empty())
+        GTEST_SKIP() << "this system has one volume";
+    const TestFolder other(volume);
+    m_store->SetMirror(other.Wide("mirror.ini").c_str());
+    EXPECT_TRUE(m_store->UpdateFile());
+    EXPECT_EQ(other.Read("mirror.ini"), kNew);
+    Change("newer");
+    EXPECT_TRUE(m_store->UpdateFileBackground());
+    m_store.reset();
+    EXPECT_EQ(m_folder.Read("a.ini"), With("newer"));
+    EXPECT_EQ(other.Read("mirror.ini"), With("newer"));
+    EXPECT_EQ(other.Names(), std::vector<std::string>{"mirror.ini"});
 }
 
 TEST_F(MeterIniFileSave, MirrorThatIsAHardLinkOfTheFileIsWrittenToo) {

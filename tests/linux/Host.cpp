@@ -1,5 +1,8 @@
 #include "tests/support/Host.h"
 
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <system_error>
 
 namespace Host {
@@ -22,6 +25,17 @@ bool MakeLink(const std::filesystem::path& target, const std::filesystem::path& 
 
 bool IsLink(const std::filesystem::path& path) {
     return std::filesystem::is_symlink(path);
+}
+
+std::filesystem::path FolderOnAnotherVolume(const std::filesystem::path& path) {
+    struct stat here {};
+    struct stat there {};
+    if (::stat(path.c_str(), &here) != 0)
+        return {};
+    for (const char* folder : {"/dev/shm", "/tmp", "/var/tmp", "."})
+        if (::stat(folder, &there) == 0 && there.st_dev != here.st_dev && ::access(folder, W_OK) == 0)
+            return folder;
+    return {};
 }
 
 }  // namespace Host

@@ -18,4 +18,7 @@ std::string NarrowFromPath(const std::filesystem::path& name);
 bool MakeLink(const std::filesystem::path& target, const std::filesystem::path& link);
 bool IsLink(const std::filesystem::path& path);
 
+// A folder on another volume than `path`, where files can be made; "" when there is none.
+std::filesystem::path FolderOnAnotherVolume(const std::filesystem::path& path);
+
 }  // namespace Host

@@ -14,11 +14,10 @@
 
 namespace fs = std::filesystem;
 
-TestFolder::TestFolder() {
+TestFolder::TestFolder(const fs::path& parent) {
     static const unsigned process = std::random_device()();
     static std::atomic<int> counter{0};
-    m_path = fs::temp_directory_path() /
-             ("meterdb-test-" + std::to_string(process) + "-" + std::to_string(counter++));
+    m_path = parent / ("meterdb-test-" + std::to_string(process) + "-" + std::to_string(counter++));
     fs::create_directories(m_path);
 }
 

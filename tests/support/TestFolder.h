@@ -8,7 +8,8 @@
 
 class TestFolder {
 public:
-    TestFolder();
+    // A new folder in `parent`; without one where this system has its temporary files.
+    explicit TestFolder(const std::filesystem::path& parent = std::filesystem::temp_directory_path());
     ~TestFolder();
     TestFolder(const TestFolder&) = delete;
     TestFolder& operator=(const TestFolder&) = delete;

@@ -28,4 +28,13 @@ bool MakeLink(const std::filesystem::path& target, const std::filesystem::path& 
     return ::CreateSymbolicLinkW(link.c_str(), target.c_str(), kind | kWithoutPrivilege) != 0 && IsLink(link);
 }
 
+std::filesystem::path FolderOnAnotherVolume(const std::filesystem::path& path) {
+    for (wchar_t drive = L'C'; drive <= L'Z'; ++drive) {
+        const std::wstring root = {drive, L':', L'\\'};
+        if (path.root_path() != root && ::GetDriveTypeW(root.c_str()) == DRIVE_FIXED)
+            return root;
+    }
+    return {};
+}
+
 }  // namespace Host
