@@ -288,7 +288,7 @@ TEST(PowerCut, LeavesWholeFilesAndEveryAnswer) {
     system.SetTime(kNow);
     system.SkipFlushes();
     WorkingDay day(&folder, &system, 5);
-    Medium medium(folder.Path().string(), FilesIn(folder));
+    Medium medium(folder.Path().generic_string(), FilesIn(folder));
     ASSERT_TRUE(day.Open());
     day.Visit();
     day.Gather(0, 1);
@@ -324,7 +324,7 @@ TEST(PowerCut, LosesNothingThatWasDoneAfterAProgramWasStopped) {
         system.SetTime(kNow);
         system.SkipFlushes();
         WorkingDay day(&folder, &system, 5);
-        Medium medium(folder.Path().string(), FilesIn(folder));
+        Medium medium(folder.Path().generic_string(), FilesIn(folder));
         ASSERT_TRUE(day.Open());
         system.FailAnyCall(n, FakeSystem::Times::FromThenOn);
         day.Gather(0, 2);

@@ -22,7 +22,7 @@ public:
     // Bytes of the files by their paths below a root, with '/' between the names.
     using Directory = std::map<std::string, std::string>;
 
-    // `root`: narrow path in front of the files' paths. `files` are on the medium.
+    // `root`: narrow path in front of the files' paths, with '/' too. `files` are on the medium.
     Medium(std::string root, const Directory& files);
 
     // Does what a recorded call did. A call that changes a file and flushes it takes two steps, with a power

@@ -17,6 +17,7 @@
 #include "terminal/Terminal.h"
 #include "terminal/check/Rule.h"
 #include "tests/support/TestFolder.h"
+#include "tests/terminal/MeterdbFixture.h"
 
 namespace fs = std::filesystem;
 using nlohmann::json;
@@ -61,10 +62,7 @@ std::string Numbered(int first, int last, const std::string& before, const std::
 
 class Checked : public testing::Test {
 protected:
-    void SetUp() override {
-        fs::copy(fs::path(PROJECT_DIR) / "samples" / "installation", m_folder.Path(),
-                 fs::copy_options::recursive);
-    }
+    void SetUp() override { CopySamples(m_folder); }
 
     int Run(std::vector<std::string> arguments) {
         std::ostringstream out;

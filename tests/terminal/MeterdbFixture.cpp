@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cctype>
 #include <filesystem>
+#include <fstream>
 #include <sstream>
 
 namespace fs = std::filesystem;
@@ -37,13 +38,29 @@ std::string WithoutTimes(std::string text) {
     return text;
 }
 
-// Paths as they are shown where '/' separates.
-std::string WithSlashes(std::string text) {
-    std::replace(text.begin(), text.end(), static_cast<char>(fs::path::preferred_separator), '/');
+// Puts '/' in the place of other separators in the paths that begin with this folder.
+std::string WithSlashes(std::string text, const std::string& folder) {
+    const char separator = static_cast<char>(fs::path::preferred_separator);
+    for (std::size_t at = text.find(folder); at != std::string::npos; at = text.find(folder, at + 1)) {
+        const std::size_t end = std::min(text.find_first_of(" \n\",", at), text.size());
+        std::replace(&text[at], &text[end], separator, '/');
+    }
     return text;
 }
 
 }  // namespace
+
+// The standard library's own copy takes any two folders of Windows for one and the same.
+void CopySamples(const TestFolder& folder) {
+    const fs::path samples = fs::path(PROJECT_DIR) / "samples" / "installation";
+    for (const fs::directory_entry& entry : fs::recursive_directory_iterator(samples)) {
+        const fs::path target = folder.Path() / entry.path().lexically_relative(samples);
+        if (entry.is_directory())
+            fs::create_directory(target);
+        else
+            std::ofstream(target, std::ios::binary) << std::ifstream(entry.path(), std::ios::binary).rdbuf();
+    }
+}
 
 const char* const Meterdb::kRoute =
     "[General]\nMeters=4\nDBInfo=Route 7\n"
@@ -87,8 +104,8 @@ int Meterdb::Run(std::vector<std::string> arguments, Screen::Style style) {
     Screen screen(out, errors, style);
     arguments.insert(arguments.begin(), {"--dir", m_folder.Path().string()});
     const int code = RunTerminal(arguments, screen);
-    m_out = WithSlashes(WithoutTimes(out.str()));
-    m_errors = WithSlashes(errors.str());
+    m_out = WithSlashes(WithoutTimes(out.str()), m_folder.Path().string());
+    m_errors = WithSlashes(errors.str(), m_folder.Path().string());
     return code;
 }
 

@@ -12,15 +12,18 @@
 #include "terminal/Terminal.h"
 #include "tests/support/TestFolder.h"
 
+// Puts the sample installation into a folder.
+void CopySamples(const TestFolder& folder);
+
 class Meterdb : public testing::Test {
 protected:
     void SetUp() override;
 
     // Runs the program on the folder; files among the arguments are given by `File`. What it wrote is in
-    // m_out and m_errors, stamps of time in m_out as "(now)", paths with '/'.
+    // m_out and m_errors, stamps of time in m_out as "(now)", paths of the folder with '/'.
     int Run(std::vector<std::string> arguments, Screen::Style style = {});
 
-    std::string File(const std::string& name) const { return (m_folder.Path() / name).string(); }
+    std::string File(const std::string& name) const { return (m_folder.Path() / name).generic_string(); }
 
     // A file of the folder, stamps of time as "(now)".
     std::string Read(const std::string& name) const;

@@ -80,7 +80,7 @@ protected:
     void Restore() {
         for (const fs::directory_entry& entry : fs::directory_iterator(m_folder.Path()))
             fs::remove_all(entry.path());
-        fs::copy(kSamples / "installation", m_folder.Path(), fs::copy_options::recursive);
+        CopySamples(m_folder);
     }
 
     // Runs a line as the page has it.
