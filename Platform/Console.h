@@ -10,6 +10,7 @@ struct Console {
     bool isTerminal = false;         // a person looks at standard output, in colour
     int columns = 0;                 // of the terminal; 0: no limit
     bool errorsAreTerminal = false;  // a person looks at standard error
+    bool answers = false;            // that person types into standard input
 };
 
 // Prepares standard output for UTF-8 and colours and tells what it is.

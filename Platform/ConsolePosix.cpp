@@ -15,6 +15,7 @@ Console OpenConsole() {
     Console console;
     winsize size{};
     console.errorsAreTerminal = !isDumb && isatty(STDERR_FILENO) != 0;
+    console.answers = isatty(STDERR_FILENO) != 0 && isatty(STDIN_FILENO) != 0;
     if (isatty(STDOUT_FILENO) == 0)
         return console;
     console.isTerminal = !isDumb;

@@ -34,6 +34,8 @@ Console OpenConsole() {
     const HANDLE errors = GetStdHandle(STD_ERROR_HANDLE);
     console.errorsAreTerminal =
         GetConsoleMode(errors, &mode) != 0 && SetConsoleMode(errors, mode | kColours) != 0;
+    console.answers =
+        GetConsoleMode(errors, &mode) != 0 && GetConsoleMode(GetStdHandle(STD_INPUT_HANDLE), &mode) != 0;
     if (GetConsoleMode(output, &mode) == 0)
         return console;
     SetConsoleOutputCP(CP_UTF8);

@@ -4,6 +4,7 @@
 
 #include "terminal/Commands.h"
 #include "terminal/RawArchive.h"
+#include "terminal/Refusal.h"
 #include "terminal/Report.h"
 #include "terminal/Utf8.h"
 
@@ -68,11 +69,13 @@ void ExtractFromArchive(const Options& options, const ArchiveExtractRequest& req
     screen.Line({Cell("Extracted to "), Cell(Utf8::Shown(file), Tone::Strong)});
 }
 
-void DeleteArchive(const Options& options, const ArchiveDeleteRequest& /*request*/, Screen& screen) {
+void DeleteArchive(const Options& options, const ArchiveDeleteRequest& request, Screen& screen) {
     Installation installation(options);
     const RawArchive archive(installation);
-    const std::size_t blocks = archive.Blocks().size();
+    const std::string what =
+        archive.Name() + " with " + CountOf(static_cast<long>(archive.Blocks().size()), "block", "blocks");
+    if (!request.yes && !screen.Agrees("Delete " + what + "?"))
+        throw Refusal(kRefused, "Nothing was changed.");
     archive.Delete();
-    screen.Line({Cell("Deleted " + archive.Name() + " with " +
-                      CountOf(static_cast<long>(blocks), "block", "blocks"))});
+    screen.Line({Cell("Deleted " + what)});
 }

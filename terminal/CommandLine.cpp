@@ -46,6 +46,8 @@ public:
     void AddSet();
     void AddState();
     void AddItem();
+    void AddClear();
+    void AddGeneral();
     void AddRouteEdits();
     void AddRead();
     void AddCatalogues();
@@ -166,6 +168,30 @@ void Program::AddItem() {
         .Takes("VALUE", &ItemRequest::text, "The whole text of the entry");
 }
 
+void Program::AddClear() {
+    const auto clear =
+        Add<ClearRequest>(m_app, "clear",
+                          "Clear the values of a record whose attributes say so: stamp and save it",
+                          "clear 3 1", ClearRecord)
+            .Needs("METER", &ClearRequest::meter, kMeter);
+    clear.app
+        ->add_option(
+            "MODE", clear.request->mode,
+            "0: what the attributes C, ? and U clear, such as entries by hand; 1: what D clears, readings")
+        ->required()
+        ->check(CLI::Range(0, 1));
+}
+
+void Program::AddGeneral() {
+    const auto general =
+        Add<GeneralRequest>(m_app, "general", "Show what holds for the whole route, or change it",
+                            "general CompanyID 4711", ShowOrSetGeneral)
+            .Takes("KEY", &GeneralRequest::key, "Key of one entry")
+            .Takes("VALUE", &GeneralRequest::value, "Its new text")
+            .Lists(m_screen);
+    general.app->get_option("KEY")->excludes("--json");
+}
+
 void Program::AddRouteEdits() {
     Add<TypesRequest>(m_app, "types", "List the types of meters that can be appended", "types --language de",
                       ShowTypes)
@@ -175,7 +201,8 @@ void Program::AddRouteEdits() {
     Add<DeleteRequest>(m_app, "delete",
                        "Delete a meter with its appendices: those behind it move down by one", "delete 14",
                        DeleteMeter)
-        .Needs("METER", &DeleteRequest::meter, "Number of the record or of the meter");
+        .Needs("METER", &DeleteRequest::meter, "Number of the record or of the meter")
+        .Flag("--yes", &DeleteRequest::yes, "Without asking");
 }
 
 void Program::AddRead() {
@@ -227,7 +254,8 @@ void Program::AddArchive() {
         .Takes("--output", &ArchiveExtractRequest::output,
                "File to write, which must not exist; without it one of the block's name");
     Add<ArchiveDeleteRequest>(archive, "delete", "Delete the archive with all its blocks", "archive delete",
-                              DeleteArchive);
+                              DeleteArchive)
+        .Flag("--yes", &ArchiveDeleteRequest::yes, "Without asking");
 }
 
 void Program::AddStore() {
@@ -249,10 +277,16 @@ void Program::AddStore() {
 }
 
 void Program::AddParameters() {
-    Add<ParametersRequest>(m_app, "parameters",
-                           "List the parameter files that were written to or read for meters", "parameters",
-                           ShowParameters)
-        .Lists(m_screen);
+    const auto parameters =
+        Add<ParametersRequest>(
+            m_app, "parameters",
+            "List the parameter files that were written to or read for meters, or enter one",
+            "parameters parameters/tariff.par Sawmill tariffs", ShowOrRegisterParameters)
+            .Takes("FILE", &ParametersRequest::file, "The parameter file that was written or read just now")
+            .Takes("FOR", &ParametersRequest::whom, "For whom")
+            .Takes("WHAT", &ParametersRequest::what, "What of it")
+            .Lists(m_screen);
+    parameters.app->get_option("FILE")->excludes("--json");
 }
 
 void Program::AddCheck() {
@@ -323,6 +357,7 @@ void DescribeCommandLine(CLI::App& app, Options& options, Screen& screen) {
     program.For("The route");
     program.AddRoute();
     program.AddShow();
+    program.AddGeneral();
     program.For("Work at a meter");
     program.AddRead();
     program.AddCatalogues();
@@ -330,6 +365,7 @@ void DescribeCommandLine(CLI::App& app, Options& options, Screen& screen) {
     program.AddSet();
     program.AddState();
     program.AddItem();
+    program.AddClear();
     program.For("Which meters there are");
     program.AddRouteEdits();
     program.AddStore();

@@ -55,6 +55,22 @@ struct ItemRequest {
 // Shows an entry of a record as it stands, or writes it.
 void ShowOrSetItem(const Options& options, const ItemRequest& request, Screen& screen);
 
+struct ClearRequest {
+    std::string meter;
+    int mode = 0;
+};
+
+// Clears the values of a record whose attributes say so.
+void ClearRecord(const Options& options, const ClearRequest& request, Screen& screen);
+
+struct GeneralRequest {
+    std::string key;  // "": all of them
+    std::optional<std::string> value;
+};
+
+// Shows the values of the whole route, or gives one of them another text.
+void ShowOrSetGeneral(const Options& options, const GeneralRequest& request, Screen& screen);
+
 struct AppendRequest {
     std::string type;
 };
@@ -64,6 +80,7 @@ void AppendMeter(const Options& options, const AppendRequest& request, Screen& s
 
 struct DeleteRequest {
     std::string meter;
+    bool yes = false;  // without asking
 };
 
 // Deletes a meter, appendices included, from the route.
@@ -165,7 +182,9 @@ struct ArchiveExtractRequest {
 // Writes a block of the archive into a file.
 void ExtractFromArchive(const Options& options, const ArchiveExtractRequest& request, Screen& screen);
 
-struct ArchiveDeleteRequest {};
+struct ArchiveDeleteRequest {
+    bool yes = false;  // without asking
+};
 
 // Deletes the archive.
 void DeleteArchive(const Options& options, const ArchiveDeleteRequest& request, Screen& screen);
@@ -194,7 +213,11 @@ void MountFromStore(const Options& options, const StoreMountRequest& request, Sc
 
 // ---- parameter files
 
-struct ParametersRequest {};
+struct ParametersRequest {
+    std::string file;  // to be registered; "": the register is shown
+    std::string whom;
+    std::string what;
+};
 
-// Shows the register of parameter files.
-void ShowParameters(const Options& options, const ParametersRequest& request, Screen& screen);
+// Shows the register of parameter files, or enters one into it.
+void ShowOrRegisterParameters(const Options& options, const ParametersRequest& request, Screen& screen);

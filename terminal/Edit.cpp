@@ -9,6 +9,7 @@
 #include "terminal/Record.h"
 #include "terminal/Refusal.h"
 #include "terminal/SaveListener.h"
+#include "terminal/Utf8.h"
 
 namespace {
 
@@ -98,6 +99,15 @@ SavedEdit StampAndSave(CMeterDatabase& database, const std::string& user,
     SaveOrRefuse(database, [&database] { return database.SetUser() && database.UpdateDatabaseForeground(); });
     return {MainValue(database, "UserID"), MainValue(database, "LastChanges"),
             ChangesOf(before, RecordsOfMeter(database))};
+}
+
+void SaveGeneral(CMeterDatabase& database, const std::string& key, const std::string& value) {
+    if (!database.SetDBGeneralData(key.c_str(), value.c_str()))
+        throw Refusal(kRefused, "\"" + Utf8::Shown(key) +
+                                    "\" with this text is no entry of one line. Nothing was changed.");
+    SaveOrRefuse(database, [&database] {
+        return database.SetGeneralData(kDirty, "Yes") && database.UpdateDatabaseForeground();
+    });
 }
 
 SavedEdit DeleteAndSave(CMeterDatabase& database) {

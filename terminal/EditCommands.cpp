@@ -1,4 +1,4 @@
-// `meterdb set`, `state` and `item`: what a person changes in a record.
+// `meterdb set`, `state`, `item` and `clear`: what a person changes in a record.
 #include <array>
 
 #include "MeterUtil/Text.h"
@@ -187,6 +187,18 @@ void ShowOrSetItem(const Options& options, const ItemRequest& request, Screen& s
         throw Refusal(kRefused, "\"" + Utf8::Shown(request.key) +
                                     "\" with this text is no entry of one line" +
                                     std::string(kNothingChanged));
+    const SavedEdit saved = StampAndSave(database, options.user, before);
+
+    screen.Heading(MeterTitle(database, place));
+    ShowSaved(saved, installation, screen);
+}
+
+void ClearRecord(const Options& options, const ClearRequest& request, Screen& screen) {
+    Installation installation(options);
+    CMeterDatabase& database = installation.Database();
+    const Place place = SelectMeter(database, request.meter);
+    const std::vector<RecordText> before = RecordsOfMeter(database);
+    database.ClearFields(request.mode);
     const SavedEdit saved = StampAndSave(database, options.user, before);
 
     screen.Heading(MeterTitle(database, place));

@@ -66,8 +66,12 @@ void Installation::OpenStores(const Options& options) {
     const CMeterIniFile* ini = m_database.GetPtrToIniFile();
     if (ini == nullptr || ini->m_error)
         throw Refusal(kFileFailed, name + " cannot be read");
+    if (std::error_code missing; !fs::exists(m_ini, missing))
+        throw Refusal(kFileFailed, "there is no " + name +
+                                       " (--dir names another; meterdb simulate town makes an installation "
+                                       "to try)");
     if (!ini->SectionExists("System"))
-        throw Refusal(kFileFailed, name + " is missing or is no system ini: it has no section [System]");
+        throw Refusal(kFileFailed, name + " is no system ini: it has no section [System]");
     const SaveListener saves;
     const bool opened = m_database.OpenDataFile(false);
     if (!saves.Reason().empty() || m_database.IniFileError()) {

@@ -10,7 +10,8 @@ int main(int argc, char** argv) {
     const Platform::Console console = Platform::OpenConsole();
     const char* noColour = std::getenv("NO_COLOR");
     const bool colours = console.isTerminal && (noColour == nullptr || *noColour == '\0');
-    Screen screen(std::cout, std::cerr, {colours, console.columns, console.errorsAreTerminal});
+    std::istream* answers = console.answers ? &std::cin : nullptr;
+    Screen screen(std::cout, std::cerr, {colours, console.columns, console.errorsAreTerminal, answers});
     const int code = RunTerminal(Platform::ProgramArguments(argc, argv), screen);
     // What nobody could read was not shown.
     return std::cout.flush() ? code : kFileFailed;

@@ -1,10 +1,13 @@
-// `meterdb parameters`: the register of parameter files.
+// `meterdb parameters`: the register of parameter files, which tells when each was last written to or read
+// for a meter.
 #include <algorithm>
 #include <array>
 
 #include "MeterUtil/Text.h"
 #include "terminal/Commands.h"
+#include "terminal/Refusal.h"
 #include "terminal/Report.h"
+#include "terminal/SaveListener.h"
 #include "terminal/Utf8.h"
 
 namespace {
@@ -27,11 +30,7 @@ std::array<std::string, 4> TokensOf(std::string_view entry) {
     return tokens;
 }
 
-}  // namespace
-
-void ShowParameters(const Options& options, const ParametersRequest& /*request*/, Screen& screen) {
-    Installation installation(options);
-    const CMeterIniFile& app = *installation.Database().GetPtrToAppFile();
+void ShowParameters(const CMeterIniFile& app, Screen& screen) {
     Table table;
     table.columns = {
         {"#", true, false, 0, "number"}, {"Time"}, {"For", false, true}, {"What", false, true}, {"File"}};
@@ -51,4 +50,36 @@ void ShowParameters(const Options& options, const ParametersRequest& /*request*/
     }
     screen.Line({Cell(CountOf(static_cast<long>(table.rows.size()), "parameter file", "parameter files"),
                       Tone::Faint)});
+}
+
+// A comma would shift the path, which would not be found again.
+void CheckText(const std::string& text) {
+    if (text.find_first_of(",\"\r\n") != std::string::npos)
+        throw Refusal(kRefused,
+                      "\"" + Utf8::Shown(text) +
+                          "\" cannot be registered: it has a comma, a quote or a line break. Nothing "
+                          "was changed.");
+}
+
+void Register(CMeterDatabase& database, const ParametersRequest& request) {
+    for (const std::string& text : {request.whom, request.what, request.file})
+        CheckText(text);
+    const SaveListener saves;
+    database.AppendToParameterFilesInAppFile(request.whom.c_str(), request.what.c_str(),
+                                             Utf8::ToWide(request.file).c_str());
+    if (!saves.Reason().empty())
+        throw Refusal(kFileFailed, saves.Reason() + ". Nothing was changed.");
+}
+
+}  // namespace
+
+void ShowOrRegisterParameters(const Options& options, const ParametersRequest& request, Screen& screen) {
+    Installation installation(options);
+    if (request.file.empty()) {
+        ShowParameters(*installation.Database().GetPtrToAppFile(), screen);
+        return;
+    }
+    Register(installation.Database(), request);
+    screen.Line({Cell("Entered "), Cell(Utf8::Shown(request.file), Tone::Strong),
+                 Cell(" in " + installation.FileName("AppFile"))});
 }

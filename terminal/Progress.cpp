@@ -6,15 +6,14 @@
 
 namespace {
 
-constexpr std::chrono::milliseconds kPatience{1000};  // before a work is long
-constexpr std::chrono::milliseconds kStep{100};       // between two looks of the bar
+constexpr std::chrono::milliseconds kStep{100};  // between two looks of the bar
 constexpr int kBarColumns = 30;
 constexpr const char* kEraseLine = "\r\x1B[K";
 
 }  // namespace
 
-Progress::Progress(Screen& screen, std::string title)
-    : m_screen(screen), m_title(std::move(title)), m_next(Clock::now() + kPatience) {}
+Progress::Progress(Screen& screen, std::string title, std::chrono::milliseconds patience)
+    : m_screen(screen), m_title(std::move(title)), m_next(Clock::now() + patience) {}
 
 Progress::~Progress() {
     if (m_isDrawn)

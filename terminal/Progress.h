@@ -9,7 +9,9 @@
 
 class Progress {
 public:
-    Progress(Screen& screen, std::string title);
+    // `patience`: before a work is long.
+    Progress(Screen& screen, std::string title,
+             std::chrono::milliseconds patience = std::chrono::milliseconds(1000));
     ~Progress();
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;

@@ -59,6 +59,8 @@ void DeleteMeter(const Options& options, const DeleteRequest& request, Screen& s
         throw Refusal(kRefused, "an appendix is deleted with its meter only: say " +
                                     ToText({place.meter, 0}) + ". Nothing was changed.");
     const std::string title = MeterTitle(database, place);
+    if (!request.yes && !screen.Agrees(title + "\nDelete this meter with its appendices?"))
+        throw Refusal(kRefused, "Nothing was changed.");
     const int metersBehind = database.GetNumberOfMeters() - place.meter;
     const SavedEdit saved = DeleteAndSave(database);
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <istream>
 #include <numeric>
 #include <ostream>
 
@@ -148,6 +149,15 @@ void Screen::Problem(const std::string& text) {
 
 void Screen::Warning(const std::string& text) {
     m_errors << Toned(kProgram, Tone::Warning) << text << '\n';
+}
+
+bool Screen::Agrees(const std::string& question) {
+    if (m_style.answers == nullptr)
+        return true;
+    m_errors << question << " [y/N] " << std::flush;
+    std::string answer;
+    std::getline(*m_style.answers, answer);
+    return MeterText::EqualIgnoringCase(answer, "y") || MeterText::EqualIgnoringCase(answer, "yes");
 }
 
 void Screen::Raw(const std::string& text, bool isError) {

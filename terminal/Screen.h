@@ -37,8 +37,9 @@ class Screen {
 public:
     struct Style {
         bool colours = false;
-        int columns = 0;        // of the terminal; 0: no limit
-        bool progress = false;  // a person waits in front of standard error
+        int columns = 0;                  // of the terminal; 0: no limit
+        bool progress = false;            // a person waits in front of standard error
+        std::istream* answers = nullptr;  // of that person; null: nobody can be asked
     };
 
     Screen(std::ostream& out, std::ostream& errors, Style style)
@@ -59,6 +60,9 @@ public:
     // A sentence for standard error, behind the name of the program.
     void Problem(const std::string& text);
     void Warning(const std::string& text);
+
+    // Whether a person who is asked says yes. Where nobody can be asked, nobody objects.
+    bool Agrees(const std::string& question);
 
     bool ShowsProgress() const { return m_style.progress; }
 

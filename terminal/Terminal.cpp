@@ -5,6 +5,7 @@
 
 #include "terminal/CommandLine.h"
 #include "terminal/Refusal.h"
+#include "terminal/WrongUse.h"
 
 namespace {
 
@@ -14,12 +15,14 @@ constexpr const char* kDescription =
 
 // Help and version are answers; everything else that CLI11 stops for is wrong use.
 int Finish(const CLI::App& app, const CLI::ParseError& stop, Screen& screen) {
+    if (stop.get_exit_code() != 0) {
+        ShowWrongUse(app, stop, screen);
+        return kWrongUse;
+    }
     std::ostringstream out;
-    std::ostringstream errors;
-    const int code = app.exit(stop, out, errors);
+    app.exit(stop, out, out);
     screen.Raw(out.str(), false);
-    screen.Raw(errors.str(), true);
-    return code == 0 ? kDone : kWrongUse;
+    return kDone;
 }
 
 int Parse(const std::vector<std::string>& arguments, Screen& screen) {

@@ -1,5 +1,6 @@
 // The commands of the raw data archive, and the copy of a readout that a visit leaves in it.
 #include <filesystem>
+#include <sstream>
 #include <string>
 
 #include "tests/support/Host.h"
@@ -222,4 +223,16 @@ TEST_F(MeterdbArchive, CopyThatCannotBeArchivedWaitsInTheSpoolDirectory) {
     const fs::directory_iterator waiting(m_folder.Path() / "spool");
     ASSERT_NE(waiting, fs::directory_iterator());
     EXPECT_EQ(m_folder.Read("spool/" + waiting->path().filename().string()), kGas);
+}
+
+TEST_F(MeterdbArchive, DeleteAsksThePersonWhoIsThere) {
+    ASSERT_EQ(Run({"archive", "add", "profile.txt"}), kDone);
+    std::istringstream no("\n");
+    EXPECT_EQ(Run({"archive", "delete"}, {false, 0, false, &no}), kRefused);
+    EXPECT_EQ(m_errors, "Delete data/raw.dat with 1 block? [y/N] meterdb: Nothing was changed.\n");
+    EXPECT_TRUE(m_folder.Exists("data/raw.dat"));
+    std::istringstream unasked("n\n");
+    EXPECT_EQ(Run({"archive", "delete", "--yes"}, {false, 0, false, &unasked}), kDone);
+    EXPECT_EQ(m_out, "Deleted data/raw.dat with 1 block\n");
+    EXPECT_FALSE(m_folder.Exists("data/raw.dat"));
 }

@@ -101,6 +101,45 @@ TEST_F(Meterdb, ExamplesOfHelpAreCommandLines) {
     }
 }
 
+// ---- slips
+
+TEST_F(Meterdb, SlipsOfWordsAreUnderstood) {
+    const std::vector<std::pair<std::vector<std::string>, std::string>> slips = {
+        {{"rout"},
+         "meterdb: there is no command \"rout\"; did you mean route?\nmeterdb --help tells more.\n"},
+        {{"Route"}, "did you mean route?"},
+        {{"shwo", "3"}, "did you mean show?"},
+        {{"archive", "lst"}, "no command \"lst\"; did you mean list?\nmeterdb archive --help tells more.\n"},
+        {{"--verson"}, "there is no option --verson; did you mean --version?"},
+        {{"route", "--jsn"}, "no option --jsn; did you mean --json?\nmeterdb route --help tells more.\n"},
+        {{"route", "--langauge", "de"}, "did you mean --language?"},
+        {{"frobnicate"}, "there is no command \"frobnicate\"\n"},
+        {{"-x"}, "there is no option -x\n"},
+        {{"read"}, "meterdb: METER is required\nmeterdb read --help tells more.\n"},
+        {{"read", "1", "gas.txt", "more"}, "\"more\" was not expected"},
+        {{"r\x1B"
+          "oute"},
+         "there is no command \"r\uFFFDoute\"; did you mean route?"}};
+    for (const auto& [words, answer] : slips) {
+        EXPECT_EQ(Run(words), kWrongUse);
+        EXPECT_THAT(m_errors, HasSubstr(answer));
+        EXPECT_EQ(m_out, "");
+    }
+}
+
+TEST_F(Meterdb, WithoutACommandHelpIsShown) {
+    EXPECT_EQ(Run({}), kWrongUse);
+    EXPECT_THAT(m_errors, HasSubstr("Hand the route on:"));
+    EXPECT_EQ(Run({"archive"}), kWrongUse);
+    EXPECT_THAT(m_errors, HasSubstr("Write a block of the archive into a file"));
+}
+
+TEST_F(Meterdb, WithoutAnInstallationTheWayToOneIsShown) {
+    EXPECT_EQ(Run({"--ini", "none.ini", "route"}), kFileFailed);
+    EXPECT_THAT(m_errors, HasSubstr("there is no none.ini of directory "));
+    EXPECT_THAT(m_errors, HasSubstr("meterdb simulate town makes an installation to try"));
+}
+
 // ---- listings for other programs
 
 TEST_F(Meterdb, RouteIsListedAsJson) {
@@ -132,8 +171,8 @@ TEST_F(Meterdb, EveryListingIsAJsonList) {
         {"show", "1"},       {"types"},
         {"commands", "1"},   {"options", "1"},
         {"archive", "list"}, {"store", "list"},
-        {"parameters"},      {"check"},
-        {"check", "--rules"}};
+        {"parameters"},      {"general"},
+        {"check"},           {"check", "--rules"}};
     for (std::vector<std::string> listing : listings) {
         listing.emplace_back("--json");
         const int code = Run(listing);

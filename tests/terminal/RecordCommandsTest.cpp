@@ -1,4 +1,5 @@
-// The commands that show and edit one record: show, set, state and item; and what a reading calculates.
+// The commands that show and edit one record: show, set, state, item and clear; what a reading calculates; and
+// what holds for the whole route.
 #include <string>
 #include <vector>
 
@@ -356,4 +357,63 @@ TEST_F(MeterdbRecords, ItemRefusesWhatIsNoEntry) {
 
 TEST_F(MeterdbRecords, FailedSaveOfAnItemChangesNothing) {
     ExpectFailedSaves({"item", "1", "Stop", "8"});
+}
+
+// ---- clear
+
+TEST_F(Meterdb, ClearEmptiesWhatTheAttributesName) {
+    const std::string route =
+        "[General]\nMeters=1\n[#_1]\nState=U\nReason=CU,DE,8,01,\"\"\nRemark=?U,DE,8,seen,\"\"\n"
+        "1.8.0=RD,DR,8,000001,\"\"\n1.8.0-last=,D,8,000000,\"\"\n";
+    m_folder.Write("route.ini", route);
+    EXPECT_EQ(Run({"clear", "1", "0", "--user", "0815"}), kDone) << m_errors;
+    EXPECT_EQ(m_out,
+              "Meter 1\n"
+              "\n"
+              "Saved in route.ini, stamped (now) by 0815\n"
+              "\n"
+              "  [#_1]\n"
+              "  - Reason=CU,DE,8,01,\"\"\n"
+              "  + Reason=CU,U,8,,\"\"\n"
+              "  - Remark=?U,DE,8,seen,\"\"\n"
+              "  + Remark=?U,U,8,?,\"\"\n"
+              "  + UserID=A,D,,0815,\"\"\n"
+              "  + LastChanges=A,D,,(now),\"\"\n");
+    m_folder.Write("route.ini", route);
+    EXPECT_EQ(Run({"clear", "1", "1"}), kDone);
+    EXPECT_THAT(Read("route.ini"),
+                HasSubstr("Reason=CU,DE,8,01,\"\"\nRemark=?U,DE,8,seen,\"\"\n1.8.0=RD,U,8,,\"\"\n"));
+    EXPECT_EQ(Run({"clear", "1", "2"}), kWrongUse);
+    EXPECT_EQ(Run({"clear", "1"}), kWrongUse);
+    ExpectRefusal(kRefused, {"clear", "9", "0"}, "there is no meter \"9\"");
+    ExpectFailedSaves({"clear", "1", "0"});
+}
+
+// ---- general
+
+TEST_F(Meterdb, GeneralShowsWhatHoldsForTheRoute) {
+    EXPECT_EQ(Run({"general"}), kDone);
+    EXPECT_EQ(m_out,
+              "  Key     Value\n"
+              "  ------  -------\n"
+              "  Meters  4\n"
+              "  DBInfo  Route 7\n");
+    EXPECT_EQ(Run({"general", "dbinfo"}), kDone);
+    EXPECT_EQ(m_out, "Route 7\n");
+    ExpectRefusal(kRefused, {"general", "Nothing"}, "the route has no entry \"Nothing\"");
+}
+
+TEST_F(Meterdb, GeneralChangesAnEntryAndNothingElse) {
+    std::string route = m_folder.Read("route.ini");
+    EXPECT_EQ(Run({"general", "DBInfo", "Route 8, April"}), kDone) << m_errors;
+    EXPECT_EQ(m_out, "DBInfo  Route 7 -> Route 8, April\nSaved in route.ini\n");
+    EXPECT_EQ(m_folder.Read("route.ini"), route.replace(route.find("Route 7"), 7, "Route 8, April"));
+    EXPECT_THAT(m_folder.Read("app.ini"), HasSubstr("Dirty=Yes"));
+    EXPECT_EQ(Run({"general", "CompanyID", "4711"}), kDone);
+    EXPECT_EQ(m_out, "CompanyID  - -> 4711\nSaved in route.ini\n");
+    for (const char* own : {"Meters", "client"})
+        ExpectRefusal(kRefused, {"general", own, "2"}, "is kept by the system. Nothing was changed.");
+    ExpectRefusal(kRefused, {"general", "DBInfo", "a\nb"}, "is no entry of one line");
+    ExpectRefusal(kRefused, {"general", "a=b", "c"}, "is no entry of one line");
+    ExpectFailedSaves({"general", "DBInfo", "x"});
 }

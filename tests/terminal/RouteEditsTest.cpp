@@ -1,4 +1,5 @@
 // The commands that change which meters the route has: types, append and delete.
+#include <sstream>
 #include <string>
 
 #include "tests/terminal/MeterdbFixture.h"
@@ -159,4 +160,20 @@ TEST_F(MeterdbRouteEdits, DeleteRefusesWhatIsNoMeter) {
 
 TEST_F(MeterdbRouteEdits, FailedSaveOfADeletedMeterChangesNothing) {
     ExpectFailedSaves({"delete", "2"});
+}
+
+TEST_F(Meterdb, DeleteAsksThePersonWhoIsThere) {
+    std::istringstream no("n\n");
+    const std::string route = m_folder.Read("route.ini");
+    EXPECT_EQ(Run({"delete", "2"}, {false, 0, false, &no}), kRefused);
+    EXPECT_EQ(m_errors,
+              "Meter 2, 20481632, Electricity, B\u00E4ckerei\n"
+              "Delete this meter with its appendices? [y/N] meterdb: Nothing was changed.\n");
+    EXPECT_EQ(m_folder.Read("route.ini"), route);
+    std::istringstream yes("y\n");
+    EXPECT_EQ(Run({"delete", "2"}, {false, 0, false, &yes}), kDone);
+    std::istringstream unasked("n\n");
+    EXPECT_EQ(Run({"delete", "2", "--yes"}, {false, 0, false, &unasked}), kDone);
+    EXPECT_EQ(m_errors, "");
+    EXPECT_THAT(m_folder.Read("route.ini"), testing::HasSubstr("Meters=2"));
 }

@@ -3,7 +3,10 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <sstream>
+
+#include "terminal/Progress.h"
 
 namespace {
 
@@ -91,4 +94,61 @@ TEST(Screen, ProblemsGoToStandardErrorUnderTheNameOfTheProgram) {
     screen.Warning("other meter");
     EXPECT_EQ(errors.str(), "meterdb: no meter\nmeterdb: other meter\n");
     EXPECT_EQ(out.str(), "");
+}
+
+// ---- questions
+
+TEST(Screen, AgreesWhenAPersonSaysYes) {
+    for (const auto& [answer, agrees] : {std::pair("y\n", true),
+                                         {"YES\n", true},
+                                         {"yes", true},
+                                         {"n\n", false},
+                                         {"\n", false},
+                                         {"", false},
+                                         {"yesterday\n", false}}) {
+        std::istringstream answers(answer);
+        std::ostringstream out;
+        std::ostringstream errors;
+        EXPECT_EQ(Screen(out, errors, {false, 0, false, &answers}).Agrees("Delete it?"), agrees) << answer;
+        EXPECT_EQ(errors.str(), "Delete it? [y/N] ");
+        EXPECT_EQ(out.str(), "");
+    }
+}
+
+TEST(Screen, AsksNobodyWhereThereIsNobody) {
+    std::ostringstream out;
+    EXPECT_TRUE(Screen(out, out, {}).Agrees("Delete it?"));
+    EXPECT_EQ(out.str(), "");
+}
+
+// ---- progress
+
+namespace {
+
+std::string ShownOf(bool hasPerson, std::chrono::milliseconds patience) {
+    std::ostringstream out;
+    std::ostringstream errors;
+    Screen screen(out, errors, {false, 0, hasPerson});
+    {
+        Progress progress(screen, "Checking", patience);
+        progress.Report(0.5);
+        progress.Report(0.6);  // too soon behind the first
+    }
+    EXPECT_EQ(out.str(), "");
+    return errors.str();
+}
+
+}  // namespace
+
+TEST(Progress, LongWorkShowsABarThatGoesWithIt) {
+    EXPECT_EQ(ShownOf(true, std::chrono::milliseconds(0)),
+              "\r\x1B[KChecking [###############...............] 50 %\r\x1B[K");
+}
+
+TEST(Progress, ShortWorkShowsNothing) {
+    EXPECT_EQ(ShownOf(true, std::chrono::hours(1)), "");
+}
+
+TEST(Progress, NobodyIsShownNothing) {
+    EXPECT_EQ(ShownOf(false, std::chrono::milliseconds(0)), "");
 }

@@ -3,7 +3,9 @@
 
 #include "tests/terminal/MeterdbFixture.h"
 
+namespace fs = std::filesystem;
 using testing::HasSubstr;
+namespace fs = std::filesystem;
 using testing::Not;
 
 namespace {
@@ -203,4 +205,34 @@ TEST_F(Meterdb, ParametersOfAnEmptyRegister) {
     m_folder.Write("app.ini", "[ParameterFiles]\nFiles=2000000000\nFile10002=20260211081500,,,a.par\n");
     EXPECT_EQ(Run({"parameters"}), kDone);
     EXPECT_EQ(m_out, "0 parameter files\n");
+}
+
+TEST_F(Meterdb, ParametersEntersAFileIntoTheRegister) {
+    const std::string app = m_folder.Read("app.ini");
+    EXPECT_EQ(Run({"parameters", "par/tariff.par", "Sawmill", "tariff set 1"}), kDone) << m_errors;
+    EXPECT_EQ(m_out, "Entered par/tariff.par in app.ini\n");
+    EXPECT_EQ(Run({"parameters", "PAR/tariff.par", "Sawmill"}), kDone);
+    EXPECT_EQ(Run({"parameters", "b.par"}), kDone);
+    const std::string now = m_folder.Read("app.ini");
+    EXPECT_EQ(now.substr(0, app.size()), app);
+    EXPECT_THAT(now,
+                testing::MatchesRegex("[^#]*\\[ParameterFiles\\]\nFiles=2\nFile1=[0-9]+,Sawmill,,PAR/tariff"
+                                      "\\.par\nFile2=[0-9]+,,,b\\.par\n"));
+    EXPECT_EQ(Run({"parameters"}), kDone);
+    EXPECT_THAT(m_out, testing::HasSubstr("2 parameter files\n"));
+    EXPECT_EQ(Run({"parameters", "b.par", "--json"}), kWrongUse);
+}
+
+TEST_F(Meterdb, ParametersRefusesWhatWouldNotBeFoundAgain) {
+    for (const char* text : {"a,b", "say \"hi\"", "a\nb"}) {
+        ExpectRefusal(kRefused, {"parameters", "b.par", text}, "a comma, a quote or a line break");
+        ExpectRefusal(kRefused, {"parameters", "b.par", "x", text}, "cannot be registered");
+        ExpectRefusal(kRefused, {"parameters", text}, "cannot be registered");
+    }
+}
+
+TEST_F(Meterdb, ParametersThatCannotBeSavedSaySo) {
+    fs::permissions(m_folder.Path() / "app.ini", fs::perms::owner_read);
+    ExpectRefusal(kFileFailed, {"parameters", "b.par"}, "save error: " + File("app.ini"));
+    fs::permissions(m_folder.Path() / "app.ini", fs::perms::owner_all);
 }
