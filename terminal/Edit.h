@@ -37,8 +37,8 @@ struct SavedEdit {
 SavedEdit StampAndSave(CMeterDatabase& database, const std::string& user,
                        const std::vector<RecordText>& before);
 
-// Writes a value of the whole route and saves the data file. Throws a Refusal when the key or the value cannot
-// stand in the file, or when it could not be saved.
+// Writes a value of the whole route and saves the data file. Throws a Refusal when the key or the value
+// cannot stand in the file, or when it could not be saved.
 void SaveGeneral(CMeterDatabase& database, const std::string& key, const std::string& value);
 
 // Deletes the current meter and saves the data file. Throws a Refusal when a file could not be saved.

@@ -1,5 +1,5 @@
-// The commands that show and edit one record: show, set, state, item and clear; what a reading calculates; and
-// what holds for the whole route.
+// The commands that show and edit one record: show, set, state, item and clear; what a reading
+// calculates; and what holds for the whole route.
 #include <string>
 #include <vector>
 
