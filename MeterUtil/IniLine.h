@@ -62,7 +62,7 @@ inline bool IsEntryOf(std::string_view text, std::string_view key, std::string_v
     if (text.size() - at <= key.size())
         return false;
     const std::string_view found = text.substr(at, key.size());
-    if (found != key && !MeterText::EqualIgnoringCase(found, key))
+    if (!MeterText::EqualIgnoringCase(found, key))
         return false;
     at += key.size();
     while (at < text.size() && MeterText::IsBlank(text[at]))
@@ -94,18 +94,35 @@ inline std::uint64_t ToLower8(std::uint64_t word) {
     return word | ((~word & kHighBits & (fromA ^ behindZ)) >> 2U);
 }
 
+// Up to eight bytes of a text as a number, by loads of a fixed size.
+inline std::uint64_t LastBytes(std::string_view text) {
+    const auto load = [](const char* from, auto number) {
+        std::memcpy(&number, from, sizeof number);
+        return std::uint64_t{number};
+    };
+    const char* const end = text.data() + text.size();
+    if (text.size() >= 8)
+        return load(end - 8, std::uint64_t{});
+    if (text.size() >= 4)
+        return load(text.data(), std::uint32_t{}) | load(end - 4, std::uint32_t{}) << 32U;
+    if (text.size() >= 2)
+        return load(text.data(), std::uint16_t{}) | load(end - 2, std::uint16_t{}) << 32U;
+    return text.empty() ? 0 : static_cast<std::uint8_t>(text.front());
+}
+
 // A hash that is the same for names that differ in the case of letters alone.
 inline std::uint32_t FoldedHash(std::string_view name) {
     constexpr std::uint64_t kFactor = 0x9E3779B97F4A7C15U;
     std::uint64_t hash = name.size() * kFactor;
-    while (!name.empty()) {
-        std::uint64_t word = 0;
-        const std::size_t taken = std::min(name.size(), sizeof word);
-        std::memcpy(&word, name.data(), taken);
-        hash = (hash ^ ToLower8(word)) * kFactor;
+    const auto mix = [&](std::string_view bytes) {
+        hash = (hash ^ ToLower8(LastBytes(bytes))) * kFactor;
         hash ^= hash >> 29U;
-        name.remove_prefix(taken);
-    }
+    };
+    constexpr std::size_t kAtOnce = sizeof hash;
+    std::size_t taken = 0;
+    for (; name.size() - taken > kAtOnce; taken += kAtOnce)
+        mix(name.substr(taken, kAtOnce));
+    mix(taken == 0 ? name : name.substr(name.size() - kAtOnce));
     return static_cast<std::uint32_t>(hash >> 32U);
 }
 

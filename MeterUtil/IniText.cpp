@@ -96,7 +96,7 @@ void IniText::OpenSection(std::string_view raw) {
     SectionData section;
     section.header = {raw.data(), static_cast<std::uint32_t>(raw.size()), 0, 0};
     section.first = static_cast<std::uint32_t>(m_startCount) + 1;
-    section.hash = FoldedHash(name);
+    section.nameSize = static_cast<std::uint32_t>(name.size());
     section.position = static_cast<std::uint32_t>(m_order.size());
     m_order.push_back(static_cast<Section>(m_sections.size()));
     m_firstLine.push_back(static_cast<std::uint32_t>(m_startCount));
@@ -132,9 +132,10 @@ std::string_view IniText::LineEndFor(std::string_view text) const {
 }
 
 std::string_view IniText::NameOf(const SectionData& section) const {
-    std::string_view name;
-    IsHeader(section.header.Raw(), &name);
-    return name;
+    const char* open = section.header.text;
+    while (*open != '[')
+        ++open;
+    return {open + 1, section.nameSize};
 }
 
 // ---- finding
@@ -147,8 +148,7 @@ IniText::Section IniText::FindSection(std::uint32_t hash, std::string_view name)
     return m_names.Find(hash, [&](Section id) {
         const SectionData& section = m_sections[id];
         Prefetch(section);
-        const std::string_view found = NameOf(section);
-        return found == name || MeterText::EqualIgnoringCase(found, name);
+        return MeterText::EqualIgnoringCase(NameOf(section), name);
     });
 }
 
@@ -158,12 +158,6 @@ void IniText::Prefetch(const SectionData& section) const {
     const std::uint8_t* const tags = Tags(section);
     Platform::Prefetch(tags);
     Platform::Prefetch(tags + section.count);
-    if (section.edited.Exists())
-        return;
-    constexpr std::uint32_t kStartsInALine = 16;
-    const std::uint32_t end = section.first + std::min(section.count, 4 * kStartsInALine);
-    for (std::uint32_t line = section.first; line < end; line += kStartsInALine)
-        Platform::Prefetch(m_starts.get() + line);
 }
 
 void IniText::Tag(SectionData& section) {
@@ -322,14 +316,16 @@ void IniText::BuildNameIndex() {
 // A copy of a deleted section of that name is dropped: the name means this section now.
 void IniText::Link(Section id) {
     SectionData& section = m_sections[id];
-    const auto deleted = m_copiesOfDeleted.find(NameOf(section));
+    const std::string_view name = NameOf(section);
+    const std::uint32_t hash = FoldedHash(name);
+    const auto deleted = m_copiesOfDeleted.find(name);
     if (deleted != m_copiesOfDeleted.end())
         m_copiesOfDeleted.erase(deleted);
-    const Section first = FindSection(section.hash, NameOf(section));
+    const Section first = FindSection(hash, name);
     if (first == kNoSection) {
         section.nextSame = kNoSection;
         section.prevSame = id;
-        m_names.Insert(section.hash, id);
+        m_names.Insert(hash, id);
         return;
     }
     SectionData& head = m_sections[first];
@@ -337,7 +333,7 @@ void IniText::Link(Section id) {
         section.nextSame = first;
         section.prevSame = head.prevSame;
         head.prevSame = id;
-        m_names.Replace(section.hash, first, id);
+        m_names.Replace(hash, first, id);
         m_copies.erase(first);
         return;
     }
@@ -352,20 +348,21 @@ void IniText::Link(Section id) {
 }
 
 void IniText::Unlink(Section id) {
-    SectionData& section = m_sections[id];
+    const SectionData& section = m_sections[id];
+    const std::uint32_t hash = FoldedHash(NameOf(section));
     const Section next = section.nextSame;
     const Section before = section.prevSame;
     const bool isFirst = m_sections[before].nextSame != id;
     if (!isFirst)
         m_sections[before].nextSame = next;
     else if (next != kNoSection)
-        m_names.Replace(section.hash, id, next);
+        m_names.Replace(hash, id, next);
     else
-        m_names.Erase(section.hash, id);
+        m_names.Erase(hash, id);
     if (next != kNoSection)
         m_sections[next].prevSame = before;
     else if (!isFirst)
-        m_sections[FindSection(section.hash, NameOf(section))].prevSame = before;  // the first knows the last
+        m_sections[FindSection(hash, NameOf(section))].prevSame = before;  // the first knows the last
 }
 
 // ---- saving

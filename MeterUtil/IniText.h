@@ -86,7 +86,7 @@ private:
         LineList edited;  // when there is none: lines [first, first + count) of the base
         std::uint32_t first = 0;
         std::uint32_t count = 0;  // lines behind the header
-        std::uint32_t hash = 0;
+        std::uint32_t nameSize = 0;
         std::uint32_t nextSame = kNoSection;  // of the same name, in the order of the file
         std::uint32_t prevSame = kNoSection;  // of the first: the last one
         std::uint32_t position = 0;           // in m_order; valid below m_placed

@@ -204,7 +204,7 @@ void IniText::RenameHeader(Section id, std::string_view text) {
     char* const end = std::copy(text.begin(), text.end(), LineArena::Writable(header));
     std::copy(lineEnd.begin(), lineEnd.end(), end);
     section.header = header;
-    section.hash = FoldedHash(name);
+    section.nameSize = static_cast<std::uint32_t>(name.size());
     Link(id);
 }
 
@@ -313,11 +313,13 @@ IniText::Section IniText::NewSection(const Line& header, LineList lines, std::ui
     const Section id = m_unused.back();
     m_unused.pop_back();
     SectionData& section = m_sections[id];
+    std::string_view name;
+    IsHeader(header.Raw(), &name);
     section.header = header;
+    section.nameSize = static_cast<std::uint32_t>(name.size());
     section.count = lines.Size();
     section.hasBracketLines = HasBracketLine(lines);
     section.edited = std::move(lines);
-    section.hash = FoldedHash(NameOf(section));
     m_order.insert(m_order.begin() + position, id);
     m_firstLine.insert(m_firstLine.begin() + position, 0);
     section.position = position;

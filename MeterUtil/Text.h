@@ -60,6 +60,8 @@ constexpr char ToLower(char c) {
 inline bool EqualIgnoringCase(std::string_view a, std::string_view b) {
     if (a.size() != b.size())
         return false;
+    if (a == b)
+        return true;  // names are mostly asked for as they are written
     for (std::size_t i = 0; i < a.size(); ++i)
         if (ToLower(a[i]) != ToLower(b[i]))
             return false;
