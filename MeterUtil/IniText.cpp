@@ -48,6 +48,9 @@ std::shared_ptr<const char> IniText::OwnBlock(Platform::FileBytes bytes) {
 
 // One pass over the text: where each line begins, and which lines are headers.
 void IniText::ScanLines(const char* begin, const char* end) {
+    // Most files have longer lines, so that the block need not grow; what is not needed is given back.
+    constexpr std::size_t kShortLine = 32;
+    ResizeLineStarts(static_cast<std::size_t>(end - begin) / kShortLine + 2);
     const std::size_t skipped = m_hasByteOrderMark ? kByteOrderMark.size() : 0;
     for (const char* line = begin; line != end;) {
         const auto* lf =
@@ -60,8 +63,9 @@ void IniText::ScanLines(const char* begin, const char* end) {
     }
     CloseSection();
     m_numbered = m_placed = static_cast<std::uint32_t>(m_order.size());
-    m_lineCount = static_cast<std::uint32_t>(m_startCount);
+    m_lineCount = m_untouched = static_cast<std::uint32_t>(m_startCount);
     AddLineStart(skipped + static_cast<std::size_t>(end - begin));
+    ResizeLineStarts(m_startCount);
     if (m_lineCount != 0 && LineEndOf({begin, m_starts[1] - skipped}) == kLf)
         m_lineEnd = kLf;
     // A tag that was never written costs no memory: the system gives zeroed pages when they are first
@@ -72,17 +76,19 @@ void IniText::ScanLines(const char* begin, const char* end) {
 }
 
 void IniText::AddLineStart(std::size_t offset) {
-    if (m_startCount == m_startCapacity) {
-        // realloc moves the pages of a large block instead of copying them.
-        const std::size_t capacity = m_startCapacity + m_startCapacity / 2 + 1024;
-        void* const block = std::realloc(m_starts.get(), capacity * sizeof(std::uint32_t));
-        if (block == nullptr)
-            throw std::bad_alloc();
-        static_cast<void>(m_starts.release());  // realloc has taken it
-        m_starts.reset(static_cast<std::uint32_t*>(block));
-        m_startCapacity = capacity;
-    }
+    if (m_startCount == m_startCapacity)
+        ResizeLineStarts(m_startCapacity + m_startCapacity / 2 + 1024);
     m_starts[m_startCount++] = static_cast<std::uint32_t>(offset);
+}
+
+// realloc moves the pages of a large block instead of copying them.
+void IniText::ResizeLineStarts(std::size_t capacity) {
+    void* const block = std::realloc(m_starts.get(), capacity * sizeof(std::uint32_t));
+    if (block == nullptr)
+        throw std::bad_alloc();
+    static_cast<void>(m_starts.release());  // realloc has taken it
+    m_starts.reset(static_cast<std::uint32_t*>(block));
+    m_startCapacity = capacity;
 }
 
 // Begins a section with the next line, when it is a header.
@@ -110,11 +116,14 @@ void IniText::CloseSection() {
 
 // ---- lines
 
+std::string_view IniText::BaseLine(std::size_t line) const {
+    return {m_base.get() + m_starts[line], m_starts[line + 1] - m_starts[line]};
+}
+
 std::string_view IniText::Raw(const SectionData& section, std::uint32_t index) const {
     if (section.edited.Exists())
         return section.edited.Lines()[index].Raw();
-    const std::size_t line = section.first + index;
-    return {m_base.get() + m_starts[line], m_starts[line + 1] - m_starts[line]};
+    return BaseLine(std::size_t{section.first} + index);
 }
 
 const std::uint8_t* IniText::Tags(const SectionData& section) const {
@@ -260,7 +269,7 @@ IniText::Place IniText::Locate(std::uint32_t line) {
     NumberLines(line);
     const auto holds = [&](std::uint32_t position) {
         return position < m_numbered && m_firstLine[position] <= line &&
-               line - m_firstLine[position] < LinesOf(m_sections[m_order[position]]);
+               line < (position + 1 < m_numbered ? m_firstLine[position + 1] : m_lineCount);
     };
     std::uint32_t position = m_lastPosition;
     if (!holds(position) && !holds(++position))
@@ -275,6 +284,10 @@ IniText::Place IniText::Locate(std::uint32_t line) {
 bool IniText::LineAt(std::uint32_t line, std::string_view* text) {
     if (line >= m_lineCount)
         return false;
+    if (line < m_untouched) {
+        *text = WithoutLineEnd(BaseLine(line));
+        return true;
+    }
     const Place place = Locate(line);
     const SectionData& section = m_sections[m_order[place.position]];
     *text = WithoutLineEnd(place.index == kHeaderLine ? section.header.Raw() : Raw(section, place.index));

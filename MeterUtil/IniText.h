@@ -120,6 +120,7 @@ private:
     static constexpr std::uint32_t kNoLine = UINT32_MAX;
 
     // lines
+    std::string_view BaseLine(std::size_t line) const;
     std::string_view Raw(const SectionData& section, std::uint32_t index) const;
     const std::uint8_t* Tags(const SectionData& section) const;
     std::uint32_t LinesOf(const SectionData& section) const;
@@ -148,9 +149,11 @@ private:
     void OpenSection(std::string_view raw);
     void CloseSection();
     void AddLineStart(std::size_t offset);
+    void ResizeLineStarts(std::size_t capacity);
 
     // editing: what is prepared may throw, what is committed may not
     LineList& Edit(SectionData& section);
+    void Touch(const SectionData& section) noexcept;
     Line NewLine(std::initializer_list<std::string_view> parts);
     void ReplaceTail(Line& line, std::size_t kept, std::string_view text, std::string_view lineEnd);
     void ReplaceLine(SectionData& section, std::uint32_t index, std::string_view text);
@@ -192,6 +195,7 @@ private:
     std::uint32_t m_placed = 0;
     std::vector<std::uint32_t> m_firstLine;  // number of the first line, by position; valid below m_numbered
     std::uint32_t m_numbered = 0;
+    std::uint32_t m_untouched = 0;  // so many first lines of the text are the first lines of the base
     NameTable m_names;  // the first section of each name
     std::uint32_t m_lineCount = 0;
     std::size_t m_tidyAt = 0;    // so many bytes of the arena: it is time to look how much of it is in use

@@ -51,7 +51,15 @@ LineList& IniText::Edit(SectionData& section) {
     if (section.tagged)
         std::copy(Tags(section), Tags(section) + section.count, edited.Tags());
     section.edited = std::move(edited);
+    Touch(section);
     return section.edited;
+}
+
+// A section, or its header, no longer stands in the base. Up to the first such section no position has ever
+// changed; behind it any number will do.
+void IniText::Touch(const SectionData& section) noexcept {
+    if (section.position < m_firstLine.size())
+        m_untouched = std::min(m_untouched, m_firstLine[section.position]);
 }
 
 Line IniText::NewLine(std::initializer_list<std::string_view> parts) {
@@ -89,6 +97,7 @@ void IniText::EndLastLine() {
         return;
     Line& line = last.count != 0 ? Edit(last).Last() : last.header;
     ReplaceTail(line, raw.size(), {}, LineEndFor(raw));
+    Touch(last);
 }
 
 // A section came at a position.
@@ -205,6 +214,7 @@ void IniText::RenameHeader(Section id, std::string_view text) {
     std::copy(lineEnd.begin(), lineEnd.end(), end);
     section.header = header;
     section.nameSize = static_cast<std::uint32_t>(name.size());
+    Touch(section);
     Link(id);
 }
 
@@ -347,6 +357,7 @@ void IniText::RemoveSection(Section id) {
 
     m_copies.erase(id);
     Unlink(id);
+    Touch(m_sections[id]);
     const std::uint32_t position = PositionOf(id);
     m_lineCount -= LinesOf(m_sections[id]);
     m_sections[id] = SectionData();
@@ -453,6 +464,7 @@ void IniText::ReplaceLines(Section id, std::string_view raw) {
     if (isLast && section.count == 0 && lines.Size() != 0)
         EndLastLine();  // the header's
 
+    Touch(section);
     m_lineCount -= section.count;
     section.edited = std::move(lines);
     section.count = section.edited.Size();
