@@ -51,6 +51,7 @@ void IniText::ScanLines(const char* begin, const char* end) {
     // Most files have longer lines, so that the block need not grow; what is not needed is given back.
     constexpr std::size_t kShortLine = 32;
     ResizeLineStarts(static_cast<std::size_t>(end - begin) / kShortLine + 2);
+    Platform::ExpectRandomReads(m_starts.get(), m_startCapacity * sizeof(std::uint32_t));
     const std::size_t skipped = m_hasByteOrderMark ? kByteOrderMark.size() : 0;
     for (const char* line = begin; line != end;) {
         const auto* lf =

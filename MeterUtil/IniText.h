@@ -196,7 +196,7 @@ private:
     std::vector<std::uint32_t> m_firstLine;  // number of the first line, by position; valid below m_numbered
     std::uint32_t m_numbered = 0;
     std::uint32_t m_untouched = 0;  // so many first lines of the text are the first lines of the base
-    NameTable m_names;  // the first section of each name
+    NameTable m_names;              // the first section of each name
     std::uint32_t m_lineCount = 0;
     std::size_t m_tidyAt = 0;    // so many bytes of the arena: it is time to look how much of it is in use
     std::string_view m_lineEnd;  // of new lines

@@ -31,6 +31,12 @@ void KeepAwake(bool on) noexcept {
     System::KeepAwake(on);
 }
 
+void ExpectRandomReads(void* block, std::size_t bytes) noexcept {
+    constexpr std::size_t kLarge = std::size_t{4} * 1024 * 1024;
+    if (bytes >= kLarge)
+        System::UseLargePages(block, bytes);
+}
+
 std::wstring WideFromNarrow(std::string_view text) {
     std::wstring wide(text.size(), L'\0');
     wide.resize(System::Widen(text, wide.data(), wide.size()));
@@ -113,6 +119,7 @@ bool ReadToEnd(System::File file, std::uint64_t expectedSize, std::uint64_t most
     std::size_t room = static_cast<std::size_t>(expectedSize) + 1;
     if (!Resize(&bytes->data, room))
         return false;
+    ExpectRandomReads(bytes->data.get(), room);
     for (;;) {
         const std::ptrdiff_t count = System::Read(file, bytes->data.get() + bytes->size, room - bytes->size);
         if (count <= 0)

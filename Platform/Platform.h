@@ -53,6 +53,11 @@ int MessageBoxW(void* owner, const wchar_t* text, const wchar_t* caption, unsign
 // the system cannot be asked.
 void KeepAwake(bool on) noexcept;
 
+// Says of a block that was just allocated and not yet written that it will be read here and there. The memory
+// of a large one is then mapped in larger pages, where the system has them and is asked for that, so that
+// fewer reads wait for the address. What is not written then takes at most one of these pages.
+void ExpectRandomReads(void* block, std::size_t bytes) noexcept;
+
 // ---- text
 
 constexpr std::size_t kFormattedChars = 1024;  // most that wsprintfW writes, terminator not included

@@ -43,6 +43,7 @@ enum class RenameResult {
 
 void* Allocate(std::size_t bytes) noexcept;  // null when there is no memory
 void Release(void* block) noexcept;
+void UseLargePages(void* block, std::size_t bytes) noexcept;
 void ReadLocalTime(SystemTime* now) noexcept;
 int ShowMessage(void* owner, const wchar_t* text, const wchar_t* caption, unsigned type) noexcept;
 void KeepAwake(bool on) noexcept;

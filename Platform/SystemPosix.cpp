@@ -1,6 +1,7 @@
 // The seam on Linux. Owns the form of names there: bytes, taken as UTF-8 whatever the locale, with '/'
 // between them.
 #include <fcntl.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -11,6 +12,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
+#include <memory>
 
 #include "Platform/System.h"
 
@@ -118,6 +120,15 @@ void* Allocate(std::size_t bytes) noexcept {
 
 void Release(void* block) noexcept {
     std::free(block);
+}
+
+// Whole pages only: what is in front of the first and behind the last one is not the block's alone.
+void UseLargePages(void* block, std::size_t bytes) noexcept {
+    constexpr std::size_t kPage = std::size_t{2} * 1024 * 1024;
+    void* first = block;
+    std::size_t left = bytes;
+    if (std::align(kPage, kPage, first, left) != nullptr)
+        ::madvise(first, left / kPage * kPage, MADV_HUGEPAGE);  // refused: no harm
 }
 
 void ReadLocalTime(SystemTime* now) noexcept {

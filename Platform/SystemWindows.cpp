@@ -32,6 +32,8 @@ void Release(void* block) noexcept {
     ::LocalFree(block);
 }
 
+void UseLargePages(void* /*block*/, std::size_t /*bytes*/) noexcept {}  // takes a privilege here
+
 void ReadLocalTime(SystemTime* now) noexcept {
     SYSTEMTIME time;
     ::GetLocalTime(&time);

@@ -135,6 +135,10 @@ void Release(void* block) noexcept {
     RealSystem::Release(block);
 }
 
+void UseLargePages(void* block, std::size_t bytes) noexcept {
+    RealSystem::UseLargePages(block, bytes);
+}
+
 void ReadLocalTime(SystemTime* now) noexcept {
     *now = {2026, 11, 6, 21, 9, 30, 0, 0};
 }

@@ -310,6 +310,10 @@ void Release(void* block) noexcept {
     RealSystem::Release(block);
 }
 
+void UseLargePages(void* block, std::size_t bytes) noexcept {
+    RealSystem::UseLargePages(block, bytes);
+}
+
 void ReadLocalTime(SystemTime* now) noexcept {
     RealSystem::ReadLocalTime(now);
     Access access;
