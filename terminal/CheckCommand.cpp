@@ -131,11 +131,14 @@ void ShowSummary(const Check::Subject& subject, const std::vector<Finding>& find
         screen.Line({Cell("Nothing found", Tone::Good), Cell(" in " + Looked(subject))});
         return;
     }
-    screen.Line(
-        {Cell(CountOf(CountSeverity(findings, Severity::Error), "error", "errors"), Tone::Bad), Cell(", "),
-         Cell(CountOf(CountSeverity(findings, Severity::Warning), "warning", "warnings"), Tone::Warning),
-         Cell(", " + CountOf(CountSeverity(findings, Severity::Note), "note", "notes") + " in " +
-              Looked(subject))});
+    const auto count = [&findings](Severity severity, const char* one, const char* many) {
+        const long number = CountSeverity(findings, severity);
+        return Cell(CountOf(number, one, many), number == 0 ? Tone::Plain : ToneOf(severity));
+    };
+    screen.Line({count(Severity::Error, "error", "errors"), Cell(", "),
+                 count(Severity::Warning, "warning", "warnings"),
+                 Cell(", " + CountOf(CountSeverity(findings, Severity::Note), "note", "notes") + " in " +
+                      Looked(subject))});
 }
 
 void ShowFindings(const Check::Subject& subject, const std::vector<Finding>& findings, bool all, int repaired,

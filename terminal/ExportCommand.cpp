@@ -92,7 +92,7 @@ std::string JsonLineOf(const RouteRecord& record) {
 // ---- the route
 
 int ExportRoute(CMeterDatabase& database, const ExportRequest& request, const Write& write,
-                Progress& progress) {
+                const std::function<void(double share)>& progress) {
     int records = 0;
     if (!request.jsonLines)
         write(kCsvHeader);
@@ -102,7 +102,7 @@ int ExportRoute(CMeterDatabase& database, const ExportRequest& request, const Wr
             write(request.jsonLines ? JsonLineOf(record) : CsvRows(record));
             ++records;
         },
-        [&progress](double share) { progress.Report(share); });
+        progress);
     return records;
 }
 
@@ -112,14 +112,19 @@ void ExportRecords(const Options& options, const ExportRequest& request, Screen&
     Installation installation(options);
     CMeterDatabase& database = installation.Database();
     Progress progress(screen, "Exporting");
+    const auto report = [&progress](double share) { progress.Report(share); };
+    const auto none = [](double /*share*/) {};
     if (request.output.empty()) {
-        ExportRoute(
-            database, request, [&screen](const std::string& text) { screen.Raw(text, false); }, progress);
+        const Write write = [&screen](const std::string& text) { screen.Raw(text, false); };
+        if (screen.IsWatched())
+            ExportRoute(database, request, write, none);
+        else
+            ExportRoute(database, request, write, report);
         return;
     }
     OutputFile file(request.output);
     const int records = ExportRoute(
-        database, request, [&file](const std::string& text) { file.Write(text); }, progress);
+        database, request, [&file](const std::string& text) { file.Write(text); }, report);
     file.Commit();
     screen.Line({Cell("Wrote " + CountOf(records, "record", "records") + " to "),
                  Cell(Utf8::Shown(request.output), Tone::Strong)});

@@ -11,7 +11,8 @@ int main(int argc, char** argv) {
     const char* noColour = std::getenv("NO_COLOR");
     const bool colours = console.isTerminal && (noColour == nullptr || *noColour == '\0');
     std::istream* answers = console.answers ? &std::cin : nullptr;
-    Screen screen(std::cout, std::cerr, {colours, console.columns, console.errorsAreTerminal, answers});
+    Screen screen(std::cout, std::cerr,
+                  {colours, console.columns, console.errorsAreTerminal, answers, console.isTerminal});
     const int code = RunTerminal(Platform::ProgramArguments(argc, argv), screen);
     // What nobody could read was not shown.
     return std::cout.flush() ? code : kFileFailed;

@@ -40,6 +40,7 @@ public:
         int columns = 0;                  // of the terminal; 0: no limit
         bool progress = false;            // a person waits in front of standard error
         std::istream* answers = nullptr;  // of that person; null: nobody can be asked
+        bool watched = false;             // a person looks at standard output
     };
 
     Screen(std::ostream& out, std::ostream& errors, Style style)
@@ -65,6 +66,9 @@ public:
     bool Agrees(const std::string& question);
 
     bool ShowsProgress() const { return m_style.progress; }
+
+    // Whether what is written goes to a person, who sees by it how far the work is.
+    bool IsWatched() const { return m_style.watched; }
 
     // Text for standard error or standard output as it stands.
     void Raw(const std::string& text, bool isError);
