@@ -18,6 +18,7 @@
 #include "terminal/check/Rule.h"
 #include "tests/support/TestFolder.h"
 #include "tests/terminal/MeterdbFixture.h"
+#include "tests/terminal/Shown.h"
 
 namespace fs = std::filesystem;
 using nlohmann::json;
@@ -70,8 +71,8 @@ protected:
         Screen screen(out, errors, {});
         arguments.insert(arguments.begin(), {"--dir", m_folder.Path().string(), "check"});
         const int code = RunTerminal(arguments, screen);
-        m_out = out.str();
-        m_errors = errors.str();
+        m_out = WithSlashes(out.str());
+        m_errors = WithSlashes(errors.str());
         return code;
     }
 

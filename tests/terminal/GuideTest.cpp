@@ -12,6 +12,7 @@
 #include "terminal/Terminal.h"
 #include "tests/support/Markdown.h"
 #include "tests/support/TestFolder.h"
+#include "tests/terminal/Shown.h"
 
 namespace fs = std::filesystem;
 
@@ -48,7 +49,7 @@ std::string AnswerOf(const std::string& command) {
     std::ostringstream shown;
     Screen screen(shown, shown, {});
     RunTerminal(Words(command), screen);
-    return shown.str();
+    return WithSlashes(shown.str());
 }
 
 // Times are those of the day. That the time of a stamp is another one is not seen within one second.

@@ -1,10 +1,11 @@
 #include "tests/terminal/MeterdbFixture.h"
 
-#include <algorithm>
 #include <cctype>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
+
+#include "tests/terminal/Shown.h"
 
 namespace fs = std::filesystem;
 
@@ -35,16 +36,6 @@ std::string WithoutTimes(std::string text) {
         for (std::size_t at = text.find(before); at != std::string::npos; at = text.find(before, at + 1))
             if (std::isdigit(static_cast<unsigned char>(text[at + before.size()])) != 0)
                 text.replace(at + before.size(), size, "(now)");
-    return text;
-}
-
-// Puts '/' in the place of other separators in the paths that begin with this folder.
-std::string WithSlashes(std::string text, const std::string& folder) {
-    const char separator = static_cast<char>(fs::path::preferred_separator);
-    for (std::size_t at = text.find(folder); at != std::string::npos; at = text.find(folder, at + 1)) {
-        const std::size_t end = std::min(text.find_first_of(" \n\",", at), text.size());
-        std::replace(&text[at], &text[end], separator, '/');
-    }
     return text;
 }
 
@@ -104,8 +95,8 @@ int Meterdb::Run(std::vector<std::string> arguments, Screen::Style style) {
     Screen screen(out, errors, style);
     arguments.insert(arguments.begin(), {"--dir", m_folder.Path().string()});
     const int code = RunTerminal(arguments, screen);
-    m_out = WithSlashes(WithoutTimes(out.str()), m_folder.Path().string());
-    m_errors = WithSlashes(errors.str(), m_folder.Path().string());
+    m_out = WithSlashes(WithoutTimes(out.str()));
+    m_errors = WithSlashes(errors.str());
     return code;
 }
 

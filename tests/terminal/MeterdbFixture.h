@@ -20,7 +20,7 @@ protected:
     void SetUp() override;
 
     // Runs the program on the folder; files among the arguments are given by `File`. What it wrote is in
-    // m_out and m_errors, stamps of time in m_out as "(now)", paths of the folder with '/'.
+    // m_out and m_errors, stamps of time in m_out as "(now)", paths with '/'.
     int Run(std::vector<std::string> arguments, Screen::Style style = {});
 
     std::string File(const std::string& name) const { return (m_folder.Path() / name).generic_string(); }
