@@ -50,11 +50,11 @@ int LineWidth(const std::vector<int>& widths) {
     return std::accumulate(widths.begin(), widths.end(), used * kGapColumns);
 }
 
-// What the columns need at least to be readable.
-int ReadableWidth(const Table& table, std::vector<int> widths) {
+// What the columns need when those that shrink are cut to a width.
+int WidthCutTo(int width, const Table& table, std::vector<int> widths) {
     for (std::size_t i = 0; i < widths.size(); ++i)
         if (table.columns[i].shrinks)
-            widths[i] = std::min(widths[i], kReadableColumn);
+            widths[i] = std::min(widths[i], width);
     return LineWidth(widths);
 }
 
@@ -170,8 +170,12 @@ std::vector<int> Screen::Widths(const Table& table) const {
         widths.push_back(NaturalWidth(table, i));
     if (m_style.columns == 0)
         return widths;
-    while (ReadableWidth(table, widths) > m_style.columns && LeaveOutColumn(table, &widths)) {
+    while (WidthCutTo(kReadableColumn, table, widths) > m_style.columns && LeaveOutColumn(table, &widths)) {
     }
+    const bool isTooWide = WidthCutTo(kSmallestColumn, table, widths) > m_style.columns;
+    for (std::size_t i = 0; i < widths.size(); ++i)
+        if (isTooWide && table.columns[i].dispensable < 0)
+            widths[i] = 0;
     for (int over = LineWidth(widths) - m_style.columns; over > 0; --over)
         if (int* widest = WidestToShrink(table, &widths))
             --*widest;

@@ -23,7 +23,7 @@ struct Column {
     std::string title;
     bool right = false;    // numbers stand at the right
     bool shrinks = false;  // is cut when the terminal is too narrow
-    int dispensable = 0;   // above 0: is left out before it would be cut short, the highest first
+    int dispensable = 0;   // above 0: left out before any is cut, the highest first; below: when all are cut
     std::string key = {};  // its name for other programs; "": the title in small letters
 };
 

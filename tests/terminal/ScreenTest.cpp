@@ -70,6 +70,21 @@ TEST(Screen, NarrowerTerminalsLeaveDispensableColumnsOut) {
               "  12                     done\n");
 }
 
+TEST(Screen, LastColumnsGoWhenCuttingIsNotEnough) {
+    Table table = Meters();
+    table.columns[0].dispensable = -1;
+    EXPECT_EQ(Written(table, {false, 21}),
+              "   #  Street    State\n"
+              "  --  --------  -----\n"
+              "   1  Mill L..  to do\n"
+              "  12            done\n");
+    EXPECT_EQ(Written(table, {false, 20}),
+              "  Street       State\n"
+              "  -----------  -----\n"
+              "  Mill Lane..  to do\n"
+              "               done\n");
+}
+
 TEST(Screen, WidthNeverFallsBelowWhatCanBeRead) {
     EXPECT_EQ(Written(Meters(), {false, 1}),
               "   #  Street    State\n"
