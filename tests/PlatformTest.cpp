@@ -390,8 +390,9 @@ TEST(LoadFile, AFileThatDoesNotFitIntoMemoryIsUnreadable) {
     folder.Write("a.ini", "text");
     FakeSystem system;
     std::string bytes;
-    const std::uint64_t sizes[] = {std::uint64_t{1} << 55, PTRDIFF_MAX - 1, PTRDIFF_MAX, UINT64_MAX - 1,
-                                   UINT64_MAX};
+    // PTRDIFF_MAX bytes and a terminator are more than any block may have, also where addresses have 32 bits.
+    const std::uint64_t sizes[] = {PTRDIFF_MAX, std::uint64_t{1} << 55, INT64_MAX - 1,
+                                   INT64_MAX,   UINT64_MAX - 1,         UINT64_MAX};
     for (const std::uint64_t size : sizes) {
         system.ReportSize(size);
         EXPECT_EQ(Load(folder.Wide("a.ini"), &bytes), LoadResult::Unreadable) << size;
