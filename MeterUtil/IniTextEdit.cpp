@@ -480,7 +480,7 @@ void IniText::ReplaceLines(Section id, std::string_view raw) {
 // moves into a new base; without memory for that it stays where it is.
 void IniText::Tidy() noexcept {
     constexpr std::size_t kSmall = std::size_t{1024} * 1024;
-    if (m_arena.UsedBytes() < m_tidyAt)
+    if (m_arena.UsedBytes() < std::max(m_tidyAt, kSmall))
         return;
     const std::size_t textBytes = TextBytes();
     m_tidyAt = kSmall + 2 * textBytes;
