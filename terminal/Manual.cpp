@@ -197,16 +197,19 @@ void AddFishLines(const CLI::App& app, const std::vector<std::string>& typed, st
         names.push_back(command->get_name());
     const std::string start = "complete -c meterdb";
     for (const CLI::App* command : CommandsOf(app)) {
-        *script += start + FishCondition(typed, Joined(names)) + " -f -a " + command->get_name() + " -d " +
-                   FishText(command->get_description()) + "\n";
+        script->append(start).append(FishCondition(typed, Joined(names)));
+        script->append(" -f -a ").append(command->get_name());
+        script->append(" -d ").append(FishText(command->get_description())).append("\n");
         std::vector<std::string> more = typed;
         more.push_back(command->get_name());
         AddFishLines(*command, more, script);
     }
     for (const CLI::Option* option : OptionsOf(app, false))
-        for (const std::string& name : option->get_lnames())
-            *script += start + FishCondition(typed, "") + " -l " + name + (TakesValue(*option) ? " -r" : "") +
-                       " -d " + FishText(option->get_description()) + "\n";
+        for (const std::string& name : option->get_lnames()) {
+            script->append(start).append(FishCondition(typed, ""));
+            script->append(" -l ").append(name).append(TakesValue(*option) ? " -r" : "");
+            script->append(" -d ").append(FishText(option->get_description())).append("\n");
+        }
 }
 
 }  // namespace

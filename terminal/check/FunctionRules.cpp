@@ -189,6 +189,7 @@ std::string MissingOf(const Subject& subject, const ParameterSet& wanted) {
 
 }  // namespace
 
+// NOLINTNEXTLINE(readability-function-size): a table, as long as it has rules.
 const std::vector<Rule>& FunctionRules() {
     static const std::vector<Rule> rules = {
         {"F01", Severity::Error,

@@ -39,9 +39,9 @@ const std::vector<Rule>& RecordRules() {
         {"R21", Severity::Error, "A state consists of the letters N E M U A H C R I; others mean nothing.",
          [](const RecordView& view, Findings& found) {
              const TextFile::Entry* state = IsMain(view) ? view.record.Find("State") : nullptr;
-             const std::string letters =
-                 state == nullptr ? std::string()
-                                  : LettersBeyond(MeterText::TrimBlanks(state->value), kStateLetters);
+             if (state == nullptr)
+                 return;
+             const std::string letters = LettersBeyond(MeterText::TrimBlanks(state->value), kStateLetters);
              if (!letters.empty())
                  found.At(state->line, "State=" + std::string(state->value) + " has " + Quoted(letters));
          }},

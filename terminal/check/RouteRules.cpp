@@ -137,6 +137,7 @@ std::vector<Repair> RenumberedByOpening(const Subject& subject) {
 
 }  // namespace
 
+// NOLINTNEXTLINE(readability-function-size): a table, as long as it has rules.
 const std::vector<Rule>& RouteRules() {
     static const std::vector<Rule> rules = {
         {"R01", Severity::Error,
