@@ -237,6 +237,7 @@ bool IsFunctionCode(std::string_view code) {
 
 }  // namespace
 
+// NOLINTNEXTLINE(readability-function-size): a table, as long as it has rules.
 const std::vector<Rule>& SystemRules() {
     static const std::vector<Rule> rules = {
         // ---- paths
