@@ -203,6 +203,9 @@ void Program::AddRouteEdits() {
                        DeleteMeter)
         .Needs("METER", &DeleteRequest::meter, "Number of the record or of the meter")
         .Flag("--yes", &DeleteRequest::yes, "Without asking");
+    Add<WipeRequest>(m_app, "wipe", "Delete the whole route and its archive, and leave an empty route",
+                     "wipe --yes", WipeRoute)
+        .Flag("--yes", &WipeRequest::yes, "Without asking");
 }
 
 void Program::AddRead() {

@@ -86,6 +86,13 @@ struct DeleteRequest {
 // Deletes a meter, appendices included, from the route.
 void DeleteMeter(const Options& options, const DeleteRequest& request, Screen& screen);
 
+struct WipeRequest {
+    bool yes = false;  // without asking
+};
+
+// Deletes the route and its archive; an empty route is left.
+void WipeRoute(const Options& options, const WipeRequest& request, Screen& screen);
+
 struct TypesRequest {};
 
 // Shows the types that can be appended.

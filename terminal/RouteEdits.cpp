@@ -1,4 +1,6 @@
-// `meterdb append` and `delete`: which meters the route has.
+// `meterdb append`, `delete` and `wipe`: which meters the route has.
+#include <filesystem>
+
 #include "MeterUtil/Text.h"
 #include "terminal/AppendTypes.h"
 #include "terminal/Commands.h"
@@ -67,4 +69,21 @@ void DeleteMeter(const Options& options, const DeleteRequest& request, Screen& s
     screen.Heading(title);
     screen.Line({Cell("  " + MovedDown(metersBehind))});
     ShowSaved(saved, installation, screen);
+}
+
+void WipeRoute(const Options& options, const WipeRequest& request, Screen& screen) {
+    Installation installation(options);
+    CMeterDatabase& database = installation.Database();
+    const std::string what = installation.FileName("DataFile") + " with " +
+                             CountOf(database.GetNumberOfMeters(), "meter", "meters") +
+                             ", and the archive of what they answered";
+    if (!request.yes && !screen.Agrees("Delete " + what + "?"))
+        throw Refusal(kRefused, "Nothing was changed.");
+    database.DeleteAllData();
+    if (database.GetNumberOfMeters() != 0 || std::filesystem::exists(installation.FilePath("RawFile")))
+        throw Refusal(kFileFailed, "not all files could be deleted");
+    // An empty file is a route that meters can be appended to.
+    if (!database.UpdateDatabaseForeground())
+        throw Refusal(kFileFailed, installation.FileName("DataFile") + " could not be saved");
+    screen.Line({Cell("Deleted " + what)});
 }

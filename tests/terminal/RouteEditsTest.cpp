@@ -1,4 +1,5 @@
-// The commands that change which meters the route has: types, append and delete.
+// The commands that change which meters the route has: types, append, delete and wipe.
+#include <filesystem>
 #include <sstream>
 #include <string>
 
@@ -176,4 +177,32 @@ TEST_F(Meterdb, DeleteAsksThePersonWhoIsThere) {
     EXPECT_EQ(Run({"delete", "2", "--yes"}, {false, 0, false, &unasked}), kDone);
     EXPECT_EQ(m_errors, "");
     EXPECT_THAT(m_folder.Read("route.ini"), testing::HasSubstr("Meters=2"));
+}
+
+// ---- wipe
+
+TEST_F(MeterdbRouteEdits, WipeLeavesAnEmptyRouteToAppendTo) {
+    m_folder.Write("raw.dat", "\r\n<<<<<~~~~~(a)~~~~~>>>>>\r\nx");
+    EXPECT_EQ(Run({"wipe", "--yes"}), kDone);
+    EXPECT_EQ(m_out, "Deleted route.ini with 4 meters, and the archive of what they answered\n");
+    EXPECT_FALSE(m_folder.Exists("raw.dat"));
+    EXPECT_EQ(m_folder.Read("route.ini").find("[#_"), std::string::npos);
+    EXPECT_EQ(Run({"append", "Gas"}), kDone);
+    EXPECT_NE(m_folder.Read("route.ini").find("[#_1]"), std::string::npos);
+}
+
+TEST_F(MeterdbRouteEdits, WipeAsksThePersonWhoIsThere) {
+    const std::string route = m_folder.Read("route.ini");
+    std::istringstream no("n\n");
+    EXPECT_EQ(Run({"wipe"}, {false, 0, false, &no}), kRefused);
+    EXPECT_EQ(m_errors,
+              "Delete route.ini with 4 meters, and the archive of what they answered? [y/N] "
+              "meterdb: Nothing was changed.\n");
+    EXPECT_EQ(m_folder.Read("route.ini"), route);
+}
+
+TEST_F(MeterdbRouteEdits, WipeSaysWhenAFileStays) {
+    std::filesystem::create_directory(m_folder.Path() / "raw.dat");
+    EXPECT_EQ(Run({"wipe", "--yes"}), kFileFailed);
+    EXPECT_EQ(m_errors, "meterdb: not all files could be deleted\n");
 }
