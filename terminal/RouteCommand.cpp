@@ -23,7 +23,11 @@ struct ValueColumn {
 
 // What tells a person where to go.
 std::vector<ValueColumn> DefaultColumns() {
-    return {{"MeterType", false, 2, "Type"}, {"Customer", true, 1}, {"Name", true, 1}, {"Street"}, {"Place", true, -1}};
+    return {{"MeterType", false, 2, "Type"},
+            {"Customer", true, 1},
+            {"Name", true, 1},
+            {"Street"},
+            {"Place", true, -1}};
 }
 
 std::vector<ValueColumn> ChosenColumns(const std::vector<std::string>& names) {
