@@ -33,3 +33,13 @@ bool FailAllocation(int n, Call call) {
     call();
     return fault.Happened();
 }
+
+// Makes the call again and again, each time with another allocation failing, until it needs no more of them.
+// Number of rounds in which one failed.
+template <typename Call>
+int FailEachAllocation(Call call) {
+    int n = 1;
+    while (FailAllocation(n, call))
+        ++n;
+    return n - 1;
+}
