@@ -144,9 +144,9 @@ public:
     int GetMeterTypeFromAppendSection(const char* meterType, char* dst, int size);
 
     // Deletes the current meter with its appendices, counted as GetAppendixCount does; the meters behind it
-    // move down by one. Saves the data file; no meter is current then. Appendices behind a gap stay in the file,
-    // for the meter that gets the number. False without a current meter, or when memory did not suffice: the
-    // meter is still there then.
+    // move down by one. Saves the data file; no meter is current then. Appendices behind a gap stay in the
+    // file, for the meter that gets the number. False without a current meter, or when memory did not
+    // suffice: the meter is still there then.
     bool DeleteActualMeter();
 
     // Keeps a copy of the current record, main record or appendix, in place of an earlier copy of it, and

@@ -7,8 +7,8 @@
 
 namespace MeterUtil {
 
-// Numbers by hash, in one block of slots: a search touches neighbouring slots and nothing else until a hash is
-// the right one. Names themselves are compared by the caller.
+// Numbers by hash, in one block of slots: a search touches neighbouring slots and nothing else until a hash
+// is the right one. Names themselves are compared by the caller.
 class NameTable {
 public:
     static constexpr std::uint32_t kNone = UINT32_MAX;

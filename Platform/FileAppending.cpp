@@ -77,8 +77,8 @@ bool Append(const std::wstring& link, std::string_view head, const std::wstring&
     OpenFile from(System::OpenForReading(source));
     if (!from.IsOpen())
         return false;
-    // The directory also when the file was there before: a program that was stopped may have made it, and then
-    // its name is not on the medium yet.
+    // The directory also when the file was there before: a program that was stopped may have made it, and
+    // then its name is not on the medium yet.
     if (file.Write(WithoutItsStart(head)) && file.WriteAllOf(from) && file.FlushAndClose() &&
         System::FlushDirectory(path) && System::Overwrite(path, before.size, head.substr(0, 1)))
         return true;

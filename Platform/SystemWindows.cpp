@@ -60,9 +60,9 @@ void Wait(int milliseconds) noexcept {
 
 namespace {
 
-// The number of the process above a count that starts at the time, so that a restarted device, which may give the same
-// process number again, does not try the names of files that a power cut left behind. Windows CE gives no numbers to
-// processes: all is chance there.
+// The number of the process above a count that starts at the time, so that a restarted device, which may give
+// the same process number again, does not try the names of files that a power cut left behind. Windows CE
+// gives no numbers to processes: all is chance there.
 std::uint64_t StartNumber() {
 #if defined(UNDER_CE)
     std::uint64_t number = 0;
@@ -315,7 +315,8 @@ struct LinkHead {
 
 }  // namespace
 
-// The path that a symbolic link leads to, out of what the system tells of it; false when that is no such link.
+// The path that a symbolic link leads to, out of what the system tells of it; false when that is no such
+// link.
 bool LinkTarget(const std::wstring& link, std::string_view told, std::wstring* target) {
     constexpr DWORD kRelative = 1;
     LinkHead head;

@@ -7,23 +7,20 @@
 #include <string_view>
 #include <vector>
 
+#include "terminal/simulate/Random.h"
+
 namespace Bench {
 
 // Numbers that look random and are the same everywhere.
 class Sequence {
 public:
-    explicit Sequence(std::uint64_t seed) : m_state(seed) {}
+    explicit Sequence(std::uint64_t seed) : m_random(seed) {}
 
     // A number below `limit`.
-    std::uint32_t Below(std::uint32_t limit) {
-        m_state += 0x9E3779B97F4A7C15U;
-        std::uint64_t mixed = (m_state ^ (m_state >> 30U)) * 0xBF58476D1CE4E5B9U;
-        mixed = (mixed ^ (mixed >> 27U)) * 0x94D049BB133111EBU;
-        return static_cast<std::uint32_t>((mixed ^ (mixed >> 31U)) >> 32U) % limit;
-    }
+    std::uint32_t Below(std::uint32_t limit) { return static_cast<std::uint32_t>(m_random.Below(limit)); }
 
 private:
-    std::uint64_t m_state;
+    Simulate::Random m_random;
 };
 
 constexpr std::string_view kLineEnd = "\r\n";

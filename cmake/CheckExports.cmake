@@ -1,5 +1,6 @@
 # Fails when a shared library does not show exactly the names of its list.
 #   cmake -D NM=... -D OBJDUMP=... -D LIBRARY=... -D LIST=... -P CheckExports.cmake
+include("${CMAKE_CURRENT_LIST_DIR}/CompareLists.cmake")
 file(STRINGS "${LIST}" listed)
 if(LIBRARY MATCHES "\\.dll$")
   execute_process(COMMAND "${OBJDUMP}" -p "${LIBRARY}" OUTPUT_VARIABLE table COMMAND_ERROR_IS_FATAL ANY)
@@ -9,13 +10,4 @@ else()
   string(REGEX MATCHALL "[^\n]+" lines "${table}")
 endif()
 list(TRANSFORM lines REPLACE ".* " "" OUTPUT_VARIABLE shown)
-
-set(missing ${listed})
-set(surplus ${shown})
-list(REMOVE_ITEM missing ${shown})
-list(REMOVE_ITEM surplus ${listed})
-list(LENGTH shown count)
-if(count EQUAL 0 OR missing OR surplus)
-  message(FATAL_ERROR "${LIBRARY} shows ${count} names; missing: ${missing}; not in the list: ${surplus}")
-endif()
-message(STATUS "${count} names, as listed")
+meterdb_compare_lists("${LIBRARY}" "${shown}" "${listed}")

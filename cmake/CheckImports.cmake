@@ -1,6 +1,7 @@
 # Fails when objects call something that is neither theirs nor in the list, or when the list has a name that none calls. What
 # the C++ language and its library call on their own behalf does not count.
 #   cmake -D NM=... -D "OBJECTS=FIRST,SECOND..." -D LIST=... -P CheckImports.cmake
+include("${CMAKE_CURRENT_LIST_DIR}/CompareLists.cmake")
 string(REPLACE "," ";" objects "${OBJECTS}")
 file(STRINGS "${LIST}" listed REGEX "^[^#]")
 execute_process(COMMAND "${NM}" -u ${objects} OUTPUT_VARIABLE table COMMAND_ERROR_IS_FATAL ANY)
@@ -11,13 +12,4 @@ if(NM MATCHES "i686")  # calls are decorated: _name@12
 endif()
 list(REMOVE_DUPLICATES called)
 list(FILTER called EXCLUDE REGEX "^(_Z|__cxa_|__gxx_personality|_?_Unwind_|_*chkstk_ms$|__u?(div|mod)di3$|pthread_mutex_|atexit$)")
-
-set(surplus ${called})
-set(unused ${listed})
-list(REMOVE_ITEM surplus ${listed})
-list(REMOVE_ITEM unused ${called})
-list(LENGTH called count)
-if(count EQUAL 0 OR surplus OR unused)
-  message(FATAL_ERROR "${count} calls of the system; not in the list: ${surplus}; in the list without use: ${unused}")
-endif()
-message(STATUS "${count} calls of the system, as listed")
+meterdb_compare_lists("calls of the system" "${called}" "${listed}")

@@ -7,20 +7,7 @@
 #include <memory>
 #include <mutex>
 
-#include "Platform/System.h"
-
-// The real system, whole, under another name: its text, its memory and its form of paths are used.
-namespace Platform::RealSystem {
-using System::File;
-using System::FileState;
-using System::kBytesPerWide;
-using System::Kind;
-using System::kNoFile;
-using System::RenameResult;
-}  // namespace Platform::RealSystem
-#define System RealSystem
-#include "Platform/System.cpp"
-#undef System
+#include "tests/support/RealSystem.h"
 
 namespace {
 
@@ -131,14 +118,6 @@ void* Allocate(std::size_t bytes) noexcept {
     return RealSystem::Allocate(bytes);
 }
 
-void Release(void* block) noexcept {
-    RealSystem::Release(block);
-}
-
-void UseLargePages(void* block, std::size_t bytes) noexcept {
-    RealSystem::UseLargePages(block, bytes);
-}
-
 void ReadLocalTime(SystemTime* now) noexcept {
     *now = {2026, 11, 6, 21, 9, 30, 0, 0};
 }
@@ -154,26 +133,6 @@ void Wait(int) noexcept {}
 std::uint64_t UniqueNumber() noexcept {
     const Lock lock(diskMutex);
     return ++disk.unique;
-}
-
-std::size_t Widen(std::string_view text, wchar_t* dst, std::size_t room) noexcept {
-    return RealSystem::Widen(text, dst, room);
-}
-
-std::size_t Narrow(std::wstring_view text, char* dst, std::size_t room) noexcept {
-    return RealSystem::Narrow(text, dst, room);
-}
-
-bool IsAbsolute(std::wstring_view path) noexcept {
-    return RealSystem::IsAbsolute(path);
-}
-
-std::size_t NamePosition(std::wstring_view path) noexcept {
-    return RealSystem::NamePosition(path);
-}
-
-bool SameLetters(std::wstring_view first, std::wstring_view second) noexcept {
-    return RealSystem::SameLetters(first, second);
 }
 
 FileState Inspect(const std::wstring& path) noexcept {
@@ -289,10 +248,6 @@ std::FILE* OpenStream(const std::wstring& path, const wchar_t* mode) noexcept {
 
 bool FlushStream(std::FILE* stream) noexcept {
     return std::fflush(stream) == 0 && std::ferror(stream) == 0;
-}
-
-bool StepBack(std::FILE* stream, std::uint64_t bytes) noexcept {
-    return RealSystem::StepBack(stream, bytes);
 }
 
 bool Overwrite(const std::wstring& path, std::uint64_t place, std::string_view bytes) noexcept {

@@ -1,4 +1,5 @@
-// `meterdb archive add`, `list`, `extract` and `delete`: the raw answers of meters that travel with the route.
+// `meterdb archive add`, `list`, `extract` and `delete`: the raw answers of meters that travel with the
+// route.
 #include <algorithm>
 #include <numeric>
 

@@ -32,8 +32,8 @@ std::optional<Marker> MarkerAt(std::string_view text) {
     return text.size() == kMarkerBytes ? std::optional(Marker{name, kMarkerBytes, isWhole}) : std::nullopt;
 }
 
-// Bytes at the beginning of `text`, which is not empty, behind which a marker can begin. What `text` ends with
-// may be the beginning of one unless it `isLast`.
+// Bytes at the beginning of `text`, which is not empty, behind which a marker can begin. What `text` ends
+// with may be the beginning of one unless it `isLast`.
 std::size_t BytesBeforeMarker(std::string_view text, bool isLast) {
     const std::size_t start = text.find(kMarkerStart, 2);
     if (start != std::string_view::npos)

@@ -31,7 +31,7 @@ struct RouteRecord {
     const std::string& Shown(const std::string& name) const;
 };
 
-// Looks at every record in the order of the route, those of a meter's appendices behind its own. `progress` is
-// told the share that is done, from 0 to 1.
+// Looks at every record in the order of the route, those of a meter's appendices behind its own. `progress`
+// is told the share that is done, from 0 to 1.
 void ForEachRecord(CMeterDatabase& database, const std::function<void(const RouteRecord& record)>& look,
                    const std::function<void(double share)>& progress);

@@ -1,5 +1,5 @@
-// Power cuts and programs that are stopped, at every moment of a working day: whatever the medium kept of what
-// was not flushed, every file is a whole state that was saved, and every answer of a meter is there.
+// Power cuts and programs that are stopped, at every moment of a working day: whatever the medium kept of
+// what was not flushed, every file is a whole state that was saved, and every answer of a meter is there.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -281,14 +281,25 @@ private:
 
 constexpr Platform::SystemTime kNow = {2026, 11, 6, 21, 9, 30, 0, 0};
 
-TEST(PowerCut, LeavesWholeFilesAndEveryAnswer) {
-    TestFolder folder;
-    std::vector<FakeSystem::Entry> journal;
-    FakeSystem system;
-    system.SetTime(kNow);
-    system.SkipFlushes();
-    WorkingDay day(&folder, &system, 5);
-    Medium medium(folder.Path().generic_string(), FilesIn(folder));
+// A day whose calls reach a medium that is told what they did.
+class PowerCut : public testing::Test {
+protected:
+    struct Day {
+        Day() {
+            system.SetTime(kNow);
+            system.SkipFlushes();
+        }
+
+        TestFolder folder;
+        FakeSystem system;
+        WorkingDay day{&folder, &system, 5};
+        Medium medium{folder.Path().generic_string(), FilesIn(folder)};
+    };
+};
+
+TEST_F(PowerCut, LeavesWholeFilesAndEveryAnswer) {
+    Day recorded;
+    auto& [folder, system, day, medium] = recorded;
     ASSERT_TRUE(day.Open());
     day.Visit();
     day.Gather(0, 1);
@@ -300,7 +311,7 @@ TEST(PowerCut, LeavesWholeFilesAndEveryAnswer) {
     day.StartOver();
     day.Gather(4, 2);
     day.Close();
-    journal = system.Journal();
+    const std::vector<FakeSystem::Entry> journal = system.Journal();
     for (const FakeSystem::Entry& entry : journal)
         EXPECT_TRUE(entry.done || entry.call == Call::Remove);
 
@@ -314,17 +325,13 @@ TEST(PowerCut, LeavesWholeFilesAndEveryAnswer) {
 }
 
 // What a stopped program left behind is not flushed by anybody, until the next one does.
-TEST(PowerCut, LosesNothingThatWasDoneAfterAProgramWasStopped) {
+TEST_F(PowerCut, LosesNothingThatWasDoneAfterAProgramWasStopped) {
     std::size_t tried = 0;
     bool stopped = true;
     for (int n = 1; stopped; ++n) {
         SCOPED_TRACE("stopped before call " + std::to_string(n));
-        TestFolder folder;
-        FakeSystem system;
-        system.SetTime(kNow);
-        system.SkipFlushes();
-        WorkingDay day(&folder, &system, 5);
-        Medium medium(folder.Path().generic_string(), FilesIn(folder));
+        Day recorded;
+        auto& [folder, system, day, medium] = recorded;
         ASSERT_TRUE(day.Open());
         system.FailAnyCall(n, FakeSystem::Times::FromThenOn);
         day.Gather(0, 2);

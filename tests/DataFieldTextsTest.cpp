@@ -1,7 +1,6 @@
 // How a data field is shown: its mark, its value in the format of its definition, and its label.
 #include <gtest/gtest.h>
 
-#include <limits>
 #include <utility>
 
 #include "tests/support/DataFieldsFixture.h"

@@ -46,8 +46,8 @@ struct Fields {
 
 static_assert(sizeof(CMeterDatabase) == sizeof(Fields));
 
-// The place of an operation in the table of its class, the destructor's two entries included. A pointer to a virtual member
-// holds that place in bytes; a mark may be added.
+// The place of an operation in the table of its class, the destructor's two entries included. A pointer to a
+// virtual member holds that place in bytes; a mark may be added.
 template <typename Operation>
 std::size_t PlaceInTable(Operation operation) {
     std::size_t place = 0;

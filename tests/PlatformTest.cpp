@@ -20,6 +20,7 @@
 #include "tests/support/HeapFault.h"
 #include "tests/support/Host.h"
 #include "tests/support/TestFolder.h"
+#include "tests/support/WideText.h"
 
 namespace fs = std::filesystem;
 using Platform::LoadResult;
@@ -28,17 +29,6 @@ using Platform::LoadResult;
 namespace Platform::RealSystem {
 void Wait(int milliseconds) noexcept;
 }  // namespace Platform::RealSystem
-
-namespace {
-
-std::wstring Wide(std::initializer_list<unsigned> codes) {
-    std::wstring text;
-    for (const unsigned code : codes)
-        text.push_back(static_cast<wchar_t>(code));
-    return text;
-}
-
-}  // namespace
 
 // ---- text
 

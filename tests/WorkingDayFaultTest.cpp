@@ -1,6 +1,6 @@
-// A whole working day on a system that fails: every platform call and every allocation of the day fails in its
-// turn, once and from then on. Nothing that was told to be saved is lost, no file is a mixture, no meter and no
-// answer of a meter disappears, and the next save puts right what is left.
+// A whole working day on a system that fails: every platform call and every allocation of the day fails in
+// its turn, once and from then on. Nothing that was told to be saved is lost, no file is a mixture, no meter
+// and no answer of a meter disappears, and the next save puts right what is left.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -125,23 +125,31 @@ private:
 // A fault in every call of a kind makes many days, which are split into parts that run side by side.
 constexpr int kParts = 4;
 
-class FailingCalls : public testing::TestWithParam<std::tuple<FakeSystem::Times, int>> {};
-
-TEST_P(FailingCalls, LoseNothingOfAWholeDay) {
-    const auto [times, part] = GetParam();
+// The days of one part: run(n, &day) runs a day whose n-th call fails, and tells whether it came to that
+// call.
+template <typename Run>
+void TryDays(int part, int meters, int fewest, Run run) {
     bool failed = true;
     int days = 0;
-    for (int n = part; failed && !HasFailure(); n += kParts) {
-        SCOPED_TRACE("call " + std::to_string(n));
-        FaultyDay day(50);
-        day.System()->FailAnyCall(n, times);
-        day.Run();
-        failed = day.System()->FaultHappened();
+    for (int n = part; failed && !testing::Test::HasFailure(); n += kParts) {
+        SCOPED_TRACE("failure " + std::to_string(n));
+        FaultyDay day(meters);
+        failed = run(n, &day);
         days += failed ? 1 : 0;
         day.ExpectNothingLost();
     }
-    std::cout << days << " days with a failed call\n";
-    EXPECT_GT(days, 500 / kParts);
+    std::cout << days << " days with a failure\n";
+    EXPECT_GT(days, fewest / kParts);
+}
+
+class FailingCalls : public testing::TestWithParam<std::tuple<FakeSystem::Times, int>> {};
+
+TEST_P(FailingCalls, LoseNothingOfAWholeDay) {
+    TryDays(std::get<1>(GetParam()), 50, 500, [](int n, FaultyDay* day) {
+        day->System()->FailAnyCall(n, std::get<0>(GetParam()));
+        day->Run();
+        return day->System()->FaultHappened();
+    });
 }
 
 INSTANTIATE_TEST_SUITE_P(WorkingDay, FailingCalls,
@@ -152,22 +160,11 @@ INSTANTIATE_TEST_SUITE_P(WorkingDay, FailingCalls,
 class FailingAllocations : public testing::TestWithParam<std::tuple<HeapFault::Times, int>> {};
 
 TEST_P(FailingAllocations, LoseNothingOfAWholeDay) {
-    const auto [times, part] = GetParam();
-    bool failed = true;
-    int days = 0;
-    for (int n = part; failed && !HasFailure(); n += kParts) {
-        SCOPED_TRACE("allocation " + std::to_string(n));
-        FaultyDay day(8);
-        {
-            const HeapFault fault(n, times);
-            day.Run();
-            failed = fault.Happened();
-        }
-        days += failed ? 1 : 0;
-        day.ExpectNothingLost();
-    }
-    std::cout << days << " days with a failed allocation\n";
-    EXPECT_GT(days, 300 / kParts);
+    TryDays(std::get<1>(GetParam()), 8, 300, [](int n, FaultyDay* day) {
+        const HeapFault fault(n, std::get<0>(GetParam()));
+        day->Run();
+        return fault.Happened();
+    });
 }
 
 INSTANTIATE_TEST_SUITE_P(WorkingDay, FailingAllocations,

@@ -1,5 +1,5 @@
-// Every operation of the public classes, with the exact types of its arguments and its result. This does not compile when
-// one of them differs, and does not link when a library does not show it.
+// Every operation of the public classes, with the exact types of its arguments and its result. This does not
+// compile when one of them differs, and does not link when a library does not show it.
 #include <cstring>
 #include <type_traits>
 

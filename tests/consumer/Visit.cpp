@@ -1,4 +1,5 @@
-// A meter visit as an application makes it: opens a route, reads a meter into it, saves, and looks at the file.
+// A meter visit as an application makes it: opens a route, reads a meter into it, saves, and looks at the
+// file.
 #include <cstdio>
 #include <fstream>
 #include <iterator>

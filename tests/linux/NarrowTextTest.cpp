@@ -1,4 +1,5 @@
-// Text between 8 bits and wide characters on Linux: UTF-8, whatever the locale, and what is no UTF-8 survives.
+// Text between 8 bits and wide characters on Linux: UTF-8, whatever the locale, and what is no UTF-8
+// survives.
 #include <gtest/gtest.h>
 
 #include <clocale>
@@ -6,15 +7,9 @@
 #include "Platform/Platform.h"
 #include "Platform/System.h"
 #include "tests/support/GuardedBuffer.h"
+#include "tests/support/WideText.h"
 
 namespace {
-
-std::wstring Wide(std::initializer_list<unsigned> codes) {
-    std::wstring text;
-    for (const unsigned code : codes)
-        text.push_back(static_cast<wchar_t>(code));
-    return text;
-}
 
 std::wstring Format(const wchar_t* format, const char* text) {
     GuardedBuffer<wchar_t> buffer(static_cast<int>(Platform::kFormattedChars) + 1);

@@ -1,4 +1,5 @@
-// What only Linux has: owners and modes, pipes among the files, names with a backslash, messages on standard error.
+// What only Linux has: owners and modes, pipes among the files, names with a backslash, messages on standard
+// error.
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>

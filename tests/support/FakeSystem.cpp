@@ -9,21 +9,8 @@
 #include <mutex>
 #include <optional>
 
-#include "Platform/System.h"
 #include "tests/support/HeapFault.h"
-
-// The real system, whole, under another name.
-namespace Platform::RealSystem {
-using System::File;
-using System::FileState;
-using System::kBytesPerWide;
-using System::Kind;
-using System::kNoFile;
-using System::RenameResult;
-}  // namespace Platform::RealSystem
-#define System RealSystem
-#include "Platform/System.cpp"
-#undef System
+#include "tests/support/RealSystem.h"
 
 namespace {
 
@@ -306,14 +293,6 @@ void* Allocate(std::size_t bytes) noexcept {
     return MustFail(Call::Allocate) ? nullptr : RealSystem::Allocate(bytes);
 }
 
-void Release(void* block) noexcept {
-    RealSystem::Release(block);
-}
-
-void UseLargePages(void* block, std::size_t bytes) noexcept {
-    RealSystem::UseLargePages(block, bytes);
-}
-
 void ReadLocalTime(SystemTime* now) noexcept {
     RealSystem::ReadLocalTime(now);
     Access access;
@@ -347,26 +326,6 @@ void Wait(int milliseconds) noexcept {
 
 std::uint64_t UniqueNumber() noexcept {
     return RealSystem::UniqueNumber();
-}
-
-std::size_t Widen(std::string_view text, wchar_t* dst, std::size_t room) noexcept {
-    return RealSystem::Widen(text, dst, room);
-}
-
-std::size_t Narrow(std::wstring_view text, char* dst, std::size_t room) noexcept {
-    return RealSystem::Narrow(text, dst, room);
-}
-
-bool IsAbsolute(std::wstring_view path) noexcept {
-    return RealSystem::IsAbsolute(path);
-}
-
-std::size_t NamePosition(std::wstring_view path) noexcept {
-    return RealSystem::NamePosition(path);
-}
-
-bool SameLetters(std::wstring_view first, std::wstring_view second) noexcept {
-    return RealSystem::SameLetters(first, second);
 }
 
 FileState Inspect(const std::wstring& path) noexcept {
@@ -471,10 +430,6 @@ bool FlushStream(std::FILE* stream) noexcept {
     const bool done = !MustFail(Call::FlushStream) && RealSystem::FlushStream(stream);
     Record(Call::FlushStream, L"", done);
     return done;
-}
-
-bool StepBack(std::FILE* stream, std::uint64_t bytes) noexcept {
-    return RealSystem::StepBack(stream, bytes);
 }
 
 bool Overwrite(const std::wstring& path, std::uint64_t place, std::string_view bytes) noexcept {

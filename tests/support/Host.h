@@ -1,4 +1,5 @@
-// What the tests need of the system that they run on, beside what the libraries need of it (tests/linux, tests/windows).
+// What the tests need of the system that they run on, beside what the libraries need of it (tests/linux,
+// tests/windows).
 #pragma once
 
 #include <filesystem>

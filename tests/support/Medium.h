@@ -1,8 +1,8 @@
 // A model of the medium below the libraries: it follows the calls that a FakeSystem recorded, and tells what
 // directories a power cut may leave behind at any moment.
 //
-// What was flushed is there. Of what was not, any part may be: of the writes to a file each may be missing, or
-// be there in part - shorter, or with zeros or stale bytes in the place of what is missing -, and of the
+// What was flushed is there. Of what was not, any part may be: of the writes to a file each may be missing,
+// or be there in part - shorter, or with zeros or stale bytes in the place of what is missing -, and of the
 // changes of a directory each may be missing, independent of all others.
 #pragma once
 

@@ -5,8 +5,8 @@
 #include <filesystem>
 #include <string>
 
-// Puts '/' in the place of other separators of paths. JSON and the manual, which are for programs, stay as they
-// are: a backslash is no separator there.
+// Puts '/' in the place of other separators of paths. JSON and the manual, which are for programs, stay as
+// they are: a backslash is no separator there.
 inline std::string WithSlashes(std::string text) {
     const bool isForPrograms = std::string("[{.").find(text[0]) != std::string::npos;
     if (!isForPrograms)

@@ -1,5 +1,5 @@
-// What only Windows has: drives, names that ignore case, attributes and access lists, paths beyond 260 characters,
-// devices and pipes with names of their own, and files that another program holds.
+// What only Windows has: drives, names that ignore case, attributes and access lists, paths beyond 260
+// characters, devices and pipes with names of their own, and files that another program holds.
 #include <gtest/gtest.h>
 
 #include <filesystem>

@@ -1,5 +1,5 @@
-// Calls of Windows CE that the headers of desktop Windows do not declare. The Windows unit of the platform is compiled with
-// them once in the way of Windows CE, to see which calls it makes.
+// Calls of Windows CE that the headers of desktop Windows do not declare. The Windows unit of the platform is
+// compiled with them once in the way of Windows CE, to see which calls it makes.
 #pragma once
 
 #ifndef NOMINMAX

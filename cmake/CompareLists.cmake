@@ -1,0 +1,12 @@
+# Fails when the names in `found` are not exactly those in `listed`, or when there are none. `what` begins the sentence.
+function(meterdb_compare_lists what found listed)
+  set(surplus ${found})
+  set(missing ${listed})
+  list(REMOVE_ITEM surplus ${listed})
+  list(REMOVE_ITEM missing ${found})
+  list(LENGTH found count)
+  if(count EQUAL 0 OR surplus OR missing)
+    message(FATAL_ERROR "${what}: ${count} names; not in the list: ${surplus}; in the list alone: ${missing}")
+  endif()
+  message(STATUS "${what}: ${count} names, as listed")
+endfunction()
