@@ -116,14 +116,15 @@ inline std::uint32_t FoldedHash(std::string_view name) {
     std::uint64_t hash = name.size() * kFactor;
     const auto mix = [&](std::string_view bytes) {
         hash = (hash ^ ToLower8(LastBytes(bytes))) * kFactor;
-        hash ^= hash >> 29U;
+        hash ^= hash >> 32U;
     };
     constexpr std::size_t kAtOnce = sizeof hash;
     std::size_t taken = 0;
     for (; name.size() - taken > kAtOnce; taken += kAtOnce)
         mix(name.substr(taken, kAtOnce));
     mix(taken == 0 ? name : name.substr(name.size() - kAtOnce));
-    return static_cast<std::uint32_t>(hash >> 32U);
+    // Names of records differ in their last digits alone, which reach few bits by one multiplication.
+    return static_cast<std::uint32_t>((hash * kFactor) >> 32U);
 }
 
 constexpr std::uint8_t kNoEntryTag = 0;

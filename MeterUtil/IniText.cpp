@@ -27,6 +27,8 @@ bool IniText::Load(Platform::FileBytes bytes) {
     m_order.assign(1, 0);
     m_firstLine.assign(1, 0);
     m_sections.emplace_back();
+    m_names.Clear();
+    m_names.Reserve(1);
     m_startCount = 0;
     const std::size_t size = bytes.size;
     if (size > kMostBytes)
@@ -37,7 +39,6 @@ bool IniText::Load(Platform::FileBytes bytes) {
     m_hasByteOrderMark = text.substr(0, kByteOrderMark.size()) == kByteOrderMark;
     const std::size_t skipped = m_hasByteOrderMark ? kByteOrderMark.size() : 0;
     ScanLines(text.data() + skipped, text.data() + size);
-    BuildNameIndex();
     return true;
 }
 
@@ -63,7 +64,7 @@ void IniText::ScanLines(const char* begin, const char* end) {
         line = next;
     }
     CloseSection();
-    m_numbered = m_placed = static_cast<std::uint32_t>(m_order.size());
+    m_numbered = static_cast<std::uint32_t>(m_order.size());
     m_lineCount = m_untouched = static_cast<std::uint32_t>(m_startCount);
     AddLineStart(skipped + static_cast<std::size_t>(end - begin));
     ResizeLineStarts(m_startCount);
@@ -92,7 +93,8 @@ void IniText::ResizeLineStarts(std::size_t capacity) {
     m_startCapacity = capacity;
 }
 
-// Begins a section with the next line, when it is a header.
+// Begins a section with the next line, when it is a header. Its name is entered at once, while the processor
+// has it at hand.
 void IniText::OpenSection(std::string_view raw) {
     std::string_view name;
     if (!IsHeader(raw, &name)) {
@@ -105,9 +107,13 @@ void IniText::OpenSection(std::string_view raw) {
     section.first = static_cast<std::uint32_t>(m_startCount) + 1;
     section.nameSize = static_cast<std::uint32_t>(name.size());
     section.position = static_cast<std::uint32_t>(m_order.size());
-    m_order.push_back(static_cast<Section>(m_sections.size()));
+    const auto id = static_cast<Section>(m_sections.size());
+    m_order.push_back(id);
+    m_placed = static_cast<std::uint32_t>(m_order.size());
     m_firstLine.push_back(static_cast<std::uint32_t>(m_startCount));
     m_sections.push_back(std::move(section));
+    m_names.Reserve(m_sections.size());
+    Link(id);
 }
 
 void IniText::CloseSection() {
@@ -151,15 +157,17 @@ std::string_view IniText::NameOf(const SectionData& section) const {
 // ---- finding
 
 IniText::Section IniText::FindSection(std::string_view name) const {
-    return FindSection(FoldedHash(name), name);
-}
-
-IniText::Section IniText::FindSection(std::uint32_t hash, std::string_view name) const {
-    return m_names.Find(hash, [&](Section id) {
+    return m_names.Find(FoldedHash(name), [&](Section id) {
         const SectionData& section = m_sections[id];
         Prefetch(section);
         return MeterText::EqualIgnoringCase(NameOf(section), name);
     });
+}
+
+// The first section of the name.
+IniText::Section IniText::FirstOf(std::uint32_t hash, std::string_view name) const {
+    return m_names.Find(
+        hash, [&](Section id) { return MeterText::EqualIgnoringCase(NameOf(m_sections[id]), name); });
 }
 
 // What the search for a key will touch, all of which may be far from the processor.
@@ -318,13 +326,6 @@ std::uint32_t IniText::FindBracketLine(std::uint32_t line) {
 
 // ---- names
 
-void IniText::BuildNameIndex() {
-    m_names.Clear();
-    m_names.Reserve(m_sections.size());
-    for (std::size_t position = 1; position < m_order.size(); ++position)
-        Link(m_order[position]);
-}
-
 // Enters a section under its name. Sections of one name form a list in the order of the file, of which the
 // first alone stands in the table; the first knows the last one, so that a file of equal names is no slower.
 // A copy of a deleted section of that name is dropped: the name means this section now.
@@ -335,7 +336,7 @@ void IniText::Link(Section id) {
     const auto deleted = m_copiesOfDeleted.find(name);
     if (deleted != m_copiesOfDeleted.end())
         m_copiesOfDeleted.erase(deleted);
-    const Section first = FindSection(hash, name);
+    const Section first = FirstOf(hash, name);
     if (first == kNoSection) {
         section.nextSame = kNoSection;
         section.prevSame = id;
@@ -376,7 +377,7 @@ void IniText::Unlink(Section id) {
     if (next != kNoSection)
         m_sections[next].prevSame = before;
     else if (!isFirst)
-        m_sections[FindSection(hash, NameOf(section))].prevSame = before;  // the first knows the last
+        m_sections[FirstOf(hash, NameOf(section))].prevSame = before;  // the first knows the last
 }
 
 // ---- saving

@@ -130,7 +130,7 @@ private:
 
     // finding
     void Tag(SectionData& section);
-    Section FindSection(std::uint32_t hash, std::string_view name) const;
+    Section FirstOf(std::uint32_t hash, std::string_view name) const;
     std::uint32_t FindEntry(Section id, std::string_view key, std::string_view* value);
     void NumberLines(std::uint32_t upTo);
     std::uint32_t PositionOf(Section id);
@@ -139,7 +139,6 @@ private:
     Place Locate(std::uint32_t line);
 
     // names
-    void BuildNameIndex();
     void Link(Section id);
     void Unlink(Section id);
 

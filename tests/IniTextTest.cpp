@@ -3,11 +3,14 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstdlib>
 #include <cstring>
 #include <random>
+#include <set>
 #include <unordered_map>
 
+#include "MeterUtil/IniLine.h"
 #include "MeterUtil/IniText.h"
 #include "MeterUtil/NameTable.h"
 
@@ -177,6 +180,23 @@ TEST(IniTextOrder, NamesAreFoundAmongManyOfLikeHashes) {
     table.Replace(hash, number, 1000000);
     EXPECT_EQ(find(number, hash), MeterUtil::NameTable::kNone);
     EXPECT_EQ(find(1000000, hash), 1000000U);
+}
+
+// The names of records differ in their last digits alone. Those of a route stand where random numbers would:
+// a search that begins in a crowd passes dozens of other names.
+TEST(IniTextSpeed, NamesOfARouteSpreadOverTheTable) {
+    for (const int meters : {200, 760, 3000, 20000}) {
+        std::size_t slots = 16;
+        while (static_cast<std::size_t>(meters) * 2 * 4 > slots * 3)
+            slots *= 2;
+        std::set<std::size_t> taken;
+        for (int meter = 1; meter <= meters; ++meter)
+            for (const char* const kind : {"#_", "#1_"})
+                taken.insert(MeterUtil::FoldedHash(kind + std::to_string(meter)) & (slots - 1));
+        const auto all = static_cast<double>(slots);
+        const double expected = all * (1 - std::exp(-2.0 * meters / all));
+        EXPECT_GT(static_cast<double>(taken.size()), 0.95 * expected) << meters;
+    }
 }
 
 // Headers that are made of lines from the last to the first, as a route in disorder gets them: minutes, if
