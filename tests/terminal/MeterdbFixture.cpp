@@ -31,7 +31,7 @@ constexpr const char* kElectricity =
 // Puts "(now)" in the place of the times of stamps.
 std::string WithoutTimes(std::string text) {
     const std::vector<std::pair<std::string, std::size_t>> stamps = {
-        {"stamped ", 19}, {"LastChanges=A,D,,", 14}, {"readout-", 14}};
+        {"stamped ", 19}, {"LastChanges=A,D,,", 14}, {"readout-", 14}, {"File1=", 14}, {"File2=", 14}};
     for (const auto& [before, size] : stamps)
         for (std::size_t at = text.find(before); at != std::string::npos; at = text.find(before, at + 1))
             if (std::isdigit(static_cast<unsigned char>(text[at + before.size()])) != 0)
