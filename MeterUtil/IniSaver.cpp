@@ -34,9 +34,9 @@ void ReportFailure(const std::wstring& path, const std::wstring& text) {
         handler(context, path.c_str(), text.c_str());
 }
 
-bool SaveTo(const std::wstring& path, const std::vector<std::string_view>& pieces,
+bool SaveTo(const std::wstring& path, const Platform::TextPieces& text,
             const std::wstring& errorText) noexcept {
-    if (Platform::ReplaceFile(path, pieces))
+    if (Platform::ReplaceFile(path, text))
         return true;
     ReportFailure(path, errorText);
     return false;
@@ -67,10 +67,10 @@ void ReportFailedSave(const SaveTarget& target) noexcept {
     ReportFailure(target.path, target.errorText);
 }
 
-bool SaveText(const SaveTarget& target, const std::vector<std::string_view>& pieces) noexcept {
+bool SaveText(const SaveTarget& target, const Platform::TextPieces& text) noexcept {
     Platform::KeepAwake(true);
-    const bool saved = SaveTo(target.path, pieces, target.errorText);
-    const bool mirrored = !NeedsMirror(target) || SaveTo(target.mirror, pieces, target.errorText);
+    const bool saved = SaveTo(target.path, text, target.errorText);
+    const bool mirrored = !NeedsMirror(target) || SaveTo(target.mirror, text, target.errorText);
     Platform::KeepAwake(false);
     return saved && mirrored;
 }
@@ -113,7 +113,7 @@ void BackgroundSaver::Run() {
         std::unique_ptr<Job> job = std::move(m_waiting);
         m_busy = true;
         lock.unlock();
-        if (!SaveText(job->target, job->text.pieces))
+        if (!SaveText(job->target, job->text))
             *m_error = true;
         job.reset();
         lock.lock();

@@ -6,9 +6,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
-#include <string_view>
 #include <thread>
-#include <vector>
 
 #include "MeterUtil/IniText.h"
 #include "MeterUtil/MeterIniFile.h"
@@ -24,7 +22,7 @@ struct SaveTarget {
 
 // Writes the file, then the mirror, which is written also when the file failed. False when either failed; the
 // handler of the process has then been called for each.
-bool SaveText(const SaveTarget& target, const std::vector<std::string_view>& pieces) noexcept;
+bool SaveText(const SaveTarget& target, const Platform::TextPieces& text) noexcept;
 
 void SetSaveErrorHandler(CMeterIniFile::SaveErrorHandler handler, void* context) noexcept;
 

@@ -389,44 +389,66 @@ bool IniText::IsInBase(std::string_view piece) const {
            before(piece.data(), base + m_starts[m_startCount - 1]);
 }
 
-std::vector<std::string_view> IniText::Pieces() const {
-    std::vector<std::string_view> pieces;
+// Lines that follow each other in the base are one piece.
+bool IniText::ForEach(const std::function<bool(std::string_view)>& take) const {
+    std::string_view run;  // of the base, not handed out yet
+    const auto end = [&] { return run.empty() || take(run); };
+    const auto add = [&](std::string_view piece) {
+        if (piece.empty())
+            return true;
+        if (piece.data() == run.data() + run.size()) {
+            run = {run.data(), run.size() + piece.size()};
+            return true;
+        }
+        if (!end())
+            return false;
+        run = IsInBase(piece) ? piece : std::string_view();
+        return !run.empty() || take(piece);
+    };
+    if (m_hasByteOrderMark && !take(kByteOrderMark))
+        return false;
+    for (const Section id : m_order) {
+        const SectionData& section = m_sections[id];
+        if (!add(section.header.Raw()))
+            return false;
+        if (section.edited.Exists()) {
+            for (const Line& line : section.edited)
+                if (!add(line.Raw()))
+                    return false;
+        } else if (section.count != 0) {
+            const std::uint32_t start = m_starts[section.first];
+            if (!add({m_base.get() + start, m_starts[section.first + section.count] - start}))
+                return false;
+        }
+    }
+    return end();
+}
+
+// So many pieces there may be.
+std::size_t IniText::MostPieces() const {
     std::size_t most = 1;
     for (const Section id : m_order)
         most += m_sections[id].edited.Exists() ? m_sections[id].count + std::size_t{2} : 1;
-    pieces.reserve(most);
-    const char* baseEnd = nullptr;  // of the last piece, when it lies in the base
-    const auto add = [&](std::string_view piece) {
-        if (piece.empty())
-            return;
-        if (piece.data() == baseEnd)
-            pieces.back() = {pieces.back().data(), pieces.back().size() + piece.size()};
-        else
-            pieces.push_back(piece);
-        baseEnd = IsInBase(piece) ? piece.data() + piece.size() : nullptr;
-    };
-    if (m_hasByteOrderMark)
-        pieces.push_back(kByteOrderMark);
-    for (const Section id : m_order) {
-        const SectionData& section = m_sections[id];
-        add(section.header.Raw());
-        if (section.edited.Exists()) {
-            for (const Line& line : section.edited)
-                add(line.Raw());
-        } else if (section.count != 0) {
-            const std::uint32_t start = m_starts[section.first];
-            add({m_base.get() + start, m_starts[section.first + section.count] - start});
-        }
-    }
-    return pieces;
+    return most;
 }
 
 TextSnapshot IniText::Snapshot() {
-    TextSnapshot snapshot{Pieces(), m_base, m_arena.Blocks()};
+    TextSnapshot snapshot;
+    snapshot.pieces.reserve(MostPieces());
+    ForEach([&](std::string_view piece) {
+        snapshot.pieces.push_back(piece);
+        return true;
+    });
+    snapshot.base = m_base;
+    snapshot.changed = m_arena.Blocks();
     if (!m_arena.MayFreeze())
         ForbidWriting();
     m_arena.Freeze();
     return snapshot;
+}
+
+bool TextSnapshot::ForEach(const std::function<bool(std::string_view)>& take) const {
+    return std::all_of(pieces.begin(), pieces.end(), std::cref(take));
 }
 
 }  // namespace MeterUtil

@@ -15,6 +15,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <functional>
 #include <initializer_list>
 #include <map>
 #include <memory>
@@ -31,13 +32,15 @@
 namespace MeterUtil {
 
 // A text to be saved that stays as it is while the text that it was taken from is edited.
-struct TextSnapshot {
-    std::vector<std::string_view> pieces;  // the text is their concatenation
-    std::shared_ptr<const char> base;      // what the pieces refer to
+struct TextSnapshot final : Platform::TextPieces {
+    std::vector<std::string_view> pieces;
+    std::shared_ptr<const char> base;  // what the pieces refer to
     std::vector<LineArena::Block> changed;
+
+    bool ForEach(const std::function<bool(std::string_view)>& take) const override;
 };
 
-class IniText {
+class IniText final : public Platform::TextPieces {
 public:
     using Section = std::uint32_t;  // stays the same while the section exists
     static constexpr Section kNoSection = UINT32_MAX;
@@ -76,7 +79,7 @@ public:
 
     // ---- saving
 
-    std::vector<std::string_view> Pieces() const;
+    bool ForEach(const std::function<bool(std::string_view)>& take) const override;
     TextSnapshot Snapshot();
 
 private:
@@ -127,6 +130,7 @@ private:
     std::string_view LineEndFor(std::string_view text) const;
     std::string_view NameOf(const SectionData& section) const;
     bool IsInBase(std::string_view piece) const;
+    std::size_t MostPieces() const;
 
     // finding
     void Tag(SectionData& section);

@@ -5,7 +5,6 @@
 #include <memory>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "MeterUtil/IniSaver.h"
 #include "MeterUtil/IniText.h"
@@ -264,15 +263,13 @@ bool CMeterIniFile::RestoreSection(const char* section) {
 bool CMeterIniFile::UpdateFile() {
     if (!IsSavable(m_store))
         return false;
-    std::vector<std::string_view> pieces;
     const bool prepared = Guarded(false, [&] {
         m_store->saver->Wait();
-        pieces = m_store->text.Pieces();
         return true;
     });
     if (!prepared)
         MeterUtil::ReportFailedSave(m_store->target);
-    const bool saved = prepared && SaveText(m_store->target, pieces);
+    const bool saved = prepared && SaveText(m_store->target, m_store->text);
     if (!saved)
         m_error = true;
     return saved;

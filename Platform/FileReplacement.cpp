@@ -1,8 +1,9 @@
 // Replacing a file in one step, and telling whether two paths mean the same file. Owns the rule that a path
 // holds either the whole old file or the whole new one at every moment, and that a failed replacement leaves
 // nothing behind. What the single calls do on a system is that system's unit.
-#include <algorithm>
+#include <array>
 #include <exception>
+#include <utility>
 
 #include "Platform/Platform.h"
 #include "Platform/Prefetch.h"
@@ -12,7 +13,8 @@ namespace Platform {
 namespace {
 
 constexpr std::size_t kBufferBytes =
-    std::size_t{256} * 1024;         // one write of this size costs no more per byte than a larger one
+    std::size_t{256} * 1024;  // one write of this size costs no more per byte than a larger one
+constexpr std::size_t kSmallBufferBytes = std::size_t{16} * 1024;  // enough for most files of a terminal
 constexpr int kNameTries = 100;      // names of temporary files left behind by power cuts are passed over
 constexpr int kRenameTries = 13;     // with the waits between them: about two seconds
 constexpr int kRenameWaitStep = 25;  // milliseconds by which each wait is longer than the one before
@@ -86,53 +88,55 @@ private:
     bool m_exists = false;
 };
 
-// Gathers small pieces into large writes.
+// Gathers small pieces into large writes. Pieces may lie anywhere in memory: they wait a little before they
+// are copied, while the processor fetches them.
 class Gatherer {
 public:
-    Gatherer(NewFile* file, std::size_t room) : m_file(file) { m_buffer.reserve(room); }
+    explicit Gatherer(NewFile* file) : m_file(file) {}
 
     bool Add(std::string_view piece) {
-        if (piece.size() > m_buffer.capacity() - m_buffer.size() && !Finish())
-            return false;
-        if (piece.size() > m_buffer.capacity())
-            return m_file->Write(piece);
+        if (piece.empty())
+            return true;
+        Prefetch(&piece.front());
+        Prefetch(&piece.back());
+        std::swap(piece, m_waiting[m_next]);
+        m_next = (m_next + 1) % m_waiting.size();
+        return Copy(piece);
+    }
+
+    bool Finish() {
+        for (std::size_t i = 0; i < m_waiting.size(); ++i)
+            if (!Copy(m_waiting[(m_next + i) % m_waiting.size()]))
+                return false;
+        return WriteBuffer();
+    }
+
+private:
+    bool Copy(std::string_view piece) {
+        const std::size_t size = m_buffer.size() + piece.size();
+        if (size > kBufferBytes)
+            return WriteBuffer() && (piece.size() > kBufferBytes ? m_file->Write(piece) : Copy(piece));
+        if (size > m_buffer.capacity())
+            m_buffer.reserve(size < kSmallBufferBytes ? kSmallBufferBytes : kBufferBytes);
         m_buffer.append(piece);
         return true;
     }
 
-    bool Finish() {
+    bool WriteBuffer() {
         const bool written = m_file->Write(m_buffer);
         m_buffer.clear();
         return written;
     }
 
-private:
     NewFile* m_file;
     std::string m_buffer;
+    std::array<std::string_view, 16> m_waiting;  // in a circle, the oldest at m_next
+    std::size_t m_next = 0;
 };
 
-// The room that the pieces need, up to a whole buffer.
-std::size_t BufferFor(const std::vector<std::string_view>& pieces) {
-    std::size_t room = 0;
-    for (const std::string_view piece : pieces) {
-        room += std::min(piece.size(), kBufferBytes);
-        if (room >= kBufferBytes)
-            return kBufferBytes;
-    }
-    return room;
-}
-
-// Pieces may lie anywhere in memory: those that come a little later are on their way while the others are
-// copied.
-bool WriteAll(Gatherer* gatherer, const std::vector<std::string_view>& pieces) {
-    constexpr std::size_t kAhead = 12;
-    for (std::size_t i = 0; i < pieces.size(); ++i) {
-        if (i + kAhead < pieces.size())
-            Prefetch(pieces[i + kAhead].data());
-        if (!gatherer->Add(pieces[i]))
-            return false;
-    }
-    return gatherer->Finish();
+bool WriteAll(NewFile* file, const TextPieces& content) {
+    Gatherer gatherer(file);
+    return content.ForEach([&](std::string_view piece) { return gatherer.Add(piece); }) && gatherer.Finish();
 }
 
 bool MayReplace(const std::wstring& target) {
@@ -142,13 +146,12 @@ bool MayReplace(const std::wstring& target) {
     return state.kind == System::Kind::Missing;
 }
 
-bool Replace(const std::wstring& path, const std::vector<std::string_view>& pieces) {
+bool Replace(const std::wstring& path, const TextPieces& content) {
     const std::wstring target = System::ResolveLinks(path);  // empty, and so no path, when they go in circles
     if (!MayReplace(target))
         return false;
     NewFile file(target);
-    Gatherer gatherer(&file, BufferFor(pieces));
-    return file.Create() && WriteAll(&gatherer, pieces) && file.FlushAndClose() && file.PutInPlace() &&
+    return file.Create() && WriteAll(&file, content) && file.FlushAndClose() && file.PutInPlace() &&
            System::FlushDirectory(target);
 }
 
@@ -181,9 +184,9 @@ bool SamePlace(const std::wstring& first, const std::wstring& second) {
 
 }  // namespace
 
-bool ReplaceFile(const std::wstring& path, const std::vector<std::string_view>& pieces) noexcept {
+bool ReplaceFile(const std::wstring& path, const TextPieces& content) noexcept {
     try {
-        return Replace(path, pieces);
+        return Replace(path, content);
     } catch (const std::exception&) {
         return false;
     }

@@ -11,10 +11,10 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
-#include <vector>
 
 namespace Platform {
 
@@ -125,14 +125,23 @@ enum class LoadResult {
 LoadResult LoadFile(const std::wstring& path, FileBytes* bytes,
                     std::uint64_t mostBytes = PTRDIFF_MAX - 1) noexcept;
 
-// Puts a new content, the concatenation of `pieces`, in the place of a file, or creates it. At every moment
-// the path holds either the whole old file or the whole new one: the content is written to a new file in the
-// same directory, flushed to the medium, given the old file's permissions and renamed over it; then the
-// directory is flushed, where the system has that. A link stays a link: its target is replaced, or created.
-// True when the new content is on the medium. False changes nothing and leaves no file behind (only when the
-// directory cannot be flushed the new file is already in place). Refused: a path that is no regular file, a
-// file without any write permission or with the read-only attribute, a file that the caller may not write, a
-// directory that takes no new file.
-bool ReplaceFile(const std::wstring& path, const std::vector<std::string_view>& pieces) noexcept;
+// A text in pieces, which may lie anywhere in memory.
+class TextPieces {
+public:
+    // Hands each piece to `take`, in the order of the text, until that gives false; false then.
+    virtual bool ForEach(const std::function<bool(std::string_view)>& take) const = 0;
+
+protected:
+    ~TextPieces() = default;
+};
+
+// Puts a new content in the place of a file, or creates it. At every moment the path holds either the whole
+// old file or the whole new one: the content is written to a new file in the same directory, flushed to the
+// medium, given the old file's permissions and renamed over it; then the directory is flushed, where the
+// system has that. A link stays a link: its target is replaced, or created. True when the new content is on
+// the medium. False changes nothing and leaves no file behind (only when the directory cannot be flushed the
+// new file is already in place). Refused: a path that is no regular file, a file without any write permission
+// or with the read-only attribute, a file that the caller may not write, a directory that takes no new file.
+bool ReplaceFile(const std::wstring& path, const TextPieces& content) noexcept;
 
 }  // namespace Platform

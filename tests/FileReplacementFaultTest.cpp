@@ -8,11 +8,11 @@
 #include "Platform/Platform.h"
 #include "tests/support/FakeSystem.h"
 #include "tests/support/HeapFault.h"
+#include "tests/support/Pieces.h"
 #include "tests/support/TestFolder.h"
 
 using Call = FakeSystem::Call;
 using Times = FakeSystem::Times;
-using Platform::ReplaceFile;
 using Names = std::vector<std::string>;
 
 namespace {

@@ -13,6 +13,7 @@
 #include "MeterUtil/IniLine.h"
 #include "MeterUtil/IniText.h"
 #include "MeterUtil/NameTable.h"
+#include "tests/support/Pieces.h"
 
 using MeterUtil::IniText;
 
@@ -26,23 +27,19 @@ Platform::FileBytes Bytes(const std::string& text) {
     return bytes;
 }
 
-std::string Joined(const std::vector<std::string_view>& pieces) {
+std::string Joined(const Platform::TextPieces& text) {
     std::string joined;
-    for (const std::string_view piece : pieces)
+    for (const std::string_view piece : PiecesOf(text))
         joined += piece;
     return joined;
-}
-
-std::string Joined(const IniText& text) {
-    return Joined(text.Pieces());
 }
 
 TEST(IniTextMemory, AFileAsItWasReadIsOnePiece) {
     IniText text;
     ASSERT_TRUE(text.Load(Bytes("top\n[a]\nk=1\n[b]\n")));
-    EXPECT_EQ(text.Pieces().size(), 1U);
+    EXPECT_EQ(PiecesOf(text).size(), 1U);
     text.SetValue(text.FindSection("a"), "k", "2");
-    EXPECT_EQ(text.Pieces().size(), 3U) << "what stands before and behind the change is as it was read";
+    EXPECT_EQ(PiecesOf(text).size(), 3U) << "what stands before and behind the change is as it was read";
 }
 
 // A day's readings written over and over would fill the memory of a terminal. What changes leave behind is
@@ -57,7 +54,7 @@ TEST(IniTextMemory, ChangesDoNotPileUp) {
     for (int i = 0; i < kChanges; ++i) {
         value.assign(kBytes + 32 * static_cast<std::size_t>(i), 'v');  // never fits where the last one stood
         text.SetValue(text.FindSection("a"), "k", value);
-        moves += text.Pieces().size() == 1 ? 1 : 0;
+        moves += PiecesOf(text).size() == 1 ? 1 : 0;
     }
     // 36 MB of changes: the text moves for every MB of them, and not for each change.
     EXPECT_GE(moves, 10);
@@ -82,7 +79,7 @@ TEST(IniTextMemory, SnapshotsStayAsTheyWere) {
         }
     }
     for (std::size_t i = 0; i < snapshots.size(); ++i)
-        ASSERT_EQ(Joined(snapshots[i].pieces), expected[i]) << i;
+        ASSERT_EQ(Joined(snapshots[i]), expected[i]) << i;
 }
 
 // More snapshots than the lines can tell apart.
@@ -94,7 +91,7 @@ TEST(IniTextMemory, AnyNumberOfSnapshotsMayBeTaken) {
     for (int i = 0; i < 70000; ++i) {
         const MeterUtil::TextSnapshot snapshot = text.Snapshot();
         text.SetValue(text.FindSection("a"), "k", "other");
-        ASSERT_EQ(Joined(first.pieces), "[a]\nk=first\n") << i;
+        ASSERT_EQ(Joined(first), "[a]\nk=first\n") << i;
     }
     EXPECT_EQ(Joined(text), "[a]\nk=other\n");
 }
@@ -103,7 +100,7 @@ TEST(IniTextMemory, AGrowingTextDoesNotMove) {
     IniText text;
     for (int i = 0; i < 100000; ++i)
         text.AppendLine("a line that a record is made of");
-    EXPECT_GT(text.Pieces().size(), 1U);
+    EXPECT_GT(PiecesOf(text).size(), 1U);
 }
 
 // ---- sections in their order

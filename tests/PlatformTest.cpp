@@ -19,6 +19,7 @@
 #include "tests/support/GuardedBuffer.h"
 #include "tests/support/HeapFault.h"
 #include "tests/support/Host.h"
+#include "tests/support/Pieces.h"
 #include "tests/support/TestFolder.h"
 #include "tests/support/WideText.h"
 
@@ -205,7 +206,7 @@ TEST(Paths, APathWithAZeroInItNamesNoFile) {
     const std::wstring path = folder.Wide("a.ini") + Wide({0}) + L".bak";
     Platform::FileBytes bytes;
     EXPECT_EQ(Platform::LoadFile(path, &bytes), LoadResult::Unreadable);
-    EXPECT_FALSE(Platform::ReplaceFile(path, {"new"}));
+    EXPECT_FALSE(ReplaceFile(path, {"new"}));
     EXPECT_EQ(folder.Read("a.ini"), "x");
 }
 

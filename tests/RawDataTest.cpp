@@ -6,6 +6,7 @@
 #include "Platform/Platform.h"
 #include "tests/support/DatabaseFixture.h"
 #include "tests/support/GuardedBuffer.h"
+#include "tests/support/Pieces.h"
 
 namespace {
 
@@ -216,7 +217,7 @@ TEST_F(RawDataGathering, NamesTheBlockAsTheListDoes) {
 
 TEST_F(RawDataGathering, CutsTheMarkerOfALongName) {
     const std::string name(235, 'n');
-    ASSERT_TRUE(Platform::ReplaceFile(m_folder.Wide(name), {"content"}));
+    ASSERT_TRUE(ReplaceFile(m_folder.Wide(name), {"content"}));
     Gather(Platform::WideFromNarrow(name).c_str());
     const std::string marker = Marker(name).substr(0, 255);
     EXPECT_EQ(m_folder.Read(kRawFile), marker + "content");

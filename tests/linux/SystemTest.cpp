@@ -10,11 +10,11 @@
 #include "Platform/System.h"
 #include "tests/support/HeapFault.h"
 #include "tests/support/Host.h"
+#include "tests/support/Pieces.h"
 #include "tests/support/TestFolder.h"
 
 namespace fs = std::filesystem;
 using Platform::LoadResult;
-using Platform::ReplaceFile;
 using Names = std::vector<std::string>;
 
 // The real system, which the fake one is laid over.

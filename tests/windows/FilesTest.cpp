@@ -9,6 +9,7 @@
 #include "Platform/Platform.h"
 #include "Platform/System.h"
 #include "tests/support/FakeSystem.h"
+#include "tests/support/Pieces.h"
 #include "tests/support/TestFolder.h"
 
 // After the project's headers: windows.h makes macros of names that they use.
@@ -20,7 +21,6 @@
 
 namespace fs = std::filesystem;
 using Platform::LoadResult;
-using Platform::ReplaceFile;
 using Platform::SamePath;
 using Names = std::vector<std::string>;
 
