@@ -138,7 +138,10 @@ public:
             if (m_done < first || m_done % m_step != 0)
                 return;
             medium->ForEachCut([=](const std::string& path) { return thoroughly && !IsTemporary(path); },
-                               [this](const Directory& files) { Try(files); });
+                               [this](const Directory& files) {
+                                   if (++m_met % m_step == 0)
+                                       Try(files);
+                               });
         };
         cut();
         for (const FakeSystem::Entry& entry : m_journal) {
@@ -271,6 +274,7 @@ private:
     WorkingDay* m_day;
     std::vector<FakeSystem::Entry> m_journal;
     std::size_t m_done = 0;  // calls
+    std::size_t m_met = 0;   // cuts
     std::size_t m_step = static_cast<std::size_t>(OneIn());
     std::size_t m_tried = 0;
     std::unordered_set<std::size_t> m_seen;
