@@ -7,6 +7,8 @@
 #include <filesystem>
 #include <memory>
 #include <mutex>
+#include <random>
+#include <set>
 #include <thread>
 
 #include "MeterUtil/MeterIniFile.h"
@@ -515,6 +517,48 @@ TEST_F(MeterIniFileSave, EditsGoOnWhileTheThreadWrites) {
     EXPECT_TRUE(m_store->UpdateFile());
     EXPECT_FALSE(m_store->m_error);
     EXPECT_EQ(m_folder.Names(), std::vector<std::string>{"a.ini"});
+}
+
+// Edits, both kinds of saves, a mirror that comes and goes, a medium that fails now and then and the end of
+// the store, in any order, while the thread writes: every file stays a whole text that was saved.
+TEST_F(MeterIniFileSave, MirrorsFailuresAndTheEndMeetSavesThatAreUnderWay) {
+    constexpr Call kFailing[] = {Call::CreateNew, Call::Write, Call::Flush, Call::Rename,
+                                 Call::FlushDirectory};
+    const std::wstring path = m_folder.Wide("a.ini");
+    const std::wstring mirror = m_folder.Wide("mirror.ini");
+    const SaveErrors errors;
+    FakeSystem system;
+    system.SkipFlushes();
+    std::mt19937 random(7);
+    std::set<std::string> texts = {kOld};
+    for (int round = 0; round < 40; ++round) {
+        m_store = std::make_unique<CMeterIniFile>(path.c_str());
+        ASSERT_FALSE(m_store->m_error) << "round " << round;
+        for (int step = 0; step < 12; ++step) {
+            const std::string value = std::to_string(round) + "." + std::to_string(step);
+            texts.insert(With(value));
+            Change(value.c_str());
+            if (random() % 4 == 0)
+                system.FailCall(kFailing[random() % std::size(kFailing)], 1 + static_cast<int>(random() % 3));
+            m_store->SetMirror(random() % 3 == 0 ? L"" : mirror.c_str());
+            m_store->SetSaveErrorText(random() % 2 == 0 ? L"no card" : L"no room");
+            EXPECT_TRUE(m_store->UpdateFileBackground());
+            const bool read = m_store->ReadString("a", "k", nullptr, 0);
+            EXPECT_TRUE(read);
+            if (random() % 5 == 0 && m_store->UpdateFile()) {
+                EXPECT_EQ(m_folder.Read("a.ini"), With(value));
+            }
+        }
+        m_store.reset();
+        system.Heal();
+        EXPECT_EQ(texts.count(m_folder.Read("a.ini")), 1U) << m_folder.Read("a.ini");
+        if (m_folder.Exists("mirror.ini")) {
+            EXPECT_EQ(texts.count(m_folder.Read("mirror.ini")), 1U) << m_folder.Read("mirror.ini");
+        }
+        for (const std::string& name : m_folder.Names())
+            EXPECT_NE(name.front(), '~') << name;
+    }
+    EXPECT_FALSE(errors.Paths().empty()) << "no save met a failure";
 }
 
 TEST_F(MeterIniFileSave, StoresOnSeveralThreadsDoNotMeet) {

@@ -41,14 +41,27 @@ public:
         }
     }
 
+    // An evening with a change that only a save in the background has, which may still be under way.
+    void ChangeOnceMore() {
+        ASSERT_TRUE(m_day.Database()->SetMeterItem("Note", "closing"));
+        m_day.SaveDataInTheBackground();
+    }
+    void Close() { m_day.Close(); }
+
+    // What is left by a close that met a fault: whole files, and the latest ones unless somebody was told.
+    void ExpectClosed() {
+        m_system.Heal();
+        ExpectFiles();
+        for (const char* file : kFiles)
+            if (m_folder.Read(file) != m_day.States(file).back().text) {
+                EXPECT_GT(m_day.FailuresTold(), 0) << file << " is old and nobody knows";
+            }
+    }
+
     // What stands on the disk when the faults are over, and what the next save makes of it.
     void ExpectNothingLost() {
         m_system.Heal();
-        for (const char* file :
-             {WorkingDay::kDataFile, WorkingDay::kAppFile, WorkingDay::kDataMirror, WorkingDay::kAppMirror})
-            ExpectSavedState(file);
-        ExpectAnswers();
-        ExpectNoOtherFiles();
+        ExpectFiles();
         m_day.Close();
         TestDatabase next(m_folder.Wide().c_str());
         next.SetIniFile(L"system.ini");
@@ -58,6 +71,16 @@ public:
     }
 
 private:
+    static constexpr const char* kFiles[] = {WorkingDay::kDataFile, WorkingDay::kAppFile,
+                                             WorkingDay::kDataMirror, WorkingDay::kAppMirror};
+
+    void ExpectFiles() {
+        for (const char* file : kFiles)
+            ExpectSavedState(file);
+        ExpectAnswers();
+        ExpectNoOtherFiles();
+    }
+
     // Not older than the last one whose success was told.
     void ExpectSavedState(const char* file) {
         const std::optional<std::string> found =
@@ -167,6 +190,42 @@ TEST_P(FailingAllocations, LoseNothingOfAWholeDay) {
         day->Run();
         return fault.Happened();
     });
+}
+
+// The close tells nobody by its result; it has none.
+template <typename Fail>
+void TryCloses(int fewest, Fail fail) {
+    int closes = 0;
+    for (bool failed = true; failed && !testing::Test::HasFailure();) {
+        SCOPED_TRACE("failure " + std::to_string(closes + 1));
+        FaultyDay day(5);
+        day.Run();
+        failed = fail(closes + 1, &day);
+        closes += failed ? 1 : 0;
+        day.ExpectClosed();
+    }
+    std::cout << closes << " closes with a failure\n";
+    EXPECT_GT(closes, fewest);
+}
+
+TEST(WorkingDayClose, LosesNothingWhenACallFails) {
+    for (const FakeSystem::Times times : {FakeSystem::Times::Once, FakeSystem::Times::FromThenOn})
+        TryCloses(40, [times](int n, FaultyDay* day) {
+            day->System()->FailAnyCall(n, times);
+            day->ChangeOnceMore();
+            day->Close();
+            return day->System()->FaultHappened();
+        });
+}
+
+TEST(WorkingDayClose, LosesNothingWithoutMemory) {
+    for (const HeapFault::Times times : {HeapFault::Times::Once, HeapFault::Times::FromThenOn})
+        TryCloses(20, [times](int n, FaultyDay* day) {
+            day->ChangeOnceMore();
+            const HeapFault fault(n, times);
+            day->Close();
+            return fault.Happened();
+        });
 }
 
 INSTANTIATE_TEST_SUITE_P(WorkingDay, FailingAllocations,

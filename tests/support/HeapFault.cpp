@@ -3,6 +3,13 @@
 #include <cstdlib>
 #include <new>
 
+// The linker sends what the program itself calls as malloc to __wrap_malloc, and __real_malloc to malloc.
+extern "C" {
+void* __real_malloc(std::size_t size);
+void* __real_calloc(std::size_t count, std::size_t size);
+void* __real_realloc(void* block, std::size_t size);
+}
+
 namespace {
 
 struct Plan {
@@ -27,7 +34,7 @@ bool MustFail() {
 }
 
 void* Allocate(std::size_t size) noexcept {
-    return MustFail() ? nullptr : std::malloc(size == 0 ? 1 : size);
+    return MustFail() ? nullptr : __real_malloc(size == 0 ? 1 : size);
 }
 
 void* AllocateOrThrow(std::size_t size) {
@@ -58,6 +65,18 @@ HeapFault::Pause::Pause() {
 
 HeapFault::Pause::~Pause() {
     --plan.pauses;
+}
+
+extern "C" {
+void* __wrap_malloc(std::size_t size) {
+    return MustFail() ? nullptr : __real_malloc(size);
+}
+void* __wrap_calloc(std::size_t count, std::size_t size) {
+    return MustFail() ? nullptr : __real_calloc(count, size);
+}
+void* __wrap_realloc(void* block, std::size_t size) {
+    return MustFail() ? nullptr : __real_realloc(block, size);
+}
 }
 
 // All forms are replaced together, so that no block is taken from one heap and given back to another.

@@ -1,6 +1,7 @@
 // Makes allocations of the calling thread fail, so that tests reach what a full memory does to strings and
-// containers. While an object of this class lives, the n-th operator new of its thread throws std::bad_alloc
-// (the nothrow forms give null). Other threads, and malloc, are not touched.
+// containers. While an object of this class lives, the n-th allocation of its thread fails: operator new
+// throws std::bad_alloc (the nothrow forms give null), and malloc, calloc and realloc give null. Other threads
+// are not touched, nor is what the system's own libraries take for themselves.
 #pragma once
 
 class HeapFault {

@@ -197,10 +197,7 @@ void WorkingDay::Visit() {
         if (meter % 5 == 2) {
             // The saves follow each other without other calls between: the order of the calls is always the
             // same.
-            Saving saving(this);
-            m_waitsForSave = true;
-            m_database->UpdateDatabase();
-            saving.Data(std::nullopt);
+            SaveDataInTheBackground();
             m_database->SetMeterItem("Note", "seen");
             SaveData();
         }
@@ -260,16 +257,11 @@ void WorkingDay::Gather(std::size_t first, std::size_t count) {
 
 void WorkingDay::GatherDuringASave(std::size_t first, std::size_t count) {
     m_system->HoldRenames();
-    m_waitsForSave = true;
-    Saving saving(this);
-    m_database->UpdateDatabase();
-    saving.Data(std::nullopt);
+    SaveDataInTheBackground();
     m_system->AwaitHeldRename();
     Gather(first, count);
     m_database->SetDBGeneralData("Gathered", "Yes");
-    Saving next(this);
-    m_database->UpdateDatabase();
-    next.Data(std::nullopt);
+    SaveDataInTheBackground();
     m_system->LetRenamesGo();
 }
 
@@ -289,6 +281,13 @@ void WorkingDay::SaveData() {
             EXPECT_TRUE(entry.done) << "a failed call of kind " << static_cast<int>(call);
         }
     }
+}
+
+void WorkingDay::SaveDataInTheBackground() {
+    m_waitsForSave = true;
+    Saving saving(this);
+    m_database->UpdateDatabase();
+    saving.Data(std::nullopt);
 }
 
 void WorkingDay::Close() {

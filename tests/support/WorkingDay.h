@@ -58,6 +58,7 @@ public:
     void Gather(std::size_t first, std::size_t count);  // some of the answers
     void GatherDuringASave(std::size_t first, std::size_t count);
     void SaveData();
+    void SaveDataInTheBackground();
     void Close();  // what is not saved is saved then
 
     // Drops all data of the route, without those of the mirrors, and starts with an empty one. The archive is
@@ -74,6 +75,8 @@ public:
     const std::multiset<std::string>& Meters() const { return m_meters; }
     const std::set<std::string>& Visited() const { return m_visited; }
     bool Exchanged() const { return m_exchanged; }  // meter "M3" has the values of store meter 4711
+
+    int FailuresTold() const { return m_failuresTold; }  // saves that the process was told to have failed
 
     TestDatabase* Database() { return m_database.get(); }  // null before the opening and after the close
 
