@@ -1,6 +1,7 @@
 // The types of meters that users may append, as the system ini lists them.
 #include "tests/support/DatabaseFixture.h"
 #include "tests/support/GuardedBuffer.h"
+#include "tests/support/HeapFault.h"
 
 namespace {
 
@@ -155,6 +156,19 @@ TEST_F(AppendTypes, AreCutToTheBuffersAndFillThem) {
 TEST_F(AppendTypes, AreReadUpToAFixedLength) {
     OpenSystemIni("[Append]\nType1=" + std::string(100, 'n') + "," + std::string(300, 'l') + "\n");
     EXPECT_EQ(Type(1, 400, 400), std::string(100, 'n') + "|" + std::string(154, 'l'));
+}
+
+TEST_F(AppendTypes, AreNoneWithoutMemory) {
+    OpenSystemIni("[Append_a language with a long name]\nTypes=1\nType1=Gas,gas meter\n");
+    m_database.SetLanguageCode("a language with a long name");
+    EXPECT_EQ(m_database.GetAppendTypes(), 1);
+    char name[40] = "before";
+    char label[40] = "before";
+    const HeapFault fault(1, HeapFault::Times::FromThenOn);
+    EXPECT_EQ(m_database.GetAppendTypes(), 0);
+    EXPECT_FALSE(m_database.GetAppendType(1, name, sizeof name, label, sizeof label));
+    EXPECT_STREQ(name, "");
+    EXPECT_STREQ(label, "");
 }
 
 }  // namespace

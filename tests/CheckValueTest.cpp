@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "tests/support/DatabaseFixture.h"
+#include "tests/support/HeapFault.h"
 
 namespace {
 
@@ -219,4 +220,11 @@ TEST_F(CheckValue, NeedsACurrentRecordOnlyForAReference) {
     CMeterIniFile* const systemIni = std::exchange(m_database.m_systemIni, nullptr);
     Expect({{"5", "X5", kPasses}, {"4711", "VSerial", kDeviates}});
     m_database.m_systemIni = systemIni;
+}
+
+TEST_F(CheckValue, DeviatesWithoutMemory) {
+    Open("[#_1]\nState=U\n");
+    const std::string definition = "X7;" + kLong;
+    const HeapFault fault(1, HeapFault::Times::FromThenOn);
+    EXPECT_EQ(m_database.CheckValue("7", definition.c_str()), kDeviates);
 }

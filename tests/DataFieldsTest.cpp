@@ -409,6 +409,19 @@ TEST_F(DataFields, HaveNoSectionNameWithoutMemory) {
     EXPECT_EQ(section.Data()[0], '\0');
 }
 
+TEST_F(DataFields, HaveNoInfoWithoutMemory) {
+    LabelFor("Energy", "A,D,8,12345678901234567890,\"\"");
+    const auto info = [this](char* text) {
+        return m_database.GetDataFieldInfo(kValues, "", 0, text, 40, nullptr, 0, nullptr, 0, nullptr, 0,
+                                           nullptr, 0, nullptr, 0);
+    };
+    char text[40];
+    ASSERT_TRUE(info(text));
+    const HeapFault fault(1, HeapFault::Times::FromThenOn);
+    EXPECT_FALSE(info(text));
+    EXPECT_STREQ(text, "");
+}
+
 TEST_F(DataFields, FailCleanlyWithoutMemory) {
     m_record = "0.1.0=R,D,8,12,\"\"\n";
     const std::string label = "A label that is long enough for the heap <~C> *1";

@@ -118,6 +118,37 @@ TEST(MeterIniFileMemoryCopies, AreKeptOrRefused) {
     }
 }
 
+TEST(MeterIniFileMemoryLoad, AStoreThatGotNoneAnswersNothing) {
+    const TestFolder folder;
+    folder.Write("a.ini", kBytes);
+    const std::wstring path = folder.Wide("a.ini");
+    std::optional<CMeterIniFile> store;
+    {
+        const HeapFault fault(1, HeapFault::Times::FromThenOn);
+        store.emplace(path.c_str());
+    }
+    EXPECT_TRUE(store->m_error);
+    char text[8] = "before";
+    EXPECT_FALSE(store->GetString(0, text, sizeof text));
+    EXPECT_STREQ(text, "");
+    EXPECT_FALSE(store->ReadString("a", "k", text, sizeof text));
+    EXPECT_EQ(store->FindBracketLine(0), -1);
+    EXPECT_FALSE(store->WriteString("a", "k", "2"));
+    EXPECT_FALSE(store->SetString(0, "2"));
+    EXPECT_EQ(store->AppendString("2"), -1);
+    EXPECT_FALSE(store->BackupSection("a"));
+    EXPECT_FALSE(store->RestoreSection("a"));
+    store->SetMirror(folder.Wide("mirror.ini").c_str());
+    store->SetSaveErrorText(L"no memory");
+    EXPECT_STREQ(store->GetSaveErrorText(), L"");
+    EXPECT_TRUE(store->PowerButtonControl(L"\\terminal"));
+    EXPECT_FALSE(store->UpdateFile());
+    EXPECT_FALSE(store->UpdateFileBackground());
+    store.reset();
+    EXPECT_EQ(folder.Read("a.ini"), kBytes);
+    EXPECT_EQ(folder.Names(), std::vector<std::string>{"a.ini"});
+}
+
 TEST(MeterIniFileMemoryLoad, FailsCleanly) {
     const TestFolder folder;
     folder.Write("a.ini", kBytes);

@@ -352,6 +352,31 @@ TEST_F(MeterIniFileSave, SavesThatFailForMemoryAreTold) {
     EXPECT_TRUE(m_store->m_error);
 }
 
+TEST_F(MeterIniFileSave, MirrorIsWrittenOrMissedAloudWithoutMemory) {
+    m_store->SetMirror(m_folder.Wide("mirror.ini").c_str());
+    for (int n = 1;; ++n) {
+        ASSERT_LT(n, 200);
+        fs::remove(m_folder.Path() / "mirror.ini");
+        const std::string value = std::to_string(n);
+        Change(value.c_str());
+        const SaveErrors errors;
+        bool saved = false;
+        bool happened = false;
+        {
+            const HeapFault fault(n);
+            saved = m_store->UpdateFile();
+            happened = fault.Happened();
+        }
+        EXPECT_EQ(errors.Paths().empty(), saved) << n;
+        if (saved) {
+            EXPECT_EQ(m_folder.Read("a.ini"), With(value)) << n;
+            EXPECT_EQ(m_folder.Read("mirror.ini"), With(value)) << n;
+        }
+        if (!happened)
+            break;
+    }
+}
+
 // ---- in the background
 
 TEST_F(MeterIniFileSave, BackgroundReturnsBeforeTheFileIsWritten) {

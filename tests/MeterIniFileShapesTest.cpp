@@ -440,4 +440,43 @@ TEST_P(MeterIniFileShapes, WhatIsAddedAndDeletedLeavesAtMostALineEnd) {
 INSTANTIATE_TEST_SUITE_P(Files, MeterIniFileShapes, testing::ValuesIn(kShapes),
                          [](const testing::TestParamInfo<Shape>& shape) { return shape.param.name; });
 
+// ---- keys
+
+TEST(MeterIniFileKeys, OfLikeHashesAreToldApart) {
+    const TestFolder folder;
+    std::string bytes = "[a]\n";
+    for (int i = 0; i < 1000; ++i)
+        bytes += std::to_string(i) + "=value " + std::to_string(i) + "\n";
+    folder.Write("a.ini", bytes);
+    CMeterIniFile store(folder.Wide("a.ini").c_str());
+    char value[40];
+    for (int i = 0; i < 1000; ++i) {
+        const std::string key = std::to_string(i);
+        EXPECT_TRUE(store.ReadString("a", key.c_str(), value, sizeof value));
+        EXPECT_EQ(value, "value " + key);
+        const std::string longer = key + " and more than stands in any line";
+        EXPECT_FALSE(store.ReadString("a", longer.c_str(), value, sizeof value)) << longer;
+        EXPECT_FALSE(store.DeleteKey("a", longer.c_str())) << longer;
+    }
+    ASSERT_TRUE(store.UpdateFile());
+    EXPECT_EQ(folder.Read("a.ini"), bytes);
+}
+
+// ---- copies
+
+TEST(MeterIniFileCopies, FillALastSectionThatWasEmptied) {
+    for (const std::string end : {"", "\n", "\r\n"}) {
+        const TestFolder folder;
+        const std::string bytes = "[a]\nk=1\n[b]\nx=1\ny=2" + end;
+        folder.Write("a.ini", bytes);
+        CMeterIniFile store(folder.Wide("a.ini").c_str());
+        ASSERT_TRUE(store.BackupSection("b"));
+        ASSERT_TRUE(store.DeleteKey("b", "x"));
+        ASSERT_TRUE(store.DeleteKey("b", "y"));
+        ASSERT_TRUE(store.RestoreSection("b"));
+        ASSERT_TRUE(store.UpdateFile());
+        EXPECT_EQ(folder.Read("a.ini"), bytes);
+    }
+}
+
 }  // namespace

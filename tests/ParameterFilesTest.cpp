@@ -195,20 +195,20 @@ TEST_F(ParameterFiles, CanBeRegisteredWithoutADataFile) {
 }
 
 TEST_F(ParameterFiles, LoseNothingWithoutMemory) {
-    for (int n = 1;; ++n) {
-        OpenWith("Files=1\nFile1=t,x,y,a.par\n");
-        bool happened = false;
-        {
-            HeapFault fault(n);
-            Register("1", "2", L"b.par");
-            happened = fault.Happened();
+    // A long entry needs memory when the short count already has its own.
+    for (const std::string& text : {std::string("1"), std::string(100000, '1')}) {
+        bool happened = true;
+        for (int n = 1; happened; ++n) {
+            OpenWith("Files=1\nFile1=t,x,y,a.par\n");
+            {
+                HeapFault fault(n);
+                Register(text.c_str(), "2", L"b.par");
+                happened = fault.Happened();
+            }
+            EXPECT_EQ(Entry(1), "t,x,y,a.par");
+            EXPECT_EQ(App(kSection, "Files"), Entry(2) == kMissing ? "1" : "2") << n;
         }
-        EXPECT_EQ(Entry(1), "t,x,y,a.par");
-        EXPECT_EQ(App(kSection, "Files"), Entry(2) == kMissing ? "1" : "2") << n;
-        if (happened)
-            continue;
-        EXPECT_EQ(Entry(2), "20260203040506,1,2,b.par");
-        return;
+        EXPECT_EQ(Entry(2).substr(0, 16), "20260203040506,1");
     }
 }
 

@@ -385,3 +385,29 @@ TEST_F(Values, AreReadWholeOrNotAtAllWhenMemoryRunsOut) {
         EXPECT_EQ(found[1], !happened) << n;
     }
 }
+
+// The name of an appendix may be too long for a string that needs no memory.
+TEST_F(Values, OfARecordWithALongNameFailCleanlyWithoutMemory) {
+    std::string route;
+    for (int meter = 1; meter <= 1000; ++meter)
+        route += "[#_" + std::to_string(meter) + "]\n";
+    const std::string record = "[#2147483647_1000]\nX=A,U,8,7,\"\"\n";
+    Open(route + record);
+    m_database.SetActualPosition(1000);
+    ASSERT_TRUE(m_database.SetAppendix(2147483647));
+    const std::string before = DataLines();
+    char text[40];
+    {
+        const HeapFault fault(1, HeapFault::Times::FromThenOn);
+        EXPECT_FALSE(m_database.SetAppendix(2147483647));
+        EXPECT_FALSE(m_database.DeleteMeterValue("X"));
+        EXPECT_FALSE(m_database.GetMeterItem("X", text, sizeof text));
+        EXPECT_FALSE(m_database.SetMeterItem("X", "8"));
+        EXPECT_FALSE(m_database.GetRecordData(1, text, sizeof text));
+        EXPECT_FALSE(m_database.BackupRecord());
+        EXPECT_FALSE(m_database.RestoreRecord());
+    }
+    EXPECT_EQ(DataLines(), before);
+    EXPECT_TRUE(m_database.GetMeterItem("X", text, sizeof text));
+    EXPECT_STREQ(text, "A,U,8,7,\"\"");
+}

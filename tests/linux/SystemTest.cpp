@@ -1,5 +1,6 @@
 // What only Linux has: owners and modes, pipes among the files, names with a backslash, messages on standard
 // error.
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -21,6 +22,18 @@ using Names = std::vector<std::string>;
 namespace Platform::RealSystem {
 int ShowMessage(void* owner, const wchar_t* text, const wchar_t* caption, unsigned type) noexcept;
 }  // namespace Platform::RealSystem
+
+// The administrator may do everything; while an object lives, he is somebody else.
+class OrdinaryUser {
+public:
+    OrdinaryUser() : m_user(::geteuid()) { EXPECT_TRUE(m_user != 0 || ::seteuid(65534) == 0); }
+    ~OrdinaryUser() { EXPECT_EQ(::seteuid(m_user), 0); }
+    OrdinaryUser(const OrdinaryUser&) = delete;
+    OrdinaryUser& operator=(const OrdinaryUser&) = delete;
+
+private:
+    uid_t m_user;
+};
 
 TEST(LinuxPaths, SlashesSeparateAndDrivesDoNotCount) {
     EXPECT_TRUE(Platform::IsAbsolutePath(L"/data/a.ini"));
@@ -45,6 +58,41 @@ TEST(ReplaceFileOnLinux, KeepsTheOwner) {
     EXPECT_EQ(status.st_mode & 07777u, kMode);
 }
 
+TEST(ReplaceFileOnLinux, AFileOfSomebodyElseIsReplacedWhereTheDirectoryAllowsIt) {
+    const TestFolder folder;
+    folder.Write("a.ini", "old");
+    const fs::path path = folder.Path() / "a.ini";
+    if (::chown(path.c_str(), 4711, 4712) != 0)
+        GTEST_SKIP() << "only the administrator can give a file away";
+    ASSERT_EQ(::chmod(path.c_str(), 0666), 0);
+    ASSERT_EQ(::chmod(folder.Path().c_str(), 0777), 0);
+    {
+        const OrdinaryUser user;
+        EXPECT_TRUE(ReplaceFile(folder.Wide("a.ini"), {"new"}));
+    }
+    EXPECT_EQ(folder.Read("a.ini"), "new");
+    struct stat status {};
+    ASSERT_EQ(::stat(path.c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 07777u, 0666u);
+}
+
+TEST(ReplaceFileOnLinux, ADirectoryNeedNotBeReadable) {
+    const TestFolder folder;
+    folder.Write("a.ini", "old");
+    ASSERT_EQ(::chmod((folder.Path() / "a.ini").c_str(), 0666), 0);
+    ASSERT_EQ(::chmod(folder.Path().c_str(), ::geteuid() == 0 ? 0733 : 0300), 0);
+    bool replaced = false;
+    {
+        const OrdinaryUser user;
+        EXPECT_NE(::faccessat(AT_FDCWD, folder.Path().c_str(), R_OK, AT_EACCESS), 0);
+        replaced = ReplaceFile(folder.Wide("a.ini"), {"new"});
+    }
+    ASSERT_EQ(::chmod(folder.Path().c_str(), 0755), 0);
+    EXPECT_TRUE(replaced);
+    EXPECT_EQ(folder.Read("a.ini"), "new");
+    EXPECT_EQ(folder.Names(), Names{"a.ini"});
+}
+
 TEST(ReplaceFileOnLinux, ALinkToWhatNoPathCanNameIsRefused) {
     const TestFolder folder;
     fs::create_directory(folder.Path() / "sub");
@@ -65,6 +113,19 @@ TEST(PipeOnLinux, IsNeitherReadNorReplacedNorWaitedFor) {
     EXPECT_FALSE(ReplaceFile(folder.Wide("pipe"), {"text"}));
     EXPECT_TRUE(fs::is_fifo(folder.Path() / "pipe"));
     EXPECT_EQ(folder.Names(), Names{"pipe"});
+}
+
+TEST(DeviceOnLinux, TakesNoArchive) {
+    EXPECT_EQ(Platform::System::OpenForAppending(L"/dev/null"), Platform::System::kNoFile);
+}
+
+TEST(MissingFileOnLinux, IsNeitherOverwrittenNorCutNorMade) {
+    const TestFolder folder;
+    EXPECT_FALSE(Platform::System::Overwrite(folder.Wide("a.dat"), 0, "a"));
+    EXPECT_FALSE(Platform::System::Cut(folder.Wide("a.dat"), 0));
+    EXPECT_FALSE(Platform::System::FlushDirectory(folder.Wide("missing/a.dat")));
+    EXPECT_FALSE(Platform::System::FlushDirectory(L""));
+    EXPECT_EQ(folder.Names(), Names{});
 }
 
 TEST(MessageOnLinux, IsALineOnStandardError) {
