@@ -101,7 +101,7 @@ double Difference(std::string_view currentText, std::string_view previousText, i
 
 std::string WithoutLeadingZeros(const std::string& number) {
     std::size_t zeros = 0;
-    while (zeros + 1 < number.size() && number[zeros] == '0' && IsDigit(number[zeros + 1]))
+    while (number[zeros] == '0' && IsDigit(number[zeros + 1]))
         ++zeros;
     return number.substr(zeros);
 }

@@ -220,7 +220,7 @@ TEST(WorkingDayClose, LosesNothingWhenACallFails) {
 
 TEST(WorkingDayClose, LosesNothingWithoutMemory) {
     for (const HeapFault::Times times : {HeapFault::Times::Once, HeapFault::Times::FromThenOn})
-        TryCloses(20, [times](int n, FaultyDay* day) {
+        TryCloses(10, [times](int n, FaultyDay* day) {
             day->ChangeOnceMore();
             const HeapFault fault(n, times);
             day->Close();
