@@ -50,7 +50,7 @@ std::string Duration(std::string_view value, std::string_view token) {
         text += hours;
     text.append(1, ':').append(value.substr(7, 2));
     if (MeterText::ToLower(token.back()) == 's')
-        text.append(1, ':').append(value.substr(9, 2));
+        text.append(1, ':').append(value.substr(9));
     return text;
 }
 

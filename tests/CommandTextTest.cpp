@@ -180,6 +180,8 @@ TEST_F(ConfiguredCommandText, IsThatOfTheCode) {
 
 TEST_F(ConfiguredCommandText, IsAQuestionMarkWhenThereIsNone) {
     EXPECT_EQ(TextOf(9), "(false) ?") << "no system ini";
+    m_database.SetLanguageCode("de");
+    EXPECT_EQ(TextOf(9), "(false) ?") << "nor one for the language";
     OpenWithConfiguration("");
     EXPECT_EQ(TextOf(9), "(false) ?") << "no section";
     OpenWithConfiguration("[Functions]\n10=\n11=\"\"\n09=text\n");

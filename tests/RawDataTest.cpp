@@ -281,6 +281,18 @@ TEST_F(RawDataGathering, WritesTheMirrorAlike) {
     EXPECT_EQ(m_folder.Read("mirror.dat"), Block("a.txt", Bytes(20000)) + Block("b.txt", "b"));
 }
 
+TEST_F(RawDataGathering, WritesAMirrorOfTheShortestName) {
+    const fs::path before = fs::current_path();
+    fs::current_path(m_folder.Path());
+    m_folder.Write("m", "old ");
+    m_folder.Write("a.txt", "a");
+    m_database.SetRawMirror(L"m");
+    Gather(L"m,a.txt");
+    fs::current_path(before);
+    EXPECT_EQ(m_folder.Read(kRawFile), Block("a.txt", "a"));
+    EXPECT_EQ(m_folder.Read("m"), "old " + Block("a.txt", "a"));
+}
+
 TEST_F(RawDataGathering, DoesWithoutAMirrorThatFails) {
     SetMirror("mirror.dat");
     fs::create_directories(m_folder.Path() / "mirror.dat");
