@@ -333,6 +333,7 @@ TEST(TextDecimals, BeyondTheRangeAreInfiniteOrZero) {
         {"1" + std::string(400, '0') + "e-400", 1},
         {"1" + std::string(400, '0') + "e-50", HUGE_VAL},
         {"1" + std::string(400, '0') + "e-900", 0},
+        {"1" + std::string(700, '0') + "1e-100", HUGE_VAL},
         {"0." + std::string(400, '0') + "1e401", 1},
         {"0." + std::string(400, '0') + "1e900", HUGE_VAL},
         {"0." + std::string(400, '0') + "1e50", 0},
