@@ -3,12 +3,7 @@
 #include <cstdlib>
 #include <new>
 
-// The linker sends what the program itself calls as malloc to __wrap_malloc, and __real_malloc to malloc.
-extern "C" {
-void* __real_malloc(std::size_t size);
-void* __real_calloc(std::size_t count, std::size_t size);
-void* __real_realloc(void* block, std::size_t size);
-}
+#include "tests/support/Host.h"
 
 namespace {
 
@@ -21,20 +16,8 @@ struct Plan {
 
 thread_local Plan plan;
 
-bool MustFail() {
-    if (plan.left == 0 || plan.pauses != 0)
-        return false;
-    if (plan.left > 1) {
-        --plan.left;
-        return false;
-    }
-    plan.happened = true;
-    plan.left = plan.forever ? 1 : 0;
-    return true;
-}
-
 void* Allocate(std::size_t size) noexcept {
-    return MustFail() ? nullptr : __real_malloc(size == 0 ? 1 : size);
+    return HeapFault::TakesNext() ? nullptr : Host::Malloc(size == 0 ? 1 : size);
 }
 
 void* AllocateOrThrow(std::size_t size) {
@@ -59,24 +42,24 @@ bool HeapFault::Happened() const {
     return plan.happened;
 }
 
+bool HeapFault::TakesNext() noexcept {
+    if (plan.left == 0 || plan.pauses != 0)
+        return false;
+    if (plan.left > 1) {
+        --plan.left;
+        return false;
+    }
+    plan.happened = true;
+    plan.left = plan.forever ? 1 : 0;
+    return true;
+}
+
 HeapFault::Pause::Pause() {
     ++plan.pauses;
 }
 
 HeapFault::Pause::~Pause() {
     --plan.pauses;
-}
-
-extern "C" {
-void* __wrap_malloc(std::size_t size) {
-    return MustFail() ? nullptr : __real_malloc(size);
-}
-void* __wrap_calloc(std::size_t count, std::size_t size) {
-    return MustFail() ? nullptr : __real_calloc(count, size);
-}
-void* __wrap_realloc(void* block, std::size_t size) {
-    return MustFail() ? nullptr : __real_realloc(block, size);
-}
 }
 
 // All forms are replaced together, so that no block is taken from one heap and given back to another.

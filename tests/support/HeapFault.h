@@ -1,7 +1,7 @@
 // Makes allocations of the calling thread fail, so that tests reach what a full memory does to strings and
 // containers. While an object of this class lives, the n-th allocation of its thread fails: operator new
-// throws std::bad_alloc (the nothrow forms give null), and malloc, calloc and realloc give null. Other threads
-// are not touched, nor is what the system's own libraries take for themselves.
+// throws std::bad_alloc (the nothrow forms give null), and malloc, calloc and realloc give null, these not on
+// Windows. Other threads are not touched, nor is what the system's own libraries take for themselves.
 #pragma once
 
 class HeapFault {
@@ -15,6 +15,9 @@ public:
 
     // True when an allocation has failed: a loop over n ends with the first round in which none did.
     bool Happened() const;
+
+    // For what stands in the place of the allocations: counts one of the calling thread, true when it fails.
+    static bool TakesNext() noexcept;
 
     // While an object of this class lives, the allocations of its thread neither count nor fail. For support
     // code that runs between the calls under test.

@@ -2,6 +2,7 @@
 // tests/windows).
 #pragma once
 
+#include <cstddef>
 #include <filesystem>
 #include <string>
 #include <string_view>
@@ -18,6 +19,9 @@ std::string NarrowFromPath(const std::filesystem::path& name);
 // Makes a symbolic link; false where there are none, or where this user may make none.
 bool MakeLink(const std::filesystem::path& target, const std::filesystem::path& link);
 bool IsLink(const std::filesystem::path& path);
+
+// Memory of the C library, past what makes allocations fail.
+void* Malloc(std::size_t size) noexcept;
 
 // A folder on another volume than `path`, where files can be made; "" when there is none.
 std::filesystem::path FolderOnAnotherVolume(const std::filesystem::path& path);
