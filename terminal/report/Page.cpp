@@ -141,10 +141,11 @@ std::string Page::Progress() const {
     for (const std::string& state : order) {
         const Count& count = states[state];
         const std::string number = std::to_string(count.meters);
-        bar += "<i class=" + count.stateClass + " style=\"flex-grow:" + number + "\" title=\"" +
-               Escaped(state) + ": " + number + "\"></i>";
-        legend +=
-            "<li><i class=" + count.stateClass + "></i>" + Escaped(state) + " <b>" + number + "</b></li>";
+        const std::string itsClass = "<i class=" + count.stateClass;
+        bar.append(itsClass).append(" style=\"flex-grow:").append(number).append("\" title=\"");
+        bar.append(Escaped(state)).append(": ").append(number).append("\"></i>");
+        legend.append("<li>").append(itsClass).append("></i>").append(Escaped(state));
+        legend.append(" <b>").append(number).append("</b></li>");
     }
     return "<section><h2>Progress</h2><div class=bar>" + bar + "</div><ul class=legend>" + legend +
            "</ul></section>";

@@ -13,7 +13,7 @@ std::string Phrases::operator()(const std::string& html) {
         return known->second;
     if (m_phrases.size() == kPrivateCharacters)
         return html;
-    const std::string character = PrivateCharacter(static_cast<unsigned>(m_phrases.size()));
+    std::string character = PrivateCharacter(static_cast<unsigned>(m_phrases.size()));
     m_characters.emplace(html, character);
     m_phrases.push_back(html);
     return character;
