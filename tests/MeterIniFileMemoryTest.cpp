@@ -118,6 +118,38 @@ TEST(MeterIniFileMemoryCopies, AreKeptOrRefused) {
     }
 }
 
+// What edits leave behind is tidied up now and then, which takes memory for all of the text.
+TEST(MeterIniFileMemoryEdits, ManyLongOnesKeepTheLastThatWasDone) {
+    const TestFolder folder;
+    folder.Write("a.ini", kBytes);
+    std::string value(100000, '1');
+    for (int n = 1;; ++n) {
+        ASSERT_LT(n, 300);
+        CMeterIniFile store(folder.Wide("a.ini").c_str());
+        char done = 'y';
+        bool happened = false;
+        {
+            const HeapFault fault(n);
+            for (char letter = 'a'; letter <= 'x'; ++letter) {
+                value.assign(value.size(), letter);
+                if (store.WriteString("c", "y", value.c_str()))
+                    done = letter;
+            }
+            happened = fault.Happened();
+        }
+        std::string found(value.size() + 1, '\0');
+        ASSERT_TRUE(store.ReadString("c", "y", found.data(), static_cast<int>(found.size())));
+        found.pop_back();
+        EXPECT_TRUE(found == std::string(value.size(), done)) << n;
+        EXPECT_TRUE(store.ReadString("c", "last", found.data(), static_cast<int>(found.size())));
+        EXPECT_STREQ(found.c_str(), "line without end");
+        if (!happened) {
+            EXPECT_EQ(done, 'x');
+            break;
+        }
+    }
+}
+
 TEST(MeterIniFileMemoryLoad, AStoreThatGotNoneAnswersNothing) {
     const TestFolder folder;
     folder.Write("a.ini", kBytes);

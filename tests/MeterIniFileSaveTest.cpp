@@ -271,6 +271,30 @@ TEST_P(MeterIniFileSaveFault, LeavesTheOldOrTheNewFileAndNothingElse) {
 
 INSTANTIATE_TEST_SUITE_P(Faults, MeterIniFileSaveFault, testing::Values(Times::Once, Times::FromThenOn));
 
+// Headers, changed lines and unchanged ones each fill more than one write.
+TEST_F(MeterIniFileSave, AnyWriteOfALongTextMayFail) {
+    const std::string header(600000, 'h');
+    const std::string line(600000, 'l');
+    const std::string old = "\xEF\xBB\xBF[a]\nk=" + line + "\n[" + header + "]\nk=1\n[c]\nk=" + line + "\n";
+    m_folder.Write("long.ini", old);
+    CMeterIniFile store(m_folder.Wide("long.ini").c_str());
+    const std::string value(600000, 'v');
+    ASSERT_TRUE(store.WriteString(header.c_str(), "k", value.c_str()));
+    ASSERT_TRUE(store.SetString(4, "[new]"));
+    const std::string expected =
+        "\xEF\xBB\xBF[a]\nk=" + line + "\n[" + header + "]\nk=" + value + "\n[new]\nk=" + line + "\n";
+    int failures = 0;
+    for (bool saved = false; !saved && failures < 100; failures += saved ? 0 : 1) {
+        FakeSystem system;
+        system.FailCall(Call::Write, failures + 1);
+        saved = store.UpdateFile();
+        EXPECT_NE(saved, system.FaultHappened());
+        EXPECT_TRUE(m_folder.Read("long.ini") == (saved ? expected : old)) << failures;
+        EXPECT_EQ(m_folder.Names(), (std::vector<std::string>{"a.ini", "long.ini"}));
+    }
+    EXPECT_GE(failures, 4);
+}
+
 TEST_F(MeterIniFileSave, WithoutMemoryFailsAndKeepsTheFile) {
     for (int n = 1;; ++n) {
         ASSERT_LT(n, 200);

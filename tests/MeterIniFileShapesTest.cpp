@@ -442,21 +442,28 @@ INSTANTIATE_TEST_SUITE_P(Files, MeterIniFileShapes, testing::ValuesIn(kShapes),
 
 // ---- keys
 
+// A key is first looked for by one byte that is made of it, which it shares with one key in some 250.
 TEST(MeterIniFileKeys, OfLikeHashesAreToldApart) {
     const TestFolder folder;
     std::string bytes = "[a]\n";
     for (int i = 0; i < 1000; ++i)
-        bytes += std::to_string(i) + "=value " + std::to_string(i) + "\n";
+        bytes += "key " + std::to_string(i) + "=value " + std::to_string(i) + "\n";
     folder.Write("a.ini", bytes);
     CMeterIniFile store(folder.Wide("a.ini").c_str());
     char value[40];
     for (int i = 0; i < 1000; ++i) {
-        const std::string key = std::to_string(i);
-        EXPECT_TRUE(store.ReadString("a", key.c_str(), value, sizeof value));
-        EXPECT_EQ(value, "value " + key);
-        const std::string longer = key + " and more than stands in any line";
-        EXPECT_FALSE(store.ReadString("a", longer.c_str(), value, sizeof value)) << longer;
-        EXPECT_FALSE(store.DeleteKey("a", longer.c_str())) << longer;
+        const std::string number = std::to_string(i);
+        EXPECT_TRUE(store.ReadString("a", ("key " + number).c_str(), value, sizeof value));
+        EXPECT_EQ(value, "value " + number);
+        for (const std::string& other :
+             {"key " + number + " of a line that is longer than any", "nor " + number}) {
+            EXPECT_FALSE(store.ReadString("a", other.c_str(), value, sizeof value)) << other;
+            EXPECT_FALSE(store.DeleteKey("a", other.c_str())) << other;
+        }
+    }
+    for (const char* const beginning : {"k", "ke", "key"}) {
+        EXPECT_FALSE(store.ReadString("a", beginning, value, sizeof value)) << beginning;
+        EXPECT_FALSE(store.DeleteKey("a", beginning)) << beginning;
     }
     ASSERT_TRUE(store.UpdateFile());
     EXPECT_EQ(folder.Read("a.ini"), bytes);

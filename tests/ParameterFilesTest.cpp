@@ -209,6 +209,19 @@ TEST_F(ParameterFiles, LoseNothingWithoutMemory) {
             EXPECT_EQ(App(kSection, "Files"), Entry(2) == kMissing ? "1" : "2") << n;
         }
         EXPECT_EQ(Entry(2).substr(0, 16), "20260203040506,1");
+
+        happened = true;
+        for (int n = 1; happened; ++n) {
+            OpenWith("Files=1\nFile1=t,x,y,a.par\n");
+            {
+                HeapFault fault(n);
+                Register(text.c_str(), "2", L"a.par");
+                happened = fault.Happened();
+            }
+            const std::string entry = Entry(1).substr(0, 16);
+            EXPECT_TRUE(entry == "20260203040506,1" || (happened && entry == "t,x,y,a.par")) << n;
+            EXPECT_EQ(App(kSection, "Files"), "1");
+        }
     }
 }
 

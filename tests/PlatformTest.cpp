@@ -376,6 +376,23 @@ TEST(LoadFile, TakesTheFileAsItIsWhenItGrewOrShrank) {
     }
 }
 
+TEST(LoadFile, AFileThatGrewIsReadWholeOrNotAtAllWithoutMemory) {
+    const TestFolder folder;
+    const std::string content = ManyBytes(100000);
+    folder.Write("a.ini", content);
+    const std::wstring path = folder.Wide("a.ini");
+    FakeSystem system;
+    system.ReportSize(1);
+    bool failed = true;
+    for (int n = 1; failed; ++n) {
+        Platform::FileBytes bytes;
+        LoadResult result = LoadResult::Missing;
+        failed = FailAllocation(n, [&] { result = Platform::LoadFile(path, &bytes); });
+        EXPECT_EQ(result, failed ? LoadResult::Unreadable : LoadResult::Loaded) << n;
+        EXPECT_TRUE(failed || std::string(bytes.data.get(), bytes.size) == content);
+    }
+}
+
 TEST(LoadFile, AFileThatDoesNotFitIntoMemoryIsUnreadable) {
     const TestFolder folder;
     folder.Write("a.ini", "text");
