@@ -122,29 +122,28 @@ TEST(MeterIniFileMemoryCopies, AreKeptOrRefused) {
 TEST(MeterIniFileMemoryEdits, ManyLongOnesKeepTheLastThatWasDone) {
     const TestFolder folder;
     folder.Write("a.ini", kBytes);
-    std::string value(100000, '1');
+    std::vector<std::string> values;  // each too long for the place of the one before
+    for (std::size_t i = 0; i < 24; ++i)
+        values.emplace_back(100000 + 1000 * i, static_cast<char>('a' + i));
     for (int n = 1;; ++n) {
         ASSERT_LT(n, 300);
         CMeterIniFile store(folder.Wide("a.ini").c_str());
-        char done = 'y';
+        const std::string* done = nullptr;
         bool happened = false;
         {
             const HeapFault fault(n);
-            for (char letter = 'a'; letter <= 'x'; ++letter) {
-                value.assign(value.size(), letter);
+            for (const std::string& value : values)
                 if (store.WriteString("c", "y", value.c_str()))
-                    done = letter;
-            }
+                    done = &value;
             happened = fault.Happened();
         }
-        std::string found(value.size() + 1, '\0');
+        std::string found(200000, '\0');
         ASSERT_TRUE(store.ReadString("c", "y", found.data(), static_cast<int>(found.size())));
-        found.pop_back();
-        EXPECT_TRUE(found == std::string(value.size(), done)) << n;
+        EXPECT_EQ(found.c_str(), *done) << n;
         EXPECT_TRUE(store.ReadString("c", "last", found.data(), static_cast<int>(found.size())));
         EXPECT_STREQ(found.c_str(), "line without end");
         if (!happened) {
-            EXPECT_EQ(done, 'x');
+            EXPECT_EQ(done, &values.back());
             break;
         }
     }
