@@ -110,7 +110,8 @@ TEST(Text, DoesNotDependOnTheLocale) {
 
 TEST(Text, CutsBetweenCharacters) {
     GuardedBuffer narrow(4);
-    EXPECT_EQ(Platform::System::Narrow(Wide({0x20AC, 0xE4}), narrow.Data(), 4), 3u);
+    EXPECT_EQ(Platform::System::Narrow(Wide({0x20AC, 0xE4, 'a'}), narrow.Data(), 4), 3u)
+        << "nothing of a text stands behind what does not fit";
     EXPECT_EQ(std::string(narrow.Data(), 3), "\xE2\x82\xAC");
 }
 
