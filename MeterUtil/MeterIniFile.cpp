@@ -263,13 +263,8 @@ bool CMeterIniFile::RestoreSection(const char* section) {
 bool CMeterIniFile::UpdateFile() {
     if (!IsSavable(m_store))
         return false;
-    const bool prepared = Guarded(false, [&] {
-        m_store->saver->Wait();
-        return true;
-    });
-    if (!prepared)
-        MeterUtil::ReportFailedSave(m_store->target);
-    const bool saved = prepared && SaveText(m_store->target, m_store->text);
+    m_store->saver->Wait();
+    const bool saved = SaveText(m_store->target, m_store->text);
     if (!saved)
         m_error = true;
     return saved;
