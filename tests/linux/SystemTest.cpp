@@ -93,6 +93,15 @@ TEST(ReplaceFileOnLinux, ADirectoryNeedNotBeReadable) {
     EXPECT_EQ(folder.Names(), Names{"a.ini"});
 }
 
+TEST(ReplaceFileOnLinux, ALinkToTheShortestNameStaysALink) {
+    const TestFolder folder;
+    folder.Write("a", "old");
+    ASSERT_TRUE(Host::MakeLink("a", folder.Path() / "link"));
+    EXPECT_TRUE(ReplaceFile(folder.Wide("link"), {"new"}));
+    EXPECT_TRUE(Host::IsLink(folder.Path() / "link"));
+    EXPECT_EQ(folder.Read("a"), "new");
+}
+
 TEST(ReplaceFileOnLinux, ALinkToWhatNoPathCanNameIsRefused) {
     const TestFolder folder;
     fs::create_directory(folder.Path() / "sub");
