@@ -93,6 +93,27 @@ TEST(ReplaceFileOnLinux, ADirectoryNeedNotBeReadable) {
     EXPECT_EQ(folder.Names(), Names{"a.ini"});
 }
 
+// The next file that is opened then gets the number 0.
+TEST(ReplaceFileOnLinux, WorksWhereStandardInputIsClosed) {
+    const TestFolder folder;
+    folder.Write("a.ini", "old");
+    const int input = ::dup(STDIN_FILENO);
+    ::close(STDIN_FILENO);
+    Platform::FileBytes bytes;
+    const LoadResult loaded = Platform::LoadFile(folder.Wide("a.ini"), &bytes);
+    const bool replaced = ReplaceFile(folder.Wide("a.ini"), {"new"});
+    const bool appended = Platform::AppendFile(folder.Wide("archive"), "head ", folder.Wide("a.ini"));
+    if (input >= 0) {
+        ::dup2(input, STDIN_FILENO);
+        ::close(input);
+    }
+    EXPECT_EQ(loaded, LoadResult::Loaded);
+    EXPECT_TRUE(replaced);
+    EXPECT_TRUE(appended);
+    EXPECT_EQ(folder.Read("a.ini"), "new");
+    EXPECT_EQ(folder.Read("archive"), "head new");
+}
+
 TEST(ReplaceFileOnLinux, ALinkToTheShortestNameStaysALink) {
     const TestFolder folder;
     folder.Write("a", "old");
