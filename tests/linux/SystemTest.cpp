@@ -112,6 +112,7 @@ TEST(ReplaceFileOnLinux, WorksWhereStandardInputIsClosed) {
     EXPECT_TRUE(appended);
     EXPECT_EQ(folder.Read("a.ini"), "new");
     EXPECT_EQ(folder.Read("archive"), "head new");
+    EXPECT_EQ(folder.Names(), (Names{"a.ini", "archive"}));
 }
 
 TEST(ReplaceFileOnLinux, ALinkToTheShortestNameStaysALink) {
