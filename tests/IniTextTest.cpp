@@ -103,6 +103,26 @@ TEST(IniTextMemory, AGrowingTextDoesNotMove) {
     EXPECT_GT(PiecesOf(text).size(), 1U);
 }
 
+// What is refused is a write that failed: nothing behind it may pass for saved.
+TEST(IniTextPieces, EndsWithThePieceThatIsRefused) {
+    IniText text;
+    ASSERT_TRUE(text.Load(Bytes("\xEF\xBB\xBFtop\n[a]\nk=1\nm=2\n[b]\nk=1\n[c]\nk=1\n")));
+    text.SetValue(text.FindSection("a"), "k", "a longer one");
+    text.SetLine(4, "[renamed]");
+    const MeterUtil::TextSnapshot snapshot = text.Snapshot();
+    const std::size_t all = PiecesOf(text).size();
+    ASSERT_GE(all, 6U);
+    for (const Platform::TextPieces* pieces : {static_cast<const Platform::TextPieces*>(&text),
+                                               static_cast<const Platform::TextPieces*>(&snapshot)}) {
+        for (std::size_t refused = 1; refused <= all + 1; ++refused) {
+            std::size_t calls = 0;
+            const bool taken = pieces->ForEach([&](std::string_view) { return ++calls != refused; });
+            EXPECT_EQ(taken, refused > all);
+            EXPECT_EQ(calls, std::min(refused, all));
+        }
+    }
+}
+
 // ---- sections in their order
 
 // Sections of all sizes come and go anywhere; lines are then looked up by number from anywhere.
