@@ -126,7 +126,7 @@ class Job(threading.Thread):
             with open(log, "wb") as output:
                 code = subprocess.run(["build/tests/meterdb_tests", "--gtest_filter=" + chosen], cwd=self.folder,
                                       env=environment, stdout=output, stderr=subprocess.DEVNULL, preexec_fn=limited,
-                                      timeout=20 * seconds).returncode
+                                      timeout=5 * seconds).returncode
         except subprocess.TimeoutExpired:
             code = 1
         finally:
