@@ -27,8 +27,6 @@ bool IniText::Load(Platform::FileBytes bytes) {
     m_order.assign(1, 0);
     m_firstLine.assign(1, 0);
     m_sections.emplace_back();
-    m_names.Clear();
-    m_names.Reserve(1);
     m_startCount = 0;
     const std::size_t size = bytes.size;
     if (size > kMostBytes)
@@ -39,6 +37,7 @@ bool IniText::Load(Platform::FileBytes bytes) {
     m_hasByteOrderMark = text.substr(0, kByteOrderMark.size()) == kByteOrderMark;
     const std::size_t skipped = m_hasByteOrderMark ? kByteOrderMark.size() : 0;
     ScanLines(text.data() + skipped, text.data() + size);
+    BuildNameIndex();
     return true;
 }
 
@@ -64,7 +63,7 @@ void IniText::ScanLines(const char* begin, const char* end) {
         line = next;
     }
     CloseSection();
-    m_numbered = static_cast<std::uint32_t>(m_order.size());
+    m_numbered = m_placed = static_cast<std::uint32_t>(m_order.size());
     m_lineCount = m_untouched = static_cast<std::uint32_t>(m_startCount);
     AddLineStart(skipped + static_cast<std::size_t>(end - begin));
     ResizeLineStarts(m_startCount);
@@ -93,8 +92,7 @@ void IniText::ResizeLineStarts(std::size_t capacity) {
     m_startCapacity = capacity;
 }
 
-// Begins a section with the next line, when it is a header. Its name is entered at once, while the processor
-// has it at hand.
+// Begins a section with the next line, when it is a header.
 void IniText::OpenSection(std::string_view raw) {
     std::string_view name;
     if (!IsHeader(raw, &name)) {
@@ -107,13 +105,9 @@ void IniText::OpenSection(std::string_view raw) {
     section.first = static_cast<std::uint32_t>(m_startCount) + 1;
     section.nameSize = static_cast<std::uint32_t>(name.size());
     section.position = static_cast<std::uint32_t>(m_order.size());
-    const auto id = static_cast<Section>(m_sections.size());
-    m_order.push_back(id);
-    m_placed = static_cast<std::uint32_t>(m_order.size());
+    m_order.push_back(static_cast<Section>(m_sections.size()));
     m_firstLine.push_back(static_cast<std::uint32_t>(m_startCount));
     m_sections.push_back(std::move(section));
-    m_names.Reserve(m_sections.size());
-    Link(id);
 }
 
 void IniText::CloseSection() {
@@ -325,6 +319,14 @@ std::uint32_t IniText::FindBracketLine(std::uint32_t line) {
 }
 
 // ---- names
+
+// Once all sections are there: a table that grows among them would leave holes in the memory.
+void IniText::BuildNameIndex() {
+    m_names.Clear();
+    m_names.Reserve(m_sections.size());
+    for (std::size_t position = 1; position < m_order.size(); ++position)
+        Link(m_order[position]);
+}
 
 // Enters a section under its name. Sections of one name form a list in the order of the file, of which the
 // first alone stands in the table; the first knows the last one, so that a file of equal names is no slower.

@@ -143,6 +143,7 @@ private:
     Place Locate(std::uint32_t line);
 
     // names
+    void BuildNameIndex();
     void Link(Section id);
     void Unlink(Section id);
 
