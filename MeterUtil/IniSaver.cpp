@@ -20,7 +20,10 @@ ErrorListener& Listener() {
     return listener;
 }
 
-void ReportFailure(const std::wstring& path, const std::wstring& text) {
+// Sets the error first: who is told may ask for it.
+void ReportFailure(const std::wstring& path, const SaveTarget& target) {
+    if (target.error != nullptr)
+        *target.error = true;
     ErrorListener& listener = Listener();
     CMeterIniFile::SaveErrorHandler handler = nullptr;
     void* context = nullptr;
@@ -31,14 +34,13 @@ void ReportFailure(const std::wstring& path, const std::wstring& text) {
     }
     // Called without the lock: the handler may set another one, or save.
     if (handler != nullptr)
-        handler(context, path.c_str(), text.c_str());
+        handler(context, path.c_str(), target.errorText.c_str());
 }
 
-bool SaveTo(const std::wstring& path, const Platform::TextPieces& text,
-            const std::wstring& errorText) noexcept {
+bool SaveTo(const std::wstring& path, const Platform::TextPieces& text, const SaveTarget& target) noexcept {
     if (Platform::ReplaceFile(path, text))
         return true;
-    ReportFailure(path, errorText);
+    ReportFailure(path, target);
     return false;
 }
 
@@ -64,13 +66,13 @@ void SetSaveErrorHandler(CMeterIniFile::SaveErrorHandler handler, void* context)
 }
 
 void ReportFailedSave(const SaveTarget& target) noexcept {
-    ReportFailure(target.path, target.errorText);
+    ReportFailure(target.path, target);
 }
 
 bool SaveText(const SaveTarget& target, const Platform::TextPieces& text) noexcept {
     Platform::KeepAwake(true);
-    const bool saved = SaveTo(target.path, text, target.errorText);
-    const bool mirrored = !NeedsMirror(target) || SaveTo(target.mirror, text, target.errorText);
+    const bool saved = SaveTo(target.path, text, target);
+    const bool mirrored = !NeedsMirror(target) || SaveTo(target.mirror, text, target);
     Platform::KeepAwake(false);
     return saved && mirrored;
 }
@@ -113,8 +115,7 @@ void BackgroundSaver::Run() {
         std::unique_ptr<Job> job = std::move(m_waiting);
         m_busy = true;
         lock.unlock();
-        if (!SaveText(job->target, job->text))
-            *m_error = true;
+        SaveText(job->target, job->text);
         job.reset();
         lock.lock();
         m_busy = false;

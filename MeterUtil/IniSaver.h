@@ -13,15 +13,16 @@
 
 namespace MeterUtil {
 
-// Where a text goes, and what is said when it cannot.
+// Where a text goes, and what happens when it cannot.
 struct SaveTarget {
     std::wstring path;
     std::wstring mirror;  // empty: none
     std::wstring errorText;
+    std::atomic<bool>* error = nullptr;  // set before anybody is told; null: none
 };
 
-// Writes the file, then the mirror, which is written also when the file failed. False when either failed; the
-// handler of the process has then been called for each.
+// Writes the file, then the mirror, which is written also when the file failed. False when either failed; for
+// each the error was set and the handler of the process called.
 bool SaveText(const SaveTarget& target, const Platform::TextPieces& text) noexcept;
 
 void SetSaveErrorHandler(CMeterIniFile::SaveErrorHandler handler, void* context) noexcept;
@@ -30,10 +31,10 @@ void SetSaveErrorHandler(CMeterIniFile::SaveErrorHandler handler, void* context)
 void ReportFailedSave(const SaveTarget& target) noexcept;
 
 // Saves snapshots one after the other on a thread that the first one starts. Of those that wait only the
-// latest is written. A failed save sets the error flag.
+// latest is written.
 class BackgroundSaver {
 public:
-    explicit BackgroundSaver(std::atomic<bool>* error) : m_error(error) {}
+    BackgroundSaver() = default;
     ~BackgroundSaver();  // writes what still waits
     BackgroundSaver(const BackgroundSaver&) = delete;
     BackgroundSaver& operator=(const BackgroundSaver&) = delete;
@@ -52,7 +53,6 @@ private:
 
     void Run();
 
-    std::atomic<bool>* m_error;
     std::mutex m_mutex;
     std::condition_variable m_changed;
     std::unique_ptr<Job> m_waiting;

@@ -2,7 +2,6 @@
 // rules of what is refused.
 #include "MeterUtil/MeterIniFile.h"
 
-#include <memory>
 #include <string>
 #include <string_view>
 
@@ -21,10 +20,11 @@ public:
     SaveTarget target;
     std::wstring applicationPath;
     bool isLoaded = true;
-    std::unique_ptr<BackgroundSaver> saver;
+    BackgroundSaver saver;
 };
 
-IniStore::IniStore(const wchar_t* path, std::atomic<bool>* error) : saver(new BackgroundSaver(error)) {
+IniStore::IniStore(const wchar_t* path, std::atomic<bool>* error) {
+    target.error = error;
     if (path != nullptr)
         target.path = path;
     Platform::FileBytes bytes;
@@ -263,18 +263,15 @@ bool CMeterIniFile::RestoreSection(const char* section) {
 bool CMeterIniFile::UpdateFile() {
     if (!IsSavable(m_store))
         return false;
-    m_store->saver->Wait();
-    const bool saved = SaveText(m_store->target, m_store->text);
-    if (!saved)
-        m_error = true;
-    return saved;
+    m_store->saver.Wait();
+    return SaveText(m_store->target, m_store->text);
 }
 
 bool CMeterIniFile::UpdateFileBackground() {
     if (!IsSavable(m_store))
         return false;
     const bool arranged = Guarded(false, [&] {
-        m_store->saver->Save(m_store->target, m_store->text.Snapshot());
+        m_store->saver.Save(m_store->target, m_store->text.Snapshot());
         return true;
     });
     // Better late than not at all: without memory for a snapshot the caller waits.

@@ -371,46 +371,57 @@ TEST_F(MeterIniFileSave, RefusedSavesAreToldToo) {
     EXPECT_EQ(errors.Paths(), std::vector<std::wstring>(2, m_folder.Wide("folder.ini")));
 }
 
+// Who is told of a failed save may ask the store for it.
+TEST_F(MeterIniFileSave, TheErrorIsSetBeforeAnybodyIsTold) {
+    struct Told {
+        CMeterIniFile* store;
+        int failures;
+    };
+    const auto ask = [](void* context, const wchar_t*, const wchar_t*) {
+        auto* const told = static_cast<Told*>(context);
+        told->failures += told->store->m_error ? 1 : 0;
+        told->store->m_error = false;
+    };
+    Told told{m_store.get(), 0};
+    CMeterIniFile::SetSaveErrorHandler(ask, &told);
+    m_store->SetMirror(m_folder.Wide("none\\mirror.ini").c_str());
+    EXPECT_FALSE(m_store->UpdateFile());
+    EXPECT_EQ(told.failures, 1);
+    EXPECT_TRUE(m_store->UpdateFileBackground());
+    EXPECT_FALSE(m_store->UpdateFile()) << "waits for the other";
+    EXPECT_EQ(told.failures, 3);
+    m_store.reset();
+    CMeterIniFile::SetSaveErrorHandler(nullptr, nullptr);
+}
+
 TEST_F(MeterIniFileSave, SavesThatFailForMemoryAreTold) {
-    for (int n = 1;; ++n) {
+    bool failed = true;
+    for (int n = 1; failed; ++n) {
         ASSERT_LT(n, 200);
         const SaveErrors errors;
         bool saved = false;
-        bool happened = false;
-        {
-            const HeapFault fault(n);
-            saved = m_store->UpdateFile();
-            happened = fault.Happened();
-        }
+        failed = FailAllocation(n, [&] { saved = m_store->UpdateFile(); });
         EXPECT_EQ(errors.Paths().size(), saved ? 0U : 1U) << "allocation " << n;
-        if (!happened)
-            break;
     }
     EXPECT_TRUE(m_store->m_error);
 }
 
 TEST_F(MeterIniFileSave, MirrorIsWrittenOrMissedAloudWithoutMemory) {
     m_store->SetMirror(m_folder.Wide("mirror.ini").c_str());
-    for (int n = 1;; ++n) {
+    bool failed = true;
+    for (int n = 1; failed; ++n) {
         ASSERT_LT(n, 200);
         fs::remove(m_folder.Path() / "mirror.ini");
         const std::string value = std::to_string(n);
         Change(value.c_str());
         const SaveErrors errors;
         bool saved = false;
-        bool happened = false;
-        {
-            const HeapFault fault(n);
-            saved = m_store->UpdateFile();
-            happened = fault.Happened();
-        }
+        failed = FailAllocation(n, [&] { saved = m_store->UpdateFile(); });
         EXPECT_EQ(errors.Paths().empty(), saved) << n;
         if (saved) {
             EXPECT_EQ(m_folder.Read("a.ini"), With(value)) << n;
             EXPECT_EQ(m_folder.Read("mirror.ini"), With(value)) << n;
         }
-        if (!happened)
-            break;
     }
 }
 
