@@ -32,7 +32,7 @@ bool HasBracketLine(const LineList& lines) {
     return std::any_of(lines.begin(), lines.end(), BeginsWithBracket);
 }
 
-constexpr std::uint32_t kLinesOfARecord = 16;  // room that a new section begins with
+constexpr std::uint32_t kLinesOfARecord = 64;  // room that a new section begins with: most fit
 
 }  // namespace
 

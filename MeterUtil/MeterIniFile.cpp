@@ -2,6 +2,7 @@
 // rules of what is refused.
 #include "MeterUtil/MeterIniFile.h"
 
+#include <cstring>
 #include <string>
 #include <string_view>
 
@@ -47,22 +48,33 @@ using MeterUtil::IniText;
 // A text of 2 GiB and more is refused: lines and sizes of the interface are ints.
 constexpr std::size_t kMostLineBytes = 0x7FFFFFFF;
 
-bool FitsOneLine(std::string_view text) {
-    return text.size() < kMostLineBytes && !MeterText::Contains(text, '\n') &&
-           !MeterText::Contains(text, '\r');
+// Takes a text of the caller that must be without certain letters; null counts as empty. False when it holds
+// one, or is too long. Text and letters are passed over once.
+bool TakeWithout(const char* letters, const char* text, std::string_view* taken) {
+    text = text == nullptr ? "" : text;
+    *taken = {text, std::strcspn(text, letters)};
+    return text[taken->size()] == '\0' && taken->size() < kMostLineBytes;
 }
 
-bool IsWritableSection(std::string_view name) {
-    return !name.empty() && FitsOneLine(name) && !MeterText::Contains(name, ']');
+bool TakeLine(const char* text, std::string_view* taken) {
+    return TakeWithout("\r\n", text, taken);
+}
+
+bool TakeSection(const char* name, std::string_view* taken) {
+    return TakeWithout("\r\n]", name, taken) && !taken->empty();
+}
+
+// Without the blanks around it.
+bool TakeKey(const char* key, std::string_view* taken) {
+    if (!TakeWithout("\r\n=", key, taken))
+        return false;
+    *taken = MeterText::TrimBlanks(*taken);
+    return !taken->empty() && taken->front() != '[' && taken->front() != ';';
 }
 
 // False for what no entry has as its key.
 bool MayBeKey(std::string_view key) {
     return !key.empty() && !MeterText::Contains(key, '=');
-}
-
-bool IsWritableKey(std::string_view key) {
-    return MayBeKey(key) && FitsOneLine(key) && key.front() != '[' && key.front() != ';';
 }
 
 // A first line that begins like this would have no text there once it is loaded again.
@@ -184,26 +196,26 @@ bool CMeterIniFile::SectionExists(const char* section) const {
 // ---- edits
 
 bool CMeterIniFile::WriteString(const char* section, const char* key, const char* value) {
-    if (m_store == nullptr || section == nullptr || key == nullptr)
-        return false;
-    const std::string_view name = MeterText::TrimBlanks(key);
-    const std::string_view text = View(value);
-    if (!IsWritableSection(section) || !IsWritableKey(name) || !FitsOneLine(text))
+    std::string_view sectionName;
+    std::string_view keyName;
+    std::string_view text;
+    if (m_store == nullptr || !TakeSection(section, &sectionName) || !TakeKey(key, &keyName) ||
+        !TakeLine(value, &text))
         return false;
     return Guarded(false, [&] {
-        const IniText::Section found = m_store->text.FindSection(section);
+        const IniText::Section found = m_store->text.FindSection(sectionName);
         if (found != IniText::kNoSection)
-            m_store->text.SetValue(found, name, text);
+            m_store->text.SetValue(found, keyName, text);
         else
-            m_store->text.AddSection(section, name, text);
+            m_store->text.AddSection(sectionName, keyName, text);
         return true;
     });
 }
 
 bool CMeterIniFile::SetString(int line, const char* text) {
-    const std::string_view newText = View(text);
+    std::string_view newText;
     if (m_store == nullptr || line < 0 || static_cast<std::uint32_t>(line) >= m_store->text.LineCount() ||
-        !FitsOneLine(newText) || (line == 0 && BeginsWithByteOrderMark(newText)))
+        !TakeLine(text, &newText) || (line == 0 && BeginsWithByteOrderMark(newText)))
         return false;
     return Guarded(false, [&] {
         m_store->text.SetLine(static_cast<std::uint32_t>(line), newText);
@@ -212,8 +224,8 @@ bool CMeterIniFile::SetString(int line, const char* text) {
 }
 
 int CMeterIniFile::AppendString(const char* text) {
-    const std::string_view newText = View(text);
-    if (m_store == nullptr || !FitsOneLine(newText) ||
+    std::string_view newText;
+    if (m_store == nullptr || !TakeLine(text, &newText) ||
         (m_store->text.LineCount() == 0 && BeginsWithByteOrderMark(newText)))
         return -1;
     return Guarded(-1, [&] {
