@@ -21,7 +21,7 @@ IniText::IniText() {
 
 // ---- loading
 
-bool IniText::Load(Platform::FileBytes bytes) {
+void IniText::Load(Platform::FileBytes bytes) {
     m_lineEnd = kCrLf;
     m_sections.clear();
     m_order.assign(1, 0);
@@ -29,8 +29,6 @@ bool IniText::Load(Platform::FileBytes bytes) {
     m_sections.emplace_back();
     m_startCount = 0;
     const std::size_t size = bytes.size;
-    if (size > kMostBytes)
-        return false;
     m_base = OwnBlock(std::move(bytes));
 
     const std::string_view text(size == 0 ? "" : m_base.get(), size);
@@ -38,7 +36,6 @@ bool IniText::Load(Platform::FileBytes bytes) {
     const std::size_t skipped = m_hasByteOrderMark ? kByteOrderMark.size() : 0;
     ScanLines(text.data() + skipped, text.data() + size);
     BuildNameIndex();
-    return true;
 }
 
 std::shared_ptr<const char> IniText::OwnBlock(Platform::FileBytes bytes) {

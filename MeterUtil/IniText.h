@@ -48,8 +48,8 @@ public:
 
     IniText();
 
-    // Takes the bytes of a file. False, with the text empty, when they are more than the offsets reach.
-    bool Load(Platform::FileBytes bytes);
+    // Takes the bytes of a file, kMostBytes at most.
+    void Load(Platform::FileBytes bytes);
 
     // ---- look-ups; the views are valid until the next edit
 

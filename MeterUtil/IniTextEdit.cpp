@@ -425,9 +425,7 @@ bool IniText::RestoreCopy(std::string_view name) {
     // The restored section owns the copy again; its place in the map is made before anything changes.
     std::map<Section, Copy> copies;
     copies.emplace(kNoSection, deleted->second);
-    const std::string_view oldHeader = deleted->second.header;
-    const bool needsLineEnd = LineEndOf(oldHeader).empty() && !deleted->second.lines.empty();
-    const Line header = NewLine({oldHeader, needsLineEnd ? LineEndFor(oldHeader) : kNoLineEnd});
+    const Line header = NewLine({deleted->second.header});  // ends, when there were lines behind it
     LineList lines = LinesFrom(deleted->second.lines);
     ReserveSection();
     EndLastLine();
@@ -456,13 +454,10 @@ LineList IniText::LinesFrom(std::string_view raw) {
 void IniText::ReplaceLines(Section id, std::string_view raw) {
     LineList lines = LinesFrom(raw);
     SectionData& section = m_sections[id];
-    const bool isLast = IsLast(id);
-    if (lines.Size() != 0 && !isLast && LineEndOf(lines.Last().Raw()).empty()) {
+    if (lines.Size() != 0 && !IsLast(id) && LineEndOf(lines.Last().Raw()).empty()) {
         const std::string_view text = lines.Last().Raw();
         lines.Last() = NewLine({text, LineEndFor(text)});
     }
-    if (isLast && section.count == 0 && lines.Size() != 0)
-        EndLastLine();  // the header's
 
     Touch(section);
     m_lineCount -= section.count;

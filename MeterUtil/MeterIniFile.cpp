@@ -31,9 +31,8 @@ IniStore::IniStore(const wchar_t* path, std::atomic<bool>* error) {
     Platform::FileBytes bytes;
     const Platform::LoadResult result = Platform::LoadFile(target.path, &bytes, IniText::kMostBytes);
     if (result == Platform::LoadResult::Loaded)
-        isLoaded = text.Load(std::move(bytes));
-    else
-        isLoaded = result == Platform::LoadResult::Missing;
+        text.Load(std::move(bytes));
+    isLoaded = result == Platform::LoadResult::Loaded || result == Platform::LoadResult::Missing;
     *error = !isLoaded;
 }
 
