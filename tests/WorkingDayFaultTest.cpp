@@ -148,17 +148,18 @@ private:
 
 // A fault in every call of a kind makes many days, which are split into parts that run side by side.
 constexpr int kParts = 4;
+constexpr int kMeters = 50;
 
 // The days of one part: run(n, &day) runs a day whose n-th call fails, and tells whether it came to that
 // call.
 template <typename Run>
-void TryDays(int part, int meters, int fewest, Run run) {
+void TryDays(int part, int fewest, Run run) {
     bool failed = true;
     int days = 0;
     const int step = OneIn();
     for (int n = 1 + (part - 1) * step; failed && !testing::Test::HasFailure(); n += kParts * step) {
         SCOPED_TRACE("failure " + std::to_string(n));
-        FaultyDay day(meters);
+        FaultyDay day(kMeters);
         failed = run(n, &day);
         days += failed ? 1 : 0;
         day.ExpectNothingLost();
@@ -170,7 +171,7 @@ void TryDays(int part, int meters, int fewest, Run run) {
 class FailingCalls : public testing::TestWithParam<std::tuple<FakeSystem::Times, int>> {};
 
 TEST_P(FailingCalls, LoseNothingOfAWholeDay) {
-    TryDays(std::get<1>(GetParam()), 50, 500, [](int n, FaultyDay* day) {
+    TryDays(std::get<1>(GetParam()), 500, [](int n, FaultyDay* day) {
         day->System()->FailAnyCall(n, std::get<0>(GetParam()));
         day->Run();
         return day->System()->FaultHappened();
@@ -185,7 +186,7 @@ INSTANTIATE_TEST_SUITE_P(WorkingDay, FailingCalls,
 class FailingAllocations : public testing::TestWithParam<std::tuple<HeapFault::Times, int>> {};
 
 TEST_P(FailingAllocations, LoseNothingOfAWholeDay) {
-    TryDays(std::get<1>(GetParam()), 8, 300, [](int n, FaultyDay* day) {
+    TryDays(std::get<1>(GetParam()), 1000, [](int n, FaultyDay* day) {
         const HeapFault fault(n, std::get<0>(GetParam()));
         day->Run();
         return fault.Happened();
