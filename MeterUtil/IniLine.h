@@ -59,10 +59,7 @@ inline bool IsEntryOf(std::string_view text, std::string_view key, std::string_v
     std::size_t at = 0;
     while (at < text.size() && MeterText::IsBlank(text[at]))
         ++at;
-    if (text.size() - at <= key.size())
-        return false;
-    const std::string_view found = text.substr(at, key.size());
-    if (!MeterText::EqualIgnoringCase(found, key))
+    if (!MeterText::EqualIgnoringCase(text.substr(at, key.size()), key))
         return false;
     at += key.size();
     while (at < text.size() && MeterText::IsBlank(text[at]))
