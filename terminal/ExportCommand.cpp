@@ -122,7 +122,7 @@ void ExportRecords(const Options& options, const ExportRequest& request, Screen&
             ExportRoute(database, request, write, report);
         return;
     }
-    OutputFile file(request.output);
+    OutputFile file(request.output, installation);
     const int records = ExportRoute(
         database, request, [&file](const std::string& text) { file.Write(text); }, report);
     file.Commit();

@@ -7,11 +7,14 @@
 #include <string>
 #include <string_view>
 
+#include "terminal/Installation.h"
+
 class OutputFile {
 public:
-    // `name` in UTF-8. Missing directories are made. Throws a Refusal, as all of it, when the file cannot be
-    // written.
-    explicit OutputFile(const std::string& name);
+    // `name` in UTF-8. Missing directories are made; a link stays a link, and a device or a pipe gets the
+    // bytes as they come. Throws a Refusal, as all of it, when the file cannot be written or when the
+    // installation works with it.
+    OutputFile(const std::string& name, Installation& installation);
     ~OutputFile();
     OutputFile(const OutputFile&) = delete;
     OutputFile& operator=(const OutputFile&) = delete;
@@ -20,9 +23,10 @@ public:
     void Commit();
 
 private:
+    void OpenBeside(const std::filesystem::file_status& before);
     [[noreturn]] void Fail() const;
 
     std::filesystem::path m_path;
-    std::filesystem::path m_part;  // while it is written
+    std::filesystem::path m_part;  // while it is written; "": written where it stands
     std::ofstream m_stream;
 };

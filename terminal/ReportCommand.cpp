@@ -55,7 +55,7 @@ void WriteReport(const Options& options, const ReportRequest& request, Screen& s
     }
     const std::string description = DescriptionOf(database);
     const std::string title = description.empty() ? "Route" : description;
-    OutputFile file(request.output);
+    OutputFile file(request.output, installation);
     page.Write(
         {title, CountOf(meters, "meter", "meters") + ", client " + std::to_string(database.GetClient()) +
                     (latest.empty() ? "" : ", last changed " + TimeText(latest))},

@@ -27,6 +27,10 @@ bool IsLink(const std::filesystem::path& path) {
     return std::filesystem::is_symlink(path);
 }
 
+bool MakePipe(const std::filesystem::path& path) {
+    return ::mkfifo(path.c_str(), 0600) == 0;
+}
+
 std::filesystem::path FolderOnAnotherVolume(const std::filesystem::path& path) {
     struct stat here {};
     struct stat there {};

@@ -20,6 +20,9 @@ std::string NarrowFromPath(const std::filesystem::path& name);
 bool MakeLink(const std::filesystem::path& target, const std::filesystem::path& link);
 bool IsLink(const std::filesystem::path& path);
 
+// Makes a pipe with a name; false where there are none among the files.
+bool MakePipe(const std::filesystem::path& path);
+
 // Memory of the C library, past what makes allocations fail.
 void* Malloc(std::size_t size) noexcept;
 

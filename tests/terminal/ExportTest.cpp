@@ -1,6 +1,8 @@
 // The route for other programs and for a browser.
+#include <cstdio>
 #include <filesystem>
 #include <map>
+#include <memory>
 #include <nlohmann/json.hpp>
 #include <sstream>
 #include <string>
@@ -11,6 +13,7 @@
 #include "terminal/report/History.h"
 #include "terminal/report/Html.h"
 #include "terminal/report/Page.h"
+#include "tests/support/Host.h"
 #include "tests/terminal/MeterdbFixture.h"
 
 namespace fs = std::filesystem;
@@ -126,6 +129,83 @@ TEST_F(Meterdb, OutputThatCannotBeWrittenLeavesNothing) {
         EXPECT_EQ(Run(arguments), kFileFailed);
     }
     EXPECT_THAT(m_folder.Names(), testing::Each(Not(HasSubstr(".part"))));
+}
+
+// ---- where the output goes
+
+namespace {
+
+// The commands that write a file, each without its name.
+const std::vector<std::vector<std::string>> kWriters = {{"export", "--output"}, {"report"}};
+
+std::vector<std::string> WithFile(std::vector<std::string> command, const std::string& file) {
+    command.push_back(file);
+    return command;
+}
+
+}  // namespace
+
+TEST_F(Meterdb, OutputNeverTakesThePlaceOfTheInstallation) {
+    m_folder.Write("metertypes.ini", "[Gas]\nFunctions=1\n");
+    m_folder.Write("raw.dat", "\r\n<<<<<~~~~~(a)~~~~~>>>>>\r\nx");
+    for (const std::vector<std::string>& command : kWriters) {
+        for (const char* name : {"meterdb.ini", "metertypes.ini", "route.ini", "app.ini", "raw.dat"}) {
+            const std::string before = m_folder.Read(name);
+            ExpectRefusal(kRefused, WithFile(command, File(name)),
+                          File(name) + " belongs to the installation. Nothing was changed.");
+            EXPECT_EQ(m_folder.Read(name), before);
+        }
+    }
+}
+
+TEST_F(Meterdb, OutputLeavesALinkALink) {
+    if (!Host::MakeLink("page.html", m_folder.Path() / "link"))
+        GTEST_SKIP() << "no links here";
+    for (const std::vector<std::string>& command : kWriters) {
+        for (const char* before : {"", "old"}) {
+            fs::remove(m_folder.Path() / "page.html");
+            if (*before != '\0')
+                m_folder.Write("page.html", before);
+            EXPECT_EQ(Run(WithFile(command, File("link"))), kDone) << m_errors;
+            EXPECT_TRUE(Host::IsLink(m_folder.Path() / "link"));
+            EXPECT_THAT(m_folder.Read("page.html"), HasSubstr("30052217"));
+        }
+    }
+}
+
+TEST_F(Meterdb, OutputGoesIntoAPipe) {
+    const fs::path path = m_folder.Path() / "pipe";
+    if (!Host::MakePipe(path))
+        GTEST_SKIP() << "no pipes here";
+    const auto close = [](std::FILE* file) { std::fclose(file); };
+    const std::unique_ptr<std::FILE, decltype(close)> pipe(std::fopen(path.string().c_str(), "r+b"), close);
+    EXPECT_EQ(Run({"report", File("pipe")}), kDone) << m_errors;
+    ASSERT_TRUE(fs::is_fifo(path));
+    std::string start(15, ' ');
+    ASSERT_EQ(std::fread(start.data(), 1, start.size(), pipe.get()), start.size());
+    EXPECT_EQ(start, "<!DOCTYPE html>");
+}
+
+TEST_F(Meterdb, OutputKeepsThePermissionsOfItsFile) {
+    const fs::path path = m_folder.Path() / "page.html";
+    for (const std::vector<std::string>& command : kWriters) {
+        m_folder.Write("page.html", "old");
+        fs::permissions(path, fs::perms::owner_read);
+        EXPECT_EQ(Run(WithFile(command, File("page.html"))), kFileFailed);
+        EXPECT_EQ(m_folder.Read("page.html"), "old");
+        const fs::perms own = fs::perms::owner_read | fs::perms::owner_write;
+        fs::permissions(path, own);
+        const fs::perms before = fs::status(path).permissions();
+        EXPECT_EQ(Run(WithFile(command, File("page.html"))), kDone);
+        EXPECT_EQ(fs::status(path).permissions(), before);
+    }
+}
+
+TEST_F(Meterdb, OutputTouchesNoOtherFile) {
+    m_folder.Write("page.html.part", "of somebody else");
+    EXPECT_EQ(Run({"report", File("page.html")}), kDone);
+    EXPECT_EQ(m_folder.Read("page.html.part"), "of somebody else");
+    EXPECT_FALSE(m_folder.Exists("page.html.part.part"));
 }
 
 // ---- the report

@@ -28,6 +28,10 @@ bool MakeLink(const std::filesystem::path& target, const std::filesystem::path& 
     return ::CreateSymbolicLinkW(link.c_str(), target.c_str(), kind | kWithoutPrivilege) != 0 && IsLink(link);
 }
 
+bool MakePipe(const std::filesystem::path& /*path*/) {
+    return false;
+}
+
 std::filesystem::path FolderOnAnotherVolume(const std::filesystem::path& path) {
     for (wchar_t drive = L'C'; drive <= L'Z'; ++drive) {
         const std::wstring root = {drive, L':', L'\\'};
