@@ -1,8 +1,8 @@
 #include "terminal/report/History.h"
 
 #include <algorithm>
-#include <cmath>
-#include <cstdlib>
+#include <array>
+#include <charconv>
 #include <map>
 #include <optional>
 
@@ -19,15 +19,22 @@ constexpr int kHeight = 64;
 // ---- numbers
 
 int DecimalsOf(std::string_view value) {
+    value = MeterText::TrimBlanks(value);
     const std::size_t point = value.find('.');
     return point == std::string_view::npos ? 0 : static_cast<int>(value.size() - point - 1);
 }
 
-// A decimal number; digits alone count, so that it reads the same in every locale.
+// A decimal number of no more digits than a double holds; digits alone count, so that it reads the same in
+// every locale.
 std::optional<double> NumberOf(std::string_view value) {
+    constexpr std::size_t kMostDigits = 15;
     value = MeterText::TrimBlanks(value);
     if (value.find_first_of("0123456789") == std::string_view::npos ||
-        value.find_first_not_of("0123456789.") != std::string_view::npos)
+        value.find_first_not_of("0123456789.") != std::string_view::npos ||
+        value.find('.') != value.rfind('.'))
+        return std::nullopt;
+    value.remove_prefix(std::min(value.find_first_not_of('0'), value.size()));
+    if (value.size() > kMostDigits + (value.find('.') == std::string_view::npos ? 0 : 1))
         return std::nullopt;
     double number = 0;
     double place = 0;
@@ -43,11 +50,9 @@ std::optional<double> NumberOf(std::string_view value) {
 }
 
 std::string TextOf(double number, int decimals) {
-    const auto scaled = static_cast<std::int64_t>(std::llround(number * std::pow(10, decimals)));
-    const auto unit = static_cast<std::int64_t>(std::llround(std::pow(10, decimals)));
-    return std::to_string(scaled / unit) +
-           (decimals == 0 ? ""
-                          : "." + MeterText::ZeroPadded(scaled % unit, static_cast<std::size_t>(decimals)));
+    std::array<char, 64> text{};
+    const auto end = std::to_chars(text.begin(), text.end(), number, std::chars_format::fixed, decimals).ptr;
+    return {text.begin(), end};
 }
 
 // ---- series
@@ -56,7 +61,14 @@ std::string TextOf(double number, int decimals) {
 struct Series {
     const RouteValue* current = nullptr;
     std::map<int, double> readings;
+    int decimals = 0;  // the most that a reading has
 };
+
+// The number of a register begins with what it measures; 0 is the meter itself, such as the times of its
+// resets.
+bool IsOfTheMeter(const std::string& name) {
+    return name.rfind("0.", 0) == 0;
+}
 
 bool IsRead(const Entry& entry) {
     return MeterText::ContainsAny(entry.status, "DCW");
@@ -65,7 +77,7 @@ bool IsRead(const Entry& entry) {
 std::map<std::string, Series> SeriesOf(const RouteRecord& record) {
     std::map<std::string, Series> all;
     for (const RouteValue& value : record.values)
-        if (const auto [name, back] = SplitName(value.entry.name); back > 0)
+        if (const auto [name, back] = SplitName(value.entry.name); back > 0 && !IsOfTheMeter(name))
             all[name];
     for (const RouteValue& value : record.values) {
         const auto [name, back] = SplitName(value.entry.name);
@@ -74,6 +86,7 @@ std::map<std::string, Series> SeriesOf(const RouteRecord& record) {
         if (series == all.end() || !reading || !IsRead(value.entry))
             continue;
         series->second.readings.emplace(back, *reading);
+        series->second.decimals = std::max(series->second.decimals, DecimalsOf(value.entry.value));
         if (back == 0 || series->second.current == nullptr)
             series->second.current = &value;
     }
@@ -135,7 +148,7 @@ std::vector<History> HistoriesOf(const RouteRecord& record) {
             continue;
         history.label = series.current->shown.label.empty() ? name : series.current->shown.label;
         history.unit = UnitOf(series.current->entry.definition);
-        history.decimals = DecimalsOf(series.current->entry.value);
+        history.decimals = series.decimals;
         histories.push_back(std::move(history));
     }
     return histories;

@@ -347,6 +347,48 @@ TEST(ReportHistory, WhatIsNoReadingHasNoBar) {
     EXPECT_EQ(periods, (std::vector<int>{5, 4, 3, 1}));
 }
 
+TEST(ReportHistory, NumbersThatCannotBeDrawnHaveNoBar) {
+    for (const std::string& number :
+         {std::string(255, '9'), "0." + std::string(16, '1'), std::string("01.04.25"), std::string("-5"),
+          std::string("."), std::string("1e3")}) {
+        RouteRecord record;
+        record.values = {ValueOf("6.8*01", "8 kWh", number), ValueOf("6.8*02", "8 kWh", number),
+                         ValueOf("6.8*03", "8 kWh", number), ValueOf("6.8*04", "8 kWh", number)};
+        EXPECT_TRUE(Report::HistoriesOf(record).empty()) << number;
+    }
+}
+
+TEST(ReportHistory, LongestNumbersAreDrawnAsTheyAre) {
+    RouteRecord record;
+    record.values = {ValueOf("1.6.0", "15 kW", "0.12345678901234"),
+                     ValueOf("1.6.0*01", "15 kW", "999999999999999"), ValueOf("1.6.0*02", "15 kW", "1.5"),
+                     ValueOf("1.6.0*03", "15 kW", "000000000000000003")};
+    const std::vector<Report::History> histories = Report::HistoriesOf(record);
+    ASSERT_EQ(histories.size(), 1U);
+    Report::Phrases phrases(false);
+    const std::string drawing = Report::Drawing(histories[0], phrases);
+    EXPECT_THAT(drawing, HasSubstr("<title>3 periods back: 3.00000000000000 kW<"));
+    EXPECT_THAT(drawing, HasSubstr("<title>2 periods back: 1.50000000000000 kW<"));
+    EXPECT_THAT(drawing, HasSubstr("<span>most 999999999999999.00000000000000 kW<"));
+    EXPECT_THAT(drawing, HasSubstr("<title>this period so far: 0.12345678901234 kW<"));
+}
+
+TEST(ReportHistory, EveryReadingShowsItsDecimals) {
+    RouteRecord record;
+    record.values = {ValueOf("1.6.0", "8 kW", "3"), ValueOf("1.6.0*01", "8 kW", "0.25" + std::string(90, ' ')),
+                     ValueOf("1.6.0*02", "8 kW", "0.5")};
+    const std::vector<Report::History> histories = Report::HistoriesOf(record);
+    ASSERT_EQ(histories.size(), 1U);
+    EXPECT_EQ(histories[0].decimals, 2);
+}
+
+TEST(ReportHistory, TimesOfResetsAreNoReadings) {
+    RouteRecord record;
+    record.values = {ValueOf("0.1.2", "10", "2505010000"), ValueOf("0.1.2*01", "10", "2504010000"),
+                     ValueOf("0.1.2*02", "10", "2503010000"), ValueOf("0.1.2*03", "10", "2502010000")};
+    EXPECT_TRUE(Report::HistoriesOf(record).empty());
+}
+
 TEST(ReportHistory, FewPeriodsAreNotDrawn) {
     RouteRecord record;
     record.values = {ValueOf("6.8*01", "", "9"), ValueOf("6.8*02", "", "7"), ValueOf("6.8*03", "", "6")};
