@@ -64,7 +64,7 @@ struct ClearRequest {
 void ClearRecord(const Options& options, const ClearRequest& request, Screen& screen);
 
 struct GeneralRequest {
-    std::string key;  // "": all of them
+    std::optional<std::string> key;  // none: all of them
     std::optional<std::string> value;
 };
 
@@ -221,7 +221,7 @@ void MountFromStore(const Options& options, const StoreMountRequest& request, Sc
 // ---- parameter files
 
 struct ParametersRequest {
-    std::string file;  // to be registered; "": the register is shown
+    std::optional<std::string> file;  // to be registered; none: the register is shown
     std::string whom;
     std::string what;
 };

@@ -6,6 +6,7 @@
 #include "terminal/Commands.h"
 #include "terminal/Edit.h"
 #include "terminal/Refusal.h"
+#include "terminal/Report.h"
 #include "terminal/Utf8.h"
 
 namespace {
@@ -42,20 +43,21 @@ void RefuseOwn(const std::string& key) {
 void ShowOrSetGeneral(const Options& options, const GeneralRequest& request, Screen& screen) {
     Installation installation(options);
     CMeterDatabase& database = installation.Database();
-    if (request.key.empty()) {
+    if (!request.key) {
         ShowAll(installation, screen);
         return;
     }
-    const std::optional<std::string> before = Read(database, request.key);
+    const std::string key(MeterText::TrimBlanks(*request.key));  // as the file takes it
+    const std::optional<std::string> before = Read(database, key);
     if (!request.value) {
         if (!before)
-            throw Refusal(kRefused, "the route has no entry \"" + Utf8::Shown(request.key) + "\"");
+            throw Refusal(kRefused, "the route has no entry \"" + Utf8::Shown(key) + "\"");
         screen.Line({Cell(Utf8::Shown(*before))});
         return;
     }
-    RefuseOwn(request.key);
-    SaveGeneral(database, request.key, *request.value);
-    screen.Line({Cell(Utf8::Shown(request.key) + "  " + (before ? Utf8::Shown(*before) : "-") + " -> "),
-                 Cell(Utf8::Shown(*request.value), Tone::Good)});
+    RefuseOwn(key);
+    SaveGeneral(database, key, *request.value);
+    screen.Line({Cell(Utf8::Shown(key) + "  " + OrDash(before.value_or("")) + " -> "),
+                 Cell(OrDash(*request.value), Tone::Good)});
     screen.Line({Cell("Saved in " + installation.FileName("DataFile"), Tone::Faint)});
 }

@@ -62,11 +62,14 @@ void CheckText(const std::string& text) {
 }
 
 void Register(CMeterDatabase& database, const ParametersRequest& request) {
-    for (const std::string& text : {request.whom, request.what, request.file})
+    const std::string& file = *request.file;
+    if (file.empty())
+        throw Refusal(kRefused, "a parameter file without a name cannot be registered. Nothing was changed.");
+    for (const std::string& text : {request.whom, request.what, file})
         CheckText(text);
     const SaveListener saves;
     database.AppendToParameterFilesInAppFile(request.whom.c_str(), request.what.c_str(),
-                                             Utf8::ToWide(request.file).c_str());
+                                             Utf8::ToWide(file).c_str());
     if (!saves.Reason().empty())
         throw Refusal(kFileFailed, saves.Reason() + ". Nothing was changed.");
 }
@@ -75,11 +78,11 @@ void Register(CMeterDatabase& database, const ParametersRequest& request) {
 
 void ShowOrRegisterParameters(const Options& options, const ParametersRequest& request, Screen& screen) {
     Installation installation(options);
-    if (request.file.empty()) {
+    if (!request.file) {
         ShowParameters(*installation.Database().GetPtrToAppFile(), screen);
         return;
     }
     Register(installation.Database(), request);
-    screen.Line({Cell("Entered "), Cell(Utf8::Shown(request.file), Tone::Strong),
+    screen.Line({Cell("Entered "), Cell(Utf8::Shown(*request.file), Tone::Strong),
                  Cell(" in " + installation.FileName("AppFile"))});
 }

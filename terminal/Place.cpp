@@ -8,6 +8,7 @@
 #include "terminal/Identity.h"
 #include "terminal/Record.h"
 #include "terminal/Refusal.h"
+#include "terminal/Report.h"
 #include "terminal/Utf8.h"
 
 namespace {
@@ -67,7 +68,7 @@ Place SelectMeter(CMeterDatabase& database, const std::string& meter) {
     const std::vector<Place> places = PlacesOfMeter(database, meter);
     if (places.empty())
         throw Refusal(kRefused, "there is no meter \"" + Utf8::Shown(meter) + "\" on this route of " +
-                                    std::to_string(database.GetNumberOfMeters()) + " meters");
+                                    CountOf(database.GetNumberOfMeters(), "meter", "meters"));
     if (places.size() > 1)
         throw Refusal(kRefused, "more than one record has the meter number " + Utf8::Shown(meter) + ": say " +
                                     ToText(places[0]) + " or " + ToText(places[1]));

@@ -139,6 +139,8 @@ TEST_F(MeterdbRecords, ShowChangesNothing) {
     EXPECT_EQ(m_folder.Read("route.ini"), kRecords);
     EXPECT_EQ(m_folder.Names(), names);
     ExpectRefusal(kRefused, {"show", "3"}, "there is no meter \"3\" on this route of 2 meters");
+    m_folder.Write("route.ini", "[General]\nMeters=1\n[#_1]\nState=U\n");
+    ExpectRefusal(kRefused, {"show", "3"}, "there is no meter \"3\" on this route of 1 meter\n");
 }
 
 // ---- route
@@ -416,4 +418,15 @@ TEST_F(Meterdb, GeneralChangesAnEntryAndNothingElse) {
     ExpectRefusal(kRefused, {"general", "DBInfo", "a\nb"}, "is no entry of one line");
     ExpectRefusal(kRefused, {"general", "a=b", "c"}, "is no entry of one line");
     ExpectFailedSaves({"general", "DBInfo", "x"});
+}
+
+TEST_F(Meterdb, GeneralTakesAKeyAsTheFileDoes) {
+    EXPECT_EQ(Run({"general", " DBInfo "}), kDone);
+    EXPECT_EQ(m_out, "Route 7\n");
+    ExpectRefusal(kRefused, {"general", " Meters ", "2"}, "Meters is kept by the system");
+    ExpectRefusal(kRefused, {"general", "\tclient", "2"}, "Client is kept by the system");
+    ExpectRefusal(kRefused, {"general", "", "2"}, "\"\" with this text is no entry of one line");
+    ExpectRefusal(kRefused, {"general", ""}, "the route has no entry \"\"");
+    EXPECT_EQ(Run({"general", "DBInfo", ""}), kDone);
+    EXPECT_EQ(m_out, "DBInfo  Route 7 -> -\nSaved in route.ini\n");
 }

@@ -227,6 +227,8 @@ TEST_F(Meterdb, ParametersRefusesWhatWouldNotBeFoundAgain) {
         ExpectRefusal(kRefused, {"parameters", "b.par", "x", text}, "cannot be registered");
         ExpectRefusal(kRefused, {"parameters", text}, "cannot be registered");
     }
+    ExpectRefusal(kRefused, {"parameters", "", "Sawmill"},
+                  "a parameter file without a name cannot be registered");
 }
 
 TEST_F(Meterdb, ParametersThatCannotBeSavedSaySo) {
