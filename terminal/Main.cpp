@@ -14,6 +14,9 @@ int main(int argc, char** argv) {
     Screen screen(std::cout, std::cerr,
                   {colours, console.columns, console.errorsAreTerminal, answers, console.isTerminal});
     const int code = RunTerminal(Platform::ProgramArguments(argc, argv), screen);
+    if (std::cout.flush())
+        return code;
     // What nobody could read was not shown.
-    return std::cout.flush() ? code : kFileFailed;
+    screen.Problem("standard output cannot be written");
+    return kFileFailed;
 }

@@ -27,7 +27,8 @@ void Progress::Report(double share) {
     m_isDrawn = true;
     share = std::clamp(share, 0.0, 1.0);
     const auto full = static_cast<std::size_t>(std::lround(share * kBarColumns));
-    m_screen.Raw(kEraseLine + m_title + " [" + std::string(full, '#') + std::string(kBarColumns - full, '.') +
-                     "] " + std::to_string(std::lround(share * 100)) + " %",
-                 true);
+    const std::string bar = " [" + std::string(full, '#') + std::string(kBarColumns - full, '.') + "]";
+    const std::string percent = " " + std::to_string(std::lround(share * 100)) + " %";
+    const bool hasRoom = m_screen.HasRoomFor(m_title.size() + bar.size() + percent.size());
+    m_screen.Raw(kEraseLine + m_title + (hasRoom ? bar : "") + percent, true);
 }

@@ -9,6 +9,7 @@
 #include "terminal/Record.h"
 #include "terminal/Refusal.h"
 #include "terminal/Report.h"
+#include "terminal/SaveListener.h"
 #include "terminal/Utf8.h"
 
 namespace {
@@ -77,13 +78,17 @@ void WipeRoute(const Options& options, const WipeRequest& request, Screen& scree
     const std::string what = installation.FileName("DataFile") + " with " +
                              CountOf(database.GetNumberOfMeters(), "meter", "meters") +
                              ", and the archive of what they answered";
+    if (!request.yes && !screen.CanAsk())
+        throw Refusal(kWrongUse, "nobody can be asked here: --yes deletes the route without asking");
     if (!request.yes && !screen.Agrees("Delete " + what + "?"))
         throw Refusal(kRefused, "Nothing was changed.");
+    const SaveListener saves;
     database.DeleteAllData();
     if (database.GetNumberOfMeters() != 0 || std::filesystem::exists(installation.FilePath("RawFile")))
         throw Refusal(kFileFailed, "not all files could be deleted");
     // An empty file is a route that meters can be appended to.
-    if (!database.UpdateDatabaseForeground())
-        throw Refusal(kFileFailed, installation.FileName("DataFile") + " could not be saved");
+    database.UpdateDatabaseForeground();
+    if (!saves.Reason().empty())
+        throw Refusal(kFileFailed, saves.Reason() + ". " + what + ", is deleted.");
     screen.Line({Cell("Deleted " + what)});
 }

@@ -156,7 +156,8 @@ bool Screen::Agrees(const std::string& question) {
         return true;
     m_errors << question << " [y/N] " << std::flush;
     std::string answer;
-    std::getline(*m_style.answers, answer);
+    if (!std::getline(*m_style.answers, answer))
+        m_errors << '\n';
     return MeterText::EqualIgnoringCase(answer, "y") || MeterText::EqualIgnoringCase(answer, "yes");
 }
 

@@ -3,6 +3,7 @@
 // other programs it writes the rows of all tables as one JSON list in place of everything else.
 #pragma once
 
+#include <cstddef>
 #include <iosfwd>
 #include <string>
 #include <string_view>
@@ -62,10 +63,17 @@ public:
     void Problem(const std::string& text);
     void Warning(const std::string& text);
 
+    bool CanAsk() const { return m_style.answers != nullptr; }
+
     // Whether a person who is asked says yes. Where nobody can be asked, nobody objects.
     bool Agrees(const std::string& question);
 
     bool ShowsProgress() const { return m_style.progress; }
+
+    // Whether a line of so many columns leaves the cursor in it.
+    bool HasRoomFor(std::size_t columns) const {
+        return m_style.columns == 0 || columns < static_cast<std::size_t>(m_style.columns);
+    }
 
     // Whether what is written goes to a person, who sees by it how far the work is.
     bool IsWatched() const { return m_style.watched; }

@@ -73,7 +73,8 @@ std::string Suggestion(const std::string& word, const std::vector<std::string>& 
 std::string SentenceOf(const CLI::App& command, const CLI::ParseError& stop,
                        const std::vector<std::string>& unknown) {
     if (unknown.empty())
-        return stop.what();
+        return stop.get_exit_code() == static_cast<int>(CLI::ExitCodes::ExtrasError) ? "\"\" was not expected"
+                                                                                     : stop.what();
     const std::string& word = unknown.front();
     if (word.front() == '-')
         return "there is no option " + Utf8::Shown(word) + Suggestion(word, NamesOfOptions(&command));

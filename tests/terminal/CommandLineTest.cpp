@@ -117,6 +117,7 @@ TEST_F(Meterdb, SlipsOfWordsAreUnderstood) {
         {{"-x"}, "there is no option -x\n"},
         {{"read"}, "meterdb: METER is required\nmeterdb read --help tells more.\n"},
         {{"read", "1", "gas.txt", "more"}, "\"more\" was not expected"},
+        {{"route", ""}, "meterdb: \"\" was not expected\n"},
         {{"r\x1B"
           "oute"},
          "there is no command \"r\uFFFDoute\"; did you mean route?"}};

@@ -199,6 +199,26 @@ TEST_F(MeterdbRouteEdits, WipeAsksThePersonWhoIsThere) {
               "Delete route.ini with 4 meters, and the archive of what they answered? [y/N] "
               "meterdb: Nothing was changed.\n");
     EXPECT_EQ(m_folder.Read("route.ini"), route);
+    std::istringstream yes("y\n");
+    EXPECT_EQ(Run({"wipe"}, {false, 0, false, &yes}), kDone);
+    EXPECT_EQ(m_folder.Read("route.ini").find("[#_"), std::string::npos);
+}
+
+TEST_F(MeterdbRouteEdits, WipeWaitsForAWordWhereNobodyCanBeAsked) {
+    m_folder.Write("raw.dat", "\r\n<<<<<~~~~~(a)~~~~~>>>>>\r\nx");
+    ExpectRefusal(kWrongUse, {"wipe"}, "nobody can be asked here: --yes deletes the route without asking");
+    EXPECT_TRUE(m_folder.Exists("raw.dat"));
+}
+
+TEST_F(MeterdbRouteEdits, WipeSaysWhatCouldNotBeSaved) {
+    m_folder.Write("app.ini", "[State]\nDirty=Yes\n[System]\nLanguage=en\n");
+    std::filesystem::permissions(m_folder.Path() / "app.ini", std::filesystem::perms::owner_read);
+    EXPECT_EQ(Run({"wipe", "--yes"}), kFileFailed);
+    std::filesystem::permissions(m_folder.Path() / "app.ini", std::filesystem::perms::owner_all);
+    EXPECT_EQ(m_errors, "meterdb: save error: " + File("app.ini") +
+                            ". route.ini with 4 meters, and the archive of what "
+                            "they answered, is deleted.\n");
+    EXPECT_EQ(m_out, "");
 }
 
 TEST_F(MeterdbRouteEdits, WipeSaysWhenAFileStays) {

@@ -33,6 +33,12 @@ expect("${output}" "^meterdb [0-9]+\\.[0-9]+\\.[0-9]+")
 meterdb(0 route)
 expect("${output}" " 3  30052217  Gas .* to do +read")
 
+# What nobody could read was not shown.
+if(EXISTS /dev/full)
+  execute_process(COMMAND ${EMULATOR} "${METERDB}" route OUTPUT_FILE /dev/full RESULT_VARIABLE code ERROR_VARIABLE errors)
+  expect("${code} ${errors}" "^3 meterdb: standard output cannot be written")
+endif()
+
 file(SHA256 "${FOLDER}/data/route.ini" before)
 meterdb(1 read 1 "${SAMPLES}/readouts/cut-off.txt")
 expect("${errors}" "cut off")

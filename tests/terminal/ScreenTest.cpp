@@ -125,7 +125,8 @@ TEST(Screen, AgreesWhenAPersonSaysYes) {
         std::ostringstream out;
         std::ostringstream errors;
         EXPECT_EQ(Screen(out, errors, {false, 0, false, &answers}).Agrees("Delete it?"), agrees) << answer;
-        EXPECT_EQ(errors.str(), "Delete it? [y/N] ");
+        // Nobody pressed return behind the end of the input.
+        EXPECT_EQ(errors.str(), std::string("Delete it? [y/N] ") + (*answer == '\0' ? "\n" : ""));
         EXPECT_EQ(out.str(), "");
     }
 }
@@ -140,10 +141,10 @@ TEST(Screen, AsksNobodyWhereThereIsNobody) {
 
 namespace {
 
-std::string ShownOf(bool hasPerson, std::chrono::milliseconds patience) {
+std::string ShownOf(bool hasPerson, std::chrono::milliseconds patience, int columns = 0) {
     std::ostringstream out;
     std::ostringstream errors;
-    Screen screen(out, errors, {false, 0, hasPerson});
+    Screen screen(out, errors, {false, columns, hasPerson});
     {
         Progress progress(screen, "Checking", patience);
         progress.Report(0.5);
@@ -158,6 +159,12 @@ std::string ShownOf(bool hasPerson, std::chrono::milliseconds patience) {
 TEST(Progress, LongWorkShowsABarThatGoesWithIt) {
     EXPECT_EQ(ShownOf(true, std::chrono::milliseconds(0)),
               "\r\x1B[KChecking [###############...............] 50 %\r\x1B[K");
+}
+
+TEST(Progress, NarrowTerminalsShowItWithoutABar) {
+    const std::string withBar = "\r\x1B[KChecking [###############...............] 50 %\r\x1B[K";
+    EXPECT_EQ(ShownOf(true, std::chrono::milliseconds(0), 47), withBar);
+    EXPECT_EQ(ShownOf(true, std::chrono::milliseconds(0), 46), "\r\x1B[KChecking 50 %\r\x1B[K");
 }
 
 TEST(Progress, ShortWorkShowsNothing) {
