@@ -63,10 +63,11 @@ std::string Details::Tables() const {
         int kind;
         const char* title;
     } kLists[] = {{Fields::kValues, "Values"}, {Fields::kExtra, "Extra"}, {Fields::kStatistic, "Statistic"}};
+    const std::string heading = m_record.place.appendix == 0 ? "h3>" : "h4>";  // below that of the appendix
     std::string html;
     for (const auto& list : kLists)
         if (const std::string rows = Rows(list.kind); !rows.empty())
-            html += m_phrases(std::string("<section><h4>") + list.title + "</h4><table>") + rows +
+            html += m_phrases("<section><" + heading + list.title + "</" + heading + "<table>") + rows +
                     m_phrases("</table></section>");
     return html;
 }

@@ -147,8 +147,8 @@ std::string Page::Progress() const {
         legend.append("<li>").append(itsClass).append("></i>").append(Escaped(state));
         legend.append(" <b>").append(number).append("</b></li>");
     }
-    return "<section><h2>Progress</h2><div class=bar>" + bar + "</div><ul class=legend>" + legend +
-           "</ul></section>";
+    return "<section><h2>Progress</h2><div class=bar aria-hidden=true>" + bar + "</div><ul class=legend>" +
+           legend + "</ul></section>";
 }
 
 std::string Page::ToDo() const {
@@ -166,8 +166,7 @@ std::string Page::ToDo() const {
                 "</span><i style=\"width:" + std::to_string(std::max(1, meters * 100 / most)) +
                 "%\"></i><b>" + std::to_string(meters) + "</b></li>";
     return "<section><h2>Still to do</h2>" +
-           (rows.empty() ? Quiet(m_meters.empty() ? "The route has no meters."
-                                                  : "Nothing: every meter of the route was handled.")
+           (rows.empty() ? Quiet(m_meters.empty() ? "The route has no meters." : "Nothing is left to do.")
                          : "<ul class=actions>" + rows + "</ul>") +
            "</section>";
 }
@@ -214,10 +213,13 @@ void Page::Write(const Heading& heading, const std::function<void(std::string_vi
     write(
         "\n<section class=wide><h2>Meters</h2><div class=tools hidden><input type=search id=search "
         "placeholder=\"Number, name, street ...\" aria-label=\"Search meters\">"
-        "<div class=filters role=group aria-label=\"Filter\"><button data-filter=\"\" class=on>all</button>"
-        "<button data-filter=open>to do</button><button data-filter=done>done</button>"
-        "<button data-filter=hasalarm>alarms</button><button data-filter=deviates>deviating</button></div>"
-        "<span id=shown></span></div>\n<div id=meters>\n");
+        "<div class=filters role=group aria-label=\"Filter\"><button data-filter=\"\" "
+        "aria-pressed=true>all</button>"
+        "<button data-filter=open aria-pressed=false>to do</button><button data-filter=done "
+        "aria-pressed=false>done</button>"
+        "<button data-filter=hasalarm aria-pressed=false>alarms</button><button data-filter=deviates "
+        "aria-pressed=false>deviating</button></div>"
+        "<span id=shown role=status></span></div>\n<div id=meters>\n");
     for (const Meter& meter : m_meters)
         write(Html(meter));
     write("</div></section>\n</main>\n<script>\nconst phrases = " + m_phrases.List() + ";\n");

@@ -6,6 +6,7 @@
   const mostPrinted = 300;
   let texts = null;
   let filter = '';
+  let opened = [];  // for the printer
 
   // Each private character stands for a phrase.
   const spelled = text => text.replace(/[\uE000-\uF8FF]/g, character => phrases[character.charCodeAt(0) - 0xE000]);
@@ -38,7 +39,7 @@
   document.getElementById('meters').addEventListener('toggle', event => fill(event.target), true);
   search.addEventListener('input', show);
   buttons.forEach(button => button.addEventListener('click', () => {
-    buttons.forEach(other => other.classList.toggle('on', other === button));
+    buttons.forEach(other => other.setAttribute('aria-pressed', other === button));
     filter = button.dataset.filter;
     show();
   }));
@@ -46,7 +47,9 @@
   addEventListener('beforeprint', () => {
     const wanted = meters.filter(meter => !meter.hidden);
     if (wanted.length > mostPrinted) return;
-    wanted.forEach(meter => { fill(meter); meter.open = true; });
+    opened = wanted.filter(meter => !meter.open);
+    opened.forEach(meter => { fill(meter); meter.open = true; });
   });
+  addEventListener('afterprint', () => opened.forEach(meter => { meter.open = false; }));
   open();
 })();

@@ -1,4 +1,6 @@
 // The route for other programs and for a browser.
+#include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <filesystem>
 #include <map>
@@ -36,6 +38,19 @@ RouteValue ValueOf(const std::string& name, const std::string& definition, const
     made.entry = {name, "R", status, definition, value, ""};
     made.shown = {"", value, ""};
     return made;
+}
+
+// How much light a colour of the page gives, 0 to 1, by its name and where the scheme begins (WCAG 2).
+double LightOf(const std::string& page, std::size_t scheme, const std::string& name) {
+    const std::string start = "--" + name + ": #";
+    const std::size_t at = page.find(start, scheme);
+    if (at == std::string::npos)
+        return -1;
+    const auto part = [&](std::size_t index) {
+        const double value = std::stoi(page.substr(at + start.size() + 2 * index, 2), nullptr, 16) / 255.0;
+        return value <= 0.04045 ? value / 12.92 : std::pow((value + 0.055) / 1.055, 2.4);
+    };
+    return 0.2126 * part(0) + 0.7152 * part(1) + 0.0722 * part(2);
 }
 
 // A page with its phrases in the place of the characters that stand for them.
@@ -253,6 +268,9 @@ TEST_F(Meterdb, ReportSaysWhatIsNotThereYet) {
     m_folder.Write("route.ini", "[General]\nMeters=1\n[#_1]\nState=U\n1.8.0=R,U,8,,\"\"\n");
     ASSERT_EQ(Run({"report", File("route.html")}), kDone);
     EXPECT_THAT(m_folder.Read("route.html"), HasSubstr("Nothing was read yet."));
+    m_folder.Write("route.ini", "[General]\nMeters=1\n[#_1]\nState=C\n");
+    ASSERT_EQ(Run({"report", File("route.html")}), kDone);
+    EXPECT_THAT(m_folder.Read("route.html"), HasSubstr("Nothing is left to do."));
     m_folder.Write("route.ini", "[General]\nMeters=0\n");
     ASSERT_EQ(Run({"report", File("route.html")}), kDone);
     EXPECT_THAT(m_folder.Read("route.html"), HasSubstr("The route has no meters."));
@@ -268,6 +286,48 @@ TEST_F(Meterdb, ReportShowsTextsOfFilesAsTexts) {
     EXPECT_THAT(page, HasSubstr("&lt;img onerror=x&gt;"));
     EXPECT_THAT(page, Not(HasSubstr("<img")));
     EXPECT_THAT(page, Not(HasSubstr("-->")));
+}
+
+TEST_F(Meterdb, ReportHasHeadingsOfOneLevelAfterTheOther) {
+    m_folder.Write("route.ini",
+                   "[General]\nMeters=1\n[#_1]\nState=U\n1.8.0=R,D,8,1,\"\"\nCustomer=,D,,Mill,\"\"\n"
+                   "[#1_1]\n1.8.0=R,D,8,1,\"\"\n");
+    ASSERT_EQ(Run({"report", File("route.html")}), kDone);
+    const std::string page = m_folder.Read("route.html");
+    std::string levels;
+    for (std::size_t at = page.find("<h"); at != std::string::npos; at = page.find("<h", at + 1))
+        if (page[at + 2] >= '1' && page[at + 2] <= '6')
+            levels += page[at + 2];
+    EXPECT_EQ(levels, "122223334");
+}
+
+TEST_F(Meterdb, ReportSaysWithoutColoursWhichFilterIsOn) {
+    ASSERT_EQ(Run({"report", File("route.html")}), kDone);
+    const std::string page = m_folder.Read("route.html");
+    EXPECT_EQ(CountOf(page, " aria-pressed=true>all<"), 1);
+    EXPECT_EQ(CountOf(page, " aria-pressed=false>"), 4);
+    EXPECT_THAT(page, HasSubstr("<span id=shown role=status>"));
+}
+
+TEST_F(Meterdb, ReportWritesInColoursThatCanBeRead) {
+    ASSERT_EQ(Run({"report", File("route.html")}), kDone);
+    const std::string page = m_folder.Read("route.html");
+    const std::size_t dark = page.find("prefers-color-scheme: dark");
+    ASSERT_NE(dark, std::string::npos);
+    for (const std::size_t scheme : {std::size_t{0}, dark}) {
+        const auto light = [&](const std::string& name) { return LightOf(page, scheme, name); };
+        for (const auto& [ink, papers] : std::vector<std::pair<std::string, std::vector<std::string>>>{
+                 {"ink", {"page", "card", "soft", "bad-soft", "doubt-soft"}},
+                 {"quiet", {"page", "card", "soft", "bad-soft", "doubt-soft"}},
+                 {"good-text", {"card"}},
+                 {"doubt-text", {"doubt-soft"}},
+                 {"bad", {"card", "bad-soft", "doubt-soft"}},
+                 {"accent", {"card"}}})
+            for (const std::string& paper : papers) {
+                const auto [less, more] = std::minmax({light(ink), light(paper)});
+                EXPECT_GE((more + 0.05) / (less + 0.05), 4.5) << ink << " on " << paper;
+            }
+    }
 }
 
 TEST_F(Meterdb, ReportOfALongRouteKeepsDetailsForLater) {
@@ -375,7 +435,8 @@ TEST(ReportHistory, LongestNumbersAreDrawnAsTheyAre) {
 
 TEST(ReportHistory, EveryReadingShowsItsDecimals) {
     RouteRecord record;
-    record.values = {ValueOf("1.6.0", "8 kW", "3"), ValueOf("1.6.0*01", "8 kW", "0.25" + std::string(90, ' ')),
+    record.values = {ValueOf("1.6.0", "8 kW", "3"),
+                     ValueOf("1.6.0*01", "8 kW", "0.25" + std::string(90, ' ')),
                      ValueOf("1.6.0*02", "8 kW", "0.5")};
     const std::vector<Report::History> histories = Report::HistoriesOf(record);
     ASSERT_EQ(histories.size(), 1U);
