@@ -416,7 +416,8 @@ public:
     // between; its characters count by their low bytes, and at most 255 of them. The files stand in the
     // directory "RawPath" of the system ini, or of the application. Each is deleted when its bytes are in the
     // archive and on the medium; one that cannot be copied whole stays, and archive or mirror are as they
-    // were before it. Always false: what was moved shows in the files that are gone.
+    // were before it. Files of the database itself are never moved, and nothing is added to one that a store
+    // saves. Always false: what was moved shows in the files that are gone.
     bool CopyRawDataFiles(const wchar_t* names);
 
     // Opens the archive at the first content byte of the first block of a name. A std::FILE* for reading,
@@ -428,7 +429,7 @@ public:
     // Writes the content of a block into a file, line by line: it ends before the next line that begins like
     // a marker, and a zero byte cuts its line short. The line break before the next block comes along. The
     // file is on the medium on return. False, with an empty file, when there is no such block or a read or
-    // write failed; false without a file when it cannot be created, or is the archive itself.
+    // write failed; false without a file when it cannot be created, or is a file of the database itself.
     bool ExtractRawDataFile(const char* name, const wchar_t* target);
 
     // Deletes the archive and its mirror. Always true.
@@ -619,7 +620,8 @@ private:
     std::string Filled(std::string text, int textLen, std::string_view definition) const;
     std::string SubstValue(int code, std::string_view argument, std::string_view format) const;
 
-    bool IsRawArchive(const std::wstring& path) const;  // or its mirror
+    bool IsStoreFile(const std::wstring& path) const;
+    bool IsOwnFile(const std::wstring& path) const;
     std::wstring RawDirectory() const;
     void GatherFile(const std::wstring& directory, std::string_view name) const;
     bool FindBlock(std::FILE* archive, const std::string& marker);

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <iterator>
 #include <memory>
 #include <new>
 
@@ -61,9 +62,19 @@ bool CopyLines(std::FILE* archive, std::FILE* target) {
 
 }  // namespace
 
-bool CMeterDatabase::IsRawArchive(const std::wstring& path) const {
+// A file that a store saves: blocks that were put into it would be gone with the next save.
+bool CMeterDatabase::IsStoreFile(const std::wstring& path) const {
+    const wchar_t* const files[] = {m_dataFilePath, m_appFilePath, m_systemIniPath, m_dataMirrorPath,
+                                    m_appMirrorPath};
+    return std::any_of(std::begin(files), std::end(files), [&path](const wchar_t* file) {
+        return file[0] != L'\0' && Platform::SamePath(path, file);
+    });
+}
+
+// A file of the database: no raw data that could be moved, and no place to extract any to.
+bool CMeterDatabase::IsOwnFile(const std::wstring& path) const {
     return Platform::SamePath(path, m_rawFilePath) ||
-           (m_rawMirrorPath[0] != L'\0' && Platform::SamePath(path, m_rawMirrorPath));
+           (m_rawMirrorPath[0] != L'\0' && Platform::SamePath(path, m_rawMirrorPath)) || IsStoreFile(path);
 }
 
 // ---- gathering
@@ -72,7 +83,7 @@ bool CMeterDatabase::CopyRawDataFiles(const wchar_t* names) try {
     if (m_systemIni == nullptr || m_dataFile == nullptr)
         return false;
     const std::string list = LowBytes(MeterText::View(names));
-    if (list.empty() || list.front() == ',')
+    if (list.empty() || list.front() == ',' || IsStoreFile(m_rawFilePath))
         return false;
     const std::wstring directory = RawDirectory();
     MeterText::TokenReader files(list);
@@ -95,12 +106,13 @@ std::wstring CMeterDatabase::RawDirectory() const {
 // Moves a file into the archive. The mirror gets no block that the archive has not.
 void CMeterDatabase::GatherFile(const std::wstring& directory, std::string_view name) const {
     const std::wstring source = directory + L"\\" + Platform::WideFromNarrow(name);
-    if (name.empty() || IsRawArchive(source))
+    if (name.empty() || IsOwnFile(source))
         return;
     const std::string marker = Marker(name);
     if (!Platform::AppendFile(m_rawFilePath, marker, source))
         return;
-    if (m_rawMirrorPath[0] != L'\0' && !Platform::SamePath(m_rawFilePath, m_rawMirrorPath))
+    if (m_rawMirrorPath[0] != L'\0' && !Platform::SamePath(m_rawFilePath, m_rawMirrorPath) &&
+        !IsStoreFile(m_rawMirrorPath))
         Platform::AppendFile(m_rawMirrorPath, marker, source);
     Platform::DeleteFileW(source.c_str());
 }
@@ -141,7 +153,7 @@ void* CMeterDatabase::OpenRawDataFile(const char* name, char* marker) try {
 }
 
 bool CMeterDatabase::ExtractRawDataFile(const char* name, const wchar_t* target) try {
-    if (m_systemIni == nullptr || m_dataFile == nullptr || target == nullptr || IsRawArchive(target))
+    if (m_systemIni == nullptr || m_dataFile == nullptr || target == nullptr || IsOwnFile(target))
         return false;
     Stream extracted(Platform::_wfopen(target, L"wb"));
     if (extracted == nullptr)

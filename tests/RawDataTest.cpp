@@ -256,6 +256,34 @@ TEST_F(RawDataGathering, KeepsTheFileWhenTheArchiveCannotTakeIt) {
     fs::permissions(m_folder.Path() / kRawFile, fs::perms::owner_all);
 }
 
+// The next save of such a file would take the blocks out again, and their own files are gone.
+TEST_F(RawDataGathering, AddsNothingToAFileThatAStoreSaves) {
+    m_database.SetDataMirror(m_folder.Wide("data mirror").c_str());
+    m_database.SetAppMirror(m_folder.Wide("app mirror").c_str());
+    ASSERT_TRUE(m_database.UpdateDatabaseForeground());
+    ASSERT_TRUE(m_database.SetGeneralData("Dirty", "No"));
+    m_folder.Write("a.txt", "a");
+    for (const char* archive : {kDataFile, kAppFile, kSystemIni, "data mirror", "app mirror"}) {
+        const std::string before = m_folder.Read(archive);
+        const std::wstring path = m_folder.Wide(std::string("./") + archive);
+        path.copy(m_database.m_rawFilePath, path.size());
+        m_database.m_rawFilePath[path.size()] = L'\0';
+        Gather(L"a.txt");
+        EXPECT_EQ(m_folder.Read(archive), before) << archive;
+        EXPECT_EQ(m_folder.Read("a.txt"), "a") << archive;
+    }
+}
+
+TEST_F(RawDataGathering, LeavesTheFilesOfTheStoresWhereTheyAre) {
+    const std::string data = m_folder.Read(kDataFile);
+    m_folder.Write("a.txt", "a");
+    Gather(L"data.ini,app.ini,.\\system.ini,a.txt");
+    EXPECT_EQ(m_folder.Read(kRawFile), Block("a.txt", "a"));
+    EXPECT_EQ(m_folder.Read(kDataFile), data);
+    EXPECT_TRUE(m_folder.Exists(kAppFile));
+    EXPECT_TRUE(m_folder.Exists(kSystemIni));
+}
+
 TEST_F(RawDataGathering, NeedsItsStores) {
     m_folder.Write("a.txt", "a");
     m_database.CloseDataFile();
@@ -268,6 +296,15 @@ TEST_F(RawDataGathering, NeedsItsStores) {
 }
 
 // ---- the mirror
+
+TEST_F(RawDataGathering, DoesWithoutAMirrorThatAStoreSaves) {
+    const std::string data = m_folder.Read(kDataFile);
+    SetMirror(kDataFile);
+    m_folder.Write("a.txt", "a");
+    Gather(L"a.txt");
+    EXPECT_EQ(m_folder.Read(kRawFile), Block("a.txt", "a"));
+    EXPECT_EQ(m_folder.Read(kDataFile), data);
+}
 
 TEST_F(RawDataGathering, WritesTheMirrorAlike) {
     SetMirror("mirror.dat");
@@ -489,6 +526,15 @@ TEST_F(RawDataExtraction, NeverOverwritesTheArchive) {
         EXPECT_FALSE(m_database.ExtractRawDataFile("a.txt", m_folder.Wide(target).c_str()));
     EXPECT_EQ(m_folder.Read(kRawFile), Block("a.txt", "1"));
     EXPECT_EQ(m_folder.Read("mirror.dat"), Block("a.txt", "1"));
+}
+
+TEST_F(RawDataExtraction, NeverOverwritesTheFilesOfTheStores) {
+    m_folder.Write(kRawFile, Block("a", "1"));
+    for (const char* target : {kDataFile, kAppFile, kSystemIni}) {
+        const std::string before = m_folder.Read(target);
+        EXPECT_FALSE(m_database.ExtractRawDataFile("a", m_folder.Wide(target).c_str())) << target;
+        EXPECT_EQ(m_folder.Read(target), before) << target;
+    }
 }
 
 TEST_F(RawDataExtraction, NeedsItsStores) {
