@@ -31,6 +31,7 @@ public:
             const std::ptrdiff_t count = System::Write(m_file, bytes.data(), bytes.size());
             if (count <= 0)
                 return false;
+            m_written += static_cast<std::uint64_t>(count);
             bytes.remove_prefix(static_cast<std::size_t>(count));
         }
         return true;
@@ -47,6 +48,13 @@ public:
         }
     }
 
+    std::uint64_t WrittenBytes() const { return m_written; }
+
+    bool IsAtEnd() const {
+        char next = '\0';
+        return System::Read(m_file, &next, 1) == 0;
+    }
+
     bool FlushAndClose() {
         const bool flushed = System::Flush(m_file);
         return Close() && flushed;
@@ -54,6 +62,7 @@ public:
 
 private:
     System::File m_file;
+    std::uint64_t m_written = 0;
 };
 
 // The head while what follows it is not on the medium: nobody who looks for the head finds it.
@@ -62,6 +71,13 @@ std::string WithoutItsStart(std::string_view head) {
     if (!hidden.empty())
         hidden.front() = '\0';
     return hidden;
+}
+
+// Takes back what was added behind the first `size` bytes, unless another program has added something, too.
+void TakeBack(const std::wstring& path, std::uint64_t size, std::uint64_t added) {
+    const System::FileState state = System::Inspect(path);
+    if (state.kind != System::Kind::RegularFile || (state.size > size && state.size - size <= added))
+        System::Cut(path, size);
 }
 
 bool Append(const std::wstring& link, std::string_view head, const std::wstring& source) {
@@ -78,12 +94,15 @@ bool Append(const std::wstring& link, std::string_view head, const std::wstring&
     if (!from.IsOpen())
         return false;
     // The directory also when the file was there before: a program that was stopped may have made it, and
-    // then its name is not on the medium yet.
+    // then its name is not on the medium yet. The head is begun only when nobody else changed the file, whose
+    // bytes might stand in its place, or the source, which might not be whole.
     if (file.Write(WithoutItsStart(head)) && file.WriteAllOf(from) && file.FlushAndClose() &&
-        System::FlushDirectory(path) && System::Overwrite(path, before.size, head.substr(0, 1)))
+        System::FlushDirectory(path) && from.IsAtEnd() &&
+        System::Inspect(path).size == before.size + file.WrittenBytes() &&
+        System::Overwrite(path, before.size, head.substr(0, 1)))
         return true;
     file.Close();
-    System::Cut(path, before.size);
+    TakeBack(path, before.size, file.WrittenBytes());
     return false;
 }
 

@@ -102,7 +102,9 @@ bool StepBack(std::FILE* stream, std::uint64_t bytes) noexcept;
 // it is missing. True when they are on the medium. False leaves the file with the bytes that it had; a file
 // that was created stays empty. The first byte of the head is written last, over a zero: when the program or
 // the device stops on the way, no head is found in the file, however much of the rest got there. Refused: a
-// path that is no regular file, a file without any write permission, the source itself.
+// path that is no regular file, a file without any write permission, the source itself. False also when
+// another program changes one of the two files meanwhile: what it added stays, and of what was added here no
+// head is found.
 bool AppendFile(const std::wstring& path, std::string_view head, const std::wstring& source) noexcept;
 
 // A block of memory from malloc that frees itself.

@@ -121,6 +121,59 @@ TEST_F(FileAppending, AddsAFileWithoutAHead) {
     EXPECT_EQ(m_folder.Read("new"), "bytes");
 }
 
+// ---- other programs
+
+TEST_F(FileAppending, HidesWhatItAddsWhileAnotherProgramAddsToTheFile) {
+    m_folder.Write("source", "bytes");
+    for (const auto call : {FakeSystem::Call::OpenForAppending, FakeSystem::Call::Flush}) {
+        m_folder.Write("old", "old ");
+        FakeSystem system;
+        system.BeforeNext(call, [this] { m_folder.Write("old", m_folder.Read("old") + "other's "); });
+        EXPECT_FALSE(Append("old", "source")) << "nobody knows where its head stands";
+        const std::string both = m_folder.Read("old");
+        EXPECT_EQ(both.find("head"), std::string::npos);
+        EXPECT_NE(both.find("other's "), std::string::npos);
+        EXPECT_EQ(both.substr(0, 4), "old ");
+        EXPECT_TRUE(Append("old", "source"));
+        EXPECT_EQ(m_folder.Read("old"), both + "head bytes");
+    }
+}
+
+TEST_F(FileAppending, TakesNothingBackThatAnotherProgramAdded) {
+    m_folder.Write("source", "bytes");
+    m_folder.Write("old", "old ");
+    FakeSystem system;
+    system.BeforeNext(FakeSystem::Call::Flush,
+                      [this] { m_folder.Write("old", m_folder.Read("old") + "other's"); });
+    system.FailCall(FakeSystem::Call::Flush, 1);
+    EXPECT_FALSE(Append("old", "source"));
+    EXPECT_EQ(m_folder.Read("old"), std::string("old \0ead bytesother's", 21));
+}
+
+TEST_F(FileAppending, AddsNothingOfAFileThatIsStillBeingWritten) {
+    m_folder.Write("source", "bytes");
+    m_folder.Write("old", "old");
+    FakeSystem system;
+    system.BeforeNext(FakeSystem::Call::Flush, [this] { m_folder.Write("source", "bytes and more"); });
+    EXPECT_FALSE(Append("old", "source"));
+    EXPECT_EQ(m_folder.Read("old"), "old");
+    EXPECT_TRUE(Append("old", "source"));
+    EXPECT_EQ(m_folder.Read("old"), "oldhead bytes and more");
+}
+
+TEST_F(FileAppending, FailsWhenTheFileIsGoneBeforeItIsWhole) {
+    m_folder.Write("source", "bytes");
+    for (const auto call : {FakeSystem::Call::OpenForAppending, FakeSystem::Call::FlushDirectory,
+                            FakeSystem::Call::Overwrite}) {
+        m_folder.Write("old", "old");
+        FakeSystem system;
+        system.BeforeNext(call, [this] { fs::remove(m_folder.Path() / "old"); });
+        EXPECT_FALSE(Append("old", "source"));
+        EXPECT_EQ(m_folder.Read("old").find("head"), std::string::npos);
+        EXPECT_EQ(m_folder.Read("source"), "bytes");
+    }
+}
+
 TEST_F(FileAppending, LeavesTheFileAsItWasWhenAnythingFails) {
     m_folder.Write("source", std::string(50000, 's'));
     for (const char* path : {"old", "new"})

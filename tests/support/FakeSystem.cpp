@@ -41,6 +41,7 @@ struct Countdown {
 struct Faults {
     std::array<Countdown, kCalls> kinds;
     Countdown any;
+    std::array<std::function<void()>, kCalls> before;
     bool happened = false;
     int blockedRenames = 0;
     bool renamesHeld = false;
@@ -87,8 +88,18 @@ std::size_t IndexOf(Call call) {
     return static_cast<std::size_t>(call);
 }
 
+// Does what was arranged to happen before this call.
+void HappenBefore(Call call) {
+    const HeapFault::Pause pause;
+    std::function<void()> action;
+    Access()->faults.before[IndexOf(call)].swap(action);
+    if (action)
+        action();
+}
+
 // Counts a call; true when it is its turn to fail.
 bool MustFail(Call call) {
+    HappenBefore(call);
     Access access;
     if (!access->active)
         return false;
@@ -213,6 +224,10 @@ void FakeSystem::AwaitHeldRename() {
 void FakeSystem::LetRenamesGo() {
     Access()->faults.renamesHeld = false;
     renamesChanged.notify_all();
+}
+
+void FakeSystem::BeforeNext(Call call, std::function<void()> action) {
+    Access()->faults.before[IndexOf(call)] = std::move(action);
 }
 
 void FakeSystem::LimitTransfers(std::size_t bytes) {

@@ -13,6 +13,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -61,6 +62,10 @@ public:
     void HoldRenames();
     void AwaitHeldRename();
     void LetRenamesGo();
+
+    // Does something, once, before the next call of that kind, on the thread of the call: what another program
+    // may do between two calls.
+    void BeforeNext(Call call, std::function<void()> action);
 
     // No read or write handles more than `bytes` bytes at once.
     void LimitTransfers(std::size_t bytes);
