@@ -82,8 +82,10 @@ Medium::Medium(std::string root, const Directory& files) : m_root(std::move(root
 }
 
 void Medium::Apply(const FakeSystem::Entry& entry, const std::function<void()>& between) {
-    if (!entry.done)
+    if (!entry.done) {
+        MayHaveBeenDone(entry);
         return;
+    }
     const std::string path = Below(entry.path);
     switch (entry.call) {
         case Call::CreateNew:
@@ -120,6 +122,17 @@ void Medium::Apply(const FakeSystem::Entry& entry, const std::function<void()>& 
         default:
             return;
     }
+}
+
+// Such a call changes and flushes in one: what could not be flushed may have reached the medium all the same.
+void Medium::MayHaveBeenDone(const FakeSystem::Entry& entry) {
+    const auto file = m_seen.find(Below(entry.path));
+    if (file == m_seen.end())
+        return;
+    if (entry.call == Call::Overwrite)
+        file->second->changes.push_back({false, entry.place, entry.bytes});
+    else if (entry.call == Call::Cut)
+        file->second->changes.push_back({true, entry.place, {}});
 }
 
 Medium::Directory Medium::Seen() const {

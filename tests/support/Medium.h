@@ -55,6 +55,7 @@ private:
         std::shared_ptr<File> file;
     };
 
+    void MayHaveBeenDone(const FakeSystem::Entry& entry);
     std::string Below(const std::wstring& path) const;
     void Open(const std::string& path);
     void Write(const std::string& path, Change change);
