@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -307,6 +308,21 @@ bool IsRegular(int file) {
 
 constexpr mode_t kPermissions = S_ISUID | S_ISGID | S_ISVTX | S_IRWXU | S_IRWXG | S_IRWXO;
 
+// The access list of a file counts besides its permissions, whose group bits are then no more than the mask
+// of the list. A new file may have got another one from its directory.
+bool TakeOverAccessList(int file, const NativePath& like) {
+    constexpr const char* kAccessList = "system.posix_acl_access";
+    char list[16 * 1024];
+    const ssize_t size = ::getxattr(like.Text(), kAccessList, list, sizeof(list));
+    if (size > 0)
+        return ::fsetxattr(file, kAccessList, list, static_cast<std::size_t>(size), 0) == 0;
+    if (errno == ERANGE)
+        return false;
+    if (errno == ENODATA)
+        static_cast<void>(::fremovexattr(file, kAccessList));  // refused: there was none
+    return true;
+}
+
 // Only what differs is set: some media know no owners or permissions of their own and refuse every change.
 bool TakeOver(int file, const struct stat& like) {
     struct stat status {};
@@ -341,7 +357,7 @@ File CreateNew(const std::wstring& path, const std::wstring& like) noexcept {
     const int file = Open(native, O_WRONLY | O_CREAT | O_EXCL, exists ? 0600 : 0666);
     if (file < 0)
         return kNoFile;
-    if (!exists || TakeOver(file, status))
+    if (!exists || (TakeOverAccessList(file, nativeLike) && TakeOver(file, status)))
         return file;
     ::close(file);
     ::unlink(native.Text());

@@ -3,8 +3,10 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <filesystem>
 
 #include "Platform/Platform.h"
@@ -144,6 +146,57 @@ TEST(PipeOnLinux, IsNeitherReadNorReplacedNorWaitedFor) {
     EXPECT_FALSE(ReplaceFile(folder.Wide("pipe"), {"text"}));
     EXPECT_TRUE(fs::is_fifo(folder.Path() / "pipe"));
     EXPECT_EQ(folder.Names(), Names{"pipe"});
+}
+
+// An access list as the system lays it out: the owner and one other user read and write, nobody else.
+std::string AccessList() {
+    struct Entry {
+        std::uint16_t tag;
+        std::uint16_t permissions;
+        std::uint32_t id;
+    };
+    constexpr std::uint32_t kNobody = 0xFFFFFFFF;
+    constexpr std::uint32_t kVersion = 2;
+    const Entry entries[] = {
+        {1, 6, kNobody}, {2, 6, 1234}, {4, 0, kNobody}, {16, 6, kNobody}, {32, 0, kNobody}};
+    std::string list(reinterpret_cast<const char*>(&kVersion), sizeof(kVersion));
+    return list.append(reinterpret_cast<const char*>(entries), sizeof(entries));
+}
+
+std::string AccessListOf(const fs::path& path) {
+    char list[1024];
+    const ssize_t size = ::getxattr(path.c_str(), "system.posix_acl_access", list, sizeof(list));
+    return {list, static_cast<std::size_t>(std::max<ssize_t>(size, 0))};
+}
+
+// Without the list its mask would be what the group may do.
+TEST(AccessListOnLinux, IsThatOfTheOldFile) {
+    const TestFolder folder;
+    folder.Write("a.ini", "old");
+    const fs::path path = folder.Path() / "a.ini";
+    const std::string list = AccessList();
+    if (::setxattr(path.c_str(), "system.posix_acl_access", list.data(), list.size(), 0) != 0)
+        GTEST_SKIP() << "no access lists here";
+    const fs::perms before = fs::status(path).permissions();
+    EXPECT_TRUE(ReplaceFile(folder.Wide("a.ini"), {"new"}));
+    EXPECT_EQ(folder.Read("a.ini"), "new");
+    EXPECT_EQ(AccessListOf(path), list);
+    EXPECT_EQ(fs::status(path).permissions(), before);
+}
+
+TEST(AccessListOnLinux, OfTheDirectoryIsForNewFilesAlone) {
+    const TestFolder folder;
+    folder.Write("a.ini", "old");
+    const fs::path path = folder.Path() / "a.ini";
+    fs::permissions(path, static_cast<fs::perms>(0664));
+    const std::string list = AccessList();
+    if (::setxattr(folder.Path().c_str(), "system.posix_acl_default", list.data(), list.size(), 0) != 0)
+        GTEST_SKIP() << "no access lists here";
+    EXPECT_TRUE(ReplaceFile(folder.Wide("a.ini"), {"new"}));
+    EXPECT_TRUE(ReplaceFile(folder.Wide("b.ini"), {"new"}));
+    EXPECT_EQ(AccessListOf(path), "");
+    EXPECT_EQ(fs::status(path).permissions(), static_cast<fs::perms>(0664));
+    EXPECT_NE(AccessListOf(folder.Path() / "b.ini"), "");
 }
 
 TEST(DeviceOnLinux, TakesNoArchive) {
