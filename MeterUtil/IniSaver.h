@@ -45,6 +45,9 @@ public:
     // Returns when nothing is under way and nothing waits.
     void Wait();
 
+    // True for who is told of a failed save by the thread that saves: it cannot wait for itself.
+    bool IsItsThread() const { return m_thread.get_id() == std::this_thread::get_id(); }
+
 private:
     struct Job {
         SaveTarget target;

@@ -272,14 +272,14 @@ bool CMeterIniFile::RestoreSection(const char* section) {
 // ---- saving
 
 bool CMeterIniFile::UpdateFile() {
-    if (!IsSavable(m_store))
+    if (!IsSavable(m_store) || m_store->saver.IsItsThread())
         return false;
     m_store->saver.Wait();
     return SaveText(m_store->target, m_store->text);
 }
 
 bool CMeterIniFile::UpdateFileBackground() {
-    if (!IsSavable(m_store))
+    if (!IsSavable(m_store) || m_store->saver.IsItsThread())
         return false;
     const bool arranged = Guarded(false, [&] {
         m_store->saver.Save(m_store->target, m_store->text.Snapshot());

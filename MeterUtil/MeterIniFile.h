@@ -133,7 +133,9 @@ public:
     const wchar_t* GetSaveErrorText() const;  // belongs to the store, valid until the next SetSaveErrorText
 
     // Called whenever a save of any store fails, on the thread that saved, with the path that failed and the
-    // store's save-error text (both valid during the call).
+    // store's save-error text (both valid during the call, unless it gives the store another mirror or text).
+    // It must not destroy the store. On the thread of a background save it may ask for m_error and no more; a
+    // save that it asks for there is refused.
     using SaveErrorHandler = void (*)(void* context, const wchar_t* path, const wchar_t* text);
 
     // Sets the handler of the process; null: none (the default). A save that is under way on another thread

@@ -394,6 +394,30 @@ TEST_F(MeterIniFileSave, TheErrorIsSetBeforeAnybodyIsTold) {
     CMeterIniFile::SetSaveErrorHandler(nullptr, nullptr);
 }
 
+// One that waited for itself would wait for ever.
+TEST_F(MeterIniFileSave, WhoIsToldOnTheThreadOfTheStoreSavesNothing) {
+    struct Told {
+        CMeterIniFile* store;
+        std::thread::id thread;
+        bool saved;
+    };
+    const auto saveAgain = [](void* context, const wchar_t*, const wchar_t*) {
+        auto* const told = static_cast<Told*>(context);
+        told->thread = std::this_thread::get_id();
+        told->saved = told->store->UpdateFile() || told->store->UpdateFileBackground();
+    };
+    Told told{m_store.get(), std::this_thread::get_id(), true};
+    CMeterIniFile::SetSaveErrorHandler(saveAgain, &told);
+    FakeSystem system;
+    system.FailCall(Call::Write, 1);
+    EXPECT_TRUE(m_store->UpdateFileBackground());
+    EXPECT_TRUE(m_store->UpdateFile()) << "once the other is over";
+    CMeterIniFile::SetSaveErrorHandler(nullptr, nullptr);
+    EXPECT_NE(told.thread, std::this_thread::get_id());
+    EXPECT_FALSE(told.saved);
+    EXPECT_EQ(system.Count(Call::Rename), 1);
+}
+
 TEST_F(MeterIniFileSave, SavesThatFailForMemoryAreTold) {
     bool failed = true;
     for (int n = 1; failed; ++n) {
