@@ -114,6 +114,7 @@ TEST_F(Meterdb, SlipsOfWordsAreUnderstood) {
         {{"route", "--jsn"}, "no option --jsn; did you mean --json?\nmeterdb route --help tells more.\n"},
         {{"route", "--langauge", "de"}, "did you mean --language?"},
         {{"frobnicate"}, "there is no command \"frobnicate\"\n"},
+        {{"completaaa"}, "there is no command \"completaaa\"\n"},
         {{"-x"}, "there is no option -x\n"},
         {{"read"}, "meterdb: METER is required\nmeterdb read --help tells more.\n"},
         {{"read", "1", "gas.txt", "more"}, "\"more\" was not expected"},
@@ -206,8 +207,8 @@ TEST_F(Meterdb, ManualTellsOfEveryCommandAndOption) {
     EXPECT_EQ(m_out.rfind(".TH METERDB 1 \"\" \"meterdb ", 0), 0U);
     for (const std::vector<std::string>& command : Commands())
         EXPECT_THAT(m_out, HasSubstr("\\fB" + Joined(command) + "\\fR"));
-    for (const char* text :
-         {"\\-\\-columns", "\\fBMETERDB_LANGUAGE\\fR", ".SH \"EXIT STATUS\"", ".SH \"THE ROUTE\""})
+    for (const char* text : {"\\-\\-columns", "\\fBMETERDB_LANGUAGE\\fR", ".SH \"EXIT STATUS\"",
+                             ".SH \"THE ROUTE\"", "\\fBMETERDB_DIR\\fR\nIn place of \\fB\\-\\-dir\\fR.\n"})
         EXPECT_THAT(m_out, HasSubstr(text));
     // What a text begins with must not be taken for a request.
     std::istringstream lines(m_out);

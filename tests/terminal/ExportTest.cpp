@@ -262,6 +262,50 @@ TEST_F(Meterdb, ReportListsAlarmsAndDeviatingValues) {
     EXPECT_THAT(page, HasSubstr("<td>9.9.9<td class=value><td>no value <span class=alarm>alarm</span>"));
     EXPECT_THAT(page, HasSubstr("<b>1</b><span>with an alarm</span>"));
     EXPECT_THAT(page, HasSubstr("class=\"done hasalarm deviates\""));
+    EXPECT_EQ(CountOf(page, "<span class=flag>alarm</span></summary>"), 1);
+}
+
+TEST_F(Meterdb, ReportListsSoManyDeviatingValues) {
+    for (const auto& [deviating, more] : {std::pair(200, 0), std::pair(202, 1)}) {
+        std::string route = "[General]\nMeters=1\n[#_1]\nState=H\n";
+        for (int i = 0; i < deviating; ++i)
+            route += "X" + std::to_string(i) + "=R,CR,\"8,C1;2\",9,\"\"\n";
+        m_folder.Write("route.ini", route);
+        ASSERT_EQ(Run({"report", File("route.html")}), kDone);
+        const std::string page = m_folder.Read("route.html");
+        EXPECT_EQ(CountOf(page, "<td class=value>"), 200);
+        EXPECT_EQ(CountOf(page, ">and 2 more; the list of meters shows them all.<"), more);
+    }
+}
+
+TEST_F(Meterdb, ReportPutsFirstWhatThereIsMostOf) {
+    m_folder.Write(
+        "route.ini",
+        "[General]\nMeters=6\n[#_1]\nState=H\n[#_2]\nState=U\nAction=,D,,Change,\"\"\n[#_3]\nState=U\n"
+        "[#_4]\nState=U\n[#_5]\nState=M\n[#_6]\nState=N\n");
+    ASSERT_EQ(Run({"report", File("route.html")}), kDone);
+    const std::string page = m_folder.Read("route.html");
+    EXPECT_THAT(page, HasSubstr("<ul class=legend><li><i class=todo></i>unhandled <b>3</b>"));
+    EXPECT_THAT(page,
+                HasSubstr("<ul class=actions><li><span>read out</span><i style=\"width:100%\"></i><b>4</b>"));
+    EXPECT_THAT(page, HasSubstr("<i style=\"width:25%\"></i><b>1</b></li></ul>"));
+    EXPECT_THAT(page, HasSubstr("<b>5</b><span>still to do</span>"));
+}
+
+TEST_F(Meterdb, ReportTellsWhereMetersAreAndWhenTheRouteChanged) {
+    m_folder.Write("meterdb.ini",
+                   "[System]\nAppFile=app.ini\nRawFile=raw.dat\nDataFile=route.ini\n"
+                   "[Extra]\nCustomer=Customer\nStreet=Street\nTown=Town\n");
+    m_folder.Write("route.ini",
+                   "[General]\nMeters=3\n[#_1]\nState=H\nLastChanges=A,D,,20260301101500,\"\"\n"
+                   "[#_2]\nState=H\nCustomer=,D,,Mill,\"\"\nStreet=,D,,Lane 4,\"\"\nTown=,D,,Weir,\"\"\n"
+                   "LastChanges=A,D,,20260302101500,\"\"\n[#_3]\nState=H\nTown=,D,,Weir,\"\"\n"
+                   "LastChanges=A,D,,20260228101500,\"\"\n");
+    ASSERT_EQ(Run({"report", File("route.html")}), kDone);
+    const std::string page = m_folder.Read("route.html");
+    EXPECT_THAT(page, HasSubstr("<p>3 meters, client 1, last changed 2026-03-02 10:15:00</p>"));
+    EXPECT_THAT(page, HasSubstr("<span class=where>Mill, Lane 4, Weir</span>"));
+    EXPECT_THAT(page, HasSubstr("<span class=where>Weir</span>"));
 }
 
 TEST_F(Meterdb, ReportSaysWhatIsNotThereYet) {
@@ -448,6 +492,21 @@ TEST(ReportHistory, TimesOfResetsAreNoReadings) {
     record.values = {ValueOf("0.1.2", "10", "2505010000"), ValueOf("0.1.2*01", "10", "2504010000"),
                      ValueOf("0.1.2*02", "10", "2503010000"), ValueOf("0.1.2*03", "10", "2502010000")};
     EXPECT_TRUE(Report::HistoriesOf(record).empty());
+}
+
+TEST(ReportHistory, ReadingsThatAreDrawnHaveNoLines) {
+    RouteRecord record;
+    record.values = {ValueOf("6.8", "8 MWh", "9"),        ValueOf("6.8*01", "8 MWh", "8"),
+                     ValueOf("6.8*02", "8 MWh", "7"),     ValueOf("6.8*03", "8 MWh", "6"),
+                     ValueOf("6.8*04", "8 MWh", "", "U"), ValueOf("6.9*01", "8 MWh", "8")};
+    for (RouteValue& value : record.values)
+        value.kind = Fields::kValues;
+    Report::Phrases none(false);
+    const std::string details = Report::DetailsOf(record, {}, none);
+    EXPECT_EQ(CountOf(details, "<figure>"), 1);
+    EXPECT_EQ(CountOf(details, "<tr>"), 2);
+    EXPECT_THAT(details, HasSubstr("<span class=name>6.8</span>"));
+    EXPECT_THAT(details, HasSubstr("<span class=name>6.9*01</span>"));
 }
 
 TEST(ReportHistory, FewPeriodsAreNotDrawn) {
