@@ -124,19 +124,4 @@ inline std::uint32_t FoldedHash(std::string_view name) {
     return static_cast<std::uint32_t>((hash * kFactor) >> 32U);
 }
 
-constexpr std::uint8_t kNoEntryTag = 0;
-
-// One byte of the folded key.
-inline std::uint8_t KeyTag(std::string_view key) {
-    const auto tag = static_cast<std::uint8_t>(FoldedHash(key) >> 24U);
-    return tag == kNoEntryTag ? 1 : tag;
-}
-
-// The tag of a line's key; kNoEntryTag for a line that is no entry.
-inline std::uint8_t LineTag(std::string_view text) {
-    std::string_view key;
-    std::string_view value;
-    return SplitEntry(text, &key, &value) ? KeyTag(key) : kNoEntryTag;
-}
-
 }  // namespace MeterUtil

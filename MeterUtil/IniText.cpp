@@ -6,6 +6,7 @@
 #include <new>
 
 #include "MeterUtil/IniLine.h"
+#include "MeterUtil/KeyTag.h"
 #include "Platform/Prefetch.h"
 
 namespace MeterUtil {
@@ -169,10 +170,16 @@ void IniText::Prefetch(const SectionData& section) const {
     Platform::Prefetch(tags + section.count);
 }
 
+// The text of the lines comes from far away, in the order of the file: it is fetched some lines ahead.
 void IniText::Tag(SectionData& section) {
-    std::uint8_t* const tags = section.edited.Exists() ? section.edited.Tags() : m_tags.get() + section.first;
-    for (std::uint32_t i = 0; i < section.count; ++i)
-        tags[i] = LineTag(WithoutLineEnd(Raw(section, i)));
+    constexpr std::uint32_t kAhead = 6;
+    const bool isInBase = !section.edited.Exists();
+    std::uint8_t* const tags = isInBase ? m_tags.get() + section.first : section.edited.Tags();
+    for (std::uint32_t i = 0; i < section.count; ++i) {
+        if (isInBase && i + kAhead < section.count)
+            Platform::Prefetch(m_base.get() + m_starts[section.first + i + kAhead]);
+        tags[i] = LineTag(Raw(section, i));
+    }
     section.leading = static_cast<std::uint32_t>(std::find(tags, tags + section.count, kNoEntryTag) - tags);
     section.tagged = true;
 }

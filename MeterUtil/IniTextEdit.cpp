@@ -5,6 +5,7 @@
 
 #include "MeterUtil/IniLine.h"
 #include "MeterUtil/IniText.h"
+#include "MeterUtil/KeyTag.h"
 
 namespace MeterUtil {
 namespace {
