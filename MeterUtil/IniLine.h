@@ -91,19 +91,20 @@ inline std::uint64_t ToLower8(std::uint64_t word) {
     return word | ((~word & kHighBits & (fromA ^ behindZ)) >> 2U);
 }
 
-// Up to eight bytes of a text as a number, by loads of a fixed size.
+// The last eight bytes of a text as a number, or a shorter text with zeros behind it, by loads of a fixed size.
 inline std::uint64_t LastBytes(std::string_view text) {
     const auto load = [](const char* from, auto number) {
         std::memcpy(&number, from, sizeof number);
         return std::uint64_t{number};
     };
-    const char* const end = text.data() + text.size();
-    if (text.size() >= 8)
+    const std::size_t size = text.size();
+    const char* const end = text.data() + size;
+    if (size >= 8)
         return load(end - 8, std::uint64_t{});
-    if (text.size() >= 4)
-        return load(text.data(), std::uint32_t{}) | load(end - 4, std::uint32_t{}) << 32U;
-    if (text.size() >= 2)
-        return load(text.data(), std::uint16_t{}) | load(end - 2, std::uint16_t{}) << 32U;
+    if (size >= 4)
+        return load(text.data(), std::uint32_t{}) | load(end - 4, std::uint32_t{}) << (8 * (size - 4));
+    if (size >= 2)
+        return load(text.data(), std::uint16_t{}) | load(end - 2, std::uint16_t{}) << (8 * (size - 2));
     return text.empty() ? 0 : static_cast<std::uint8_t>(text.front());
 }
 

@@ -16,19 +16,14 @@ namespace MeterUtil {
 
 constexpr std::uint8_t kNoEntryTag = 0;
 
+constexpr std::size_t kWordBytes = 8;
+
 // What the tag of a short key is made of: sixteen bytes, zeros behind the key.
 struct KeyHead {
-    static constexpr std::size_t kBytes = 16;
+    static constexpr std::size_t kBytes = 2 * kWordBytes;
     std::uint64_t first;
     std::uint64_t second;
 };
-
-inline KeyHead LoadHead(const char* bytes) {
-    KeyHead head;
-    std::memcpy(&head.first, bytes, sizeof head.first);
-    std::memcpy(&head.second, bytes + sizeof head.first, sizeof head.second);
-    return head;
-}
 
 // Whether the first byte of a word in memory is its lowest, which the compiler knows.
 inline bool LowByteFirst() {
@@ -63,13 +58,14 @@ inline std::uint8_t TagOf(KeyHead head) {
 
 // The tag of a key that has no blanks around it.
 inline std::uint8_t KeyTag(std::string_view key) {
+    if (key.size() <= kWordBytes)
+        return TagOf({LastBytes(key), 0});
     if (key.size() > KeyHead::kBytes) {
         const std::uint64_t hash = FoldedHash(key);
         return TagOf({hash, hash});
     }
-    char head[KeyHead::kBytes] = {};
-    std::copy(key.begin(), key.end(), head);
-    return TagOf(LoadHead(head));
+    const std::size_t half = 4 * (KeyHead::kBytes - key.size());
+    return TagOf({LastBytes(key.substr(0, kWordBytes)), LastBytes(key) >> half >> half});
 }
 
 // The tag of a line that is taken apart.
@@ -83,7 +79,7 @@ inline std::uint8_t PartsTag(std::string_view line) {
 inline std::uint8_t LineTag(std::string_view line) {
     if (!LowByteFirst() || line.size() < KeyHead::kBytes || line.front() == ';')
         return PartsTag(line);
-    const KeyHead head = LoadHead(line.data());
+    const KeyHead head{LastBytes(line.substr(0, kWordBytes)), LastBytes(line.substr(kWordBytes, kWordBytes))};
     const std::uint64_t equals = BytesBelow(head.first ^ EachByte('='), 1);
     const std::uint64_t laterEquals = BytesBelow(head.second ^ EachByte('='), 1);
     const std::uint64_t key = BytesBefore(equals);
