@@ -62,6 +62,41 @@ TEST(IniTextMemory, ChangesDoNotPileUp) {
     EXPECT_EQ(Joined(text), "[a]\nk=" + value + "\nm=2\n");
 }
 
+// A text that was moved has more lines than the file had, all of which are found by their keys.
+TEST(IniTextMemory, AMovedTextIsAsLargeAsItBecame) {
+    constexpr int kLines = 30000;
+    IniText text;
+    text.Load(Bytes("[a]\n"));
+    for (int i = 0; i < kLines; ++i)
+        text.AppendLine("k" + std::to_string(i) + "=1");
+    const IniText::Section section = text.FindSection("a");
+    std::string value;
+    for (std::size_t pieces = 2; pieces > 1; pieces = PiecesOf(text).size()) {
+        value += std::string(1000000, 'v');
+        text.SetValue(section, "k0", value);
+    }
+    std::string_view found;
+    for (int i = 1; i < kLines; ++i)
+        ASSERT_TRUE(text.FindValue(section, "k" + std::to_string(i), &found)) << i;
+    EXPECT_EQ(found, "1");
+}
+
+TEST(LineArena, LeavesALineRoomToGrow) {
+    MeterUtil::LineArena arena;
+    for (std::size_t size = 0; size < 40; ++size) {
+        MeterUtil::Line line = arena.Allocate(size);
+        const std::size_t room = line.size + std::size_t{line.slack};
+        EXPECT_GT(room, size);
+        EXPECT_LE(room, size + 16);
+        EXPECT_TRUE(arena.Takes(line, room));
+        EXPECT_FALSE(arena.Takes(line, room + 1));
+        MeterUtil::LineArena::Resize(&line, room);
+        MeterUtil::LineArena::Resize(&line, 0);
+        EXPECT_TRUE(arena.Takes(line, room)) << "shorter for a while";
+        EXPECT_GE(arena.Allocate(1).text, line.text + room) << "the next line's own";
+    }
+}
+
 // What a snapshot refers to is shared with the text: changes must not show through, nor pieces be released.
 TEST(IniTextMemory, SnapshotsStayAsTheyWere) {
     IniText text;
