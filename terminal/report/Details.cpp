@@ -66,9 +66,11 @@ std::string Details::Tables() const {
     const std::string heading = m_record.place.appendix == 0 ? "h3>" : "h4>";  // below that of the appendix
     std::string html;
     for (const auto& list : kLists)
-        if (const std::string rows = Rows(list.kind); !rows.empty())
-            html += m_phrases("<section><" + heading + list.title + "</" + heading + "<table>") + rows +
-                    m_phrases("</table></section>");
+        if (const std::string rows = Rows(list.kind); !rows.empty()) {
+            std::string start("<section><");
+            start.append(heading).append(list.title).append("</").append(heading).append("<table>");
+            html += m_phrases(start) + rows + m_phrases("</table></section>");
+        }
     return html;
 }
 
