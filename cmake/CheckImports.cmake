@@ -11,5 +11,5 @@ if(NM MATCHES "i686")  # calls are decorated: _name@12
   list(TRANSFORM called REPLACE "^_([^@]+)(@[0-9]+)?$" "\\1")
 endif()
 list(REMOVE_DUPLICATES called)
-list(FILTER called EXCLUDE REGEX "^(_Z|__cxa_|__gxx_personality|_?_Unwind_|_*chkstk_ms$|__u?(div|mod)di3$|pthread_mutex_|atexit$)")
+list(FILTER called EXCLUDE REGEX "^(_Z|__cxa_|__gxx_personality|_?_Unwind_|_*chkstk_ms$|__u?(div|mod)di3$|pthread_(mutex_|self$)|atexit$)")
 meterdb_compare_lists("calls of the system" "${called}" "${listed}")

@@ -33,8 +33,8 @@ expect("${output}" "^meterdb [0-9]+\\.[0-9]+\\.[0-9]+")
 meterdb(0 route)
 expect("${output}" " 3  30052217  Gas .* to do +read")
 
-# What nobody could read was not shown.
-if(EXISTS /dev/full)
+# What nobody could read was not shown. Programs for Windows run in an emulator that writes for them.
+if(EXISTS /dev/full AND NOT METERDB MATCHES "\\.exe$")
   execute_process(COMMAND ${EMULATOR} "${METERDB}" route OUTPUT_FILE /dev/full RESULT_VARIABLE code ERROR_VARIABLE errors)
   expect("${code} ${errors}" "^3 meterdb: standard output cannot be written")
 endif()
