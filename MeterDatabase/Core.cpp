@@ -210,12 +210,14 @@ std::optional<int> RenumberRecords(CMeterIniFile& store, std::size_t most, bool*
         store.GetString(line, text, sizeof text);
         const std::string_view header = text;
         if (BeginsWith(header, "[#_")) {
-            const int oldNumber = MeterText::ToInt(header.substr(3));
-            if (oldNumber == ++meters)
+            std::string inOrder = "[#_" + std::to_string(++meters) + "]";
+            if (BeginsWith(header, inOrder))
                 continue;
-            if (!renumbering.Add(oldNumber, meters))
+            // One that has its number, but not as the record's name, would lead to no record.
+            const int oldNumber = MeterText::ToInt(header.substr(3));
+            if (oldNumber != meters && !renumbering.Add(oldNumber, meters))
                 return std::nullopt;
-            changes.Add(line, "[#_" + std::to_string(meters) + "]");
+            changes.Add(line, std::move(inOrder));
             *changed = true;
         } else if (BeginsWith(header, "[#")) {
             if (std::optional<std::string> renumbered = RenumberedAppendix(header.substr(2), renumbering))

@@ -63,7 +63,7 @@ private:
         const int meter = m_database.GetActualPosition();
         Require(meter >= 0 && meter <= meters, "the current meter is one of the route");
         const int appendix = m_database.GetAppendix();
-        Require(appendix >= 0 && appendix <= 100, "an appendix is one of a hundred");
+        Require(appendix >= 0, "an appendix has a number, or is none");
     }
 
     void Move(char letter, int number) {

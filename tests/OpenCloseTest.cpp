@@ -314,11 +314,15 @@ TEST_F(RecordNumbering, FollowsTheOrderOfTheHeaders) {
          "[#_1]\n[#100_1]\n[#2147483647_1]\n", 1},
         {"number that is none", "[#_x]\n[#1_0]\n", "[#_1]\n[#1_1]\n", 1},
         {"empty number", "[#_]\n", "[#_1]\n", 1},
-        {"number with text behind it", "[#_1 old]\n[#_3 old]\n", "[#_1 old]\n[#_2]\n", 2},
+        {"number with text behind it", "[#_1 old]\n[#_3 old]\n", "[#_1]\n[#_2]\n", 2},
+        {"number in another form", "[#_01]\n[#1_1]\n[#_ 2]\n[#_+3]\n", "[#_1]\n[#1_1]\n[#_2]\n[#_3]\n", 3},
         {"header without its end", "[#_3\n[#1_3\n", "[#_1]\n[#1_1]\n", 1},
-        {"text behind the header", "[#_3] first\n[#1_3] first\n", "[#_1]\n[#1_1]\n", 1},
-        {"number that is read up to 16 digits", "[#_0000000000000007]\n[#_00000000000000023]\n",
-         "[#_1]\n[#_00000000000000023]\n", 2},
+        {"header without its end that has its number", "[#_1\n[#1_1]\n[#_1]\n[#1_1]\n",
+         "[#_1]\n[#1_1]\n[#_2]\n[#1_2]\n", 2},
+        {"text behind the header", "[#_3] first\n[#1_3] first\n[#_2] next\n", "[#_1]\n[#1_1]\n[#_2] next\n",
+         2},
+        {"number that is read up to 16 digits", "[#_00000000000000073]\n[#1_7]\n[#1_73]\n",
+         "[#_1]\n[#1_1]\n[#1_73]\n", 1},
         {"negative number", "[#_-1]\n[#1_-1]\n", "[#_1]\n[#1_1]\n", 1},
         {"other sections", "[#_2]\n[#]\n[#x]\n[#]_2\n[#\n[*_2]\n[_2]\n[x#_2]\n",
          "[#_1]\n[#]\n[#x]\n[#]_2\n[#\n[*_2]\n[_2]\n[x#_2]\n", 1},
@@ -359,6 +363,15 @@ TEST_F(RecordNumbering, FindsRenumberedSectionsByTheirNewNames) {
     EXPECT_EQ(Data("#2_1", "State"), "H");
     EXPECT_EQ(Data("#_3", "State"), kMissing);
     EXPECT_EQ(Data("#2_3", "State"), kMissing);
+}
+
+TEST_F(RecordNumbering, LeadsToARecordWhoseHeaderLostItsEnd) {
+    Open("[#_1\nState=U\n");
+    EXPECT_EQ(Data("#_1", "State"), "U");
+    EXPECT_TRUE(m_database.SetMeterItem("State", "H"));
+    EXPECT_EQ(m_database.CheckConsistency(), 1) << "no second record was made for it";
+    EXPECT_TRUE(m_database.DeleteActualMeter());
+    EXPECT_EQ(m_database.GetNumberOfMeters(), 0);
 }
 
 TEST_F(RecordNumbering, KeepsTheBytesAroundTheHeaders) {
