@@ -489,9 +489,10 @@ public:
     bool AppendStoreFields(int store);
 
 protected:
-    // Renumbers the records in the order of their headers, corrects "Meters" and the client number, and saves
-    // what changed. Appendices follow the first 10000 meters that are renumbered. Number of meter records, 0
-    // when a save failed. The data file must be open.
+    // Renumbers the records in the order of their headers, which become "[#_N]" also when they have their
+    // number in another form, corrects "Meters" and the client number, and saves what changed. Appendices
+    // follow the first 10000 meters that are renumbered. Number of meter records, 0 when a save failed. The
+    // data file must be open.
     int CheckConsistency();
 
     // Loads the texts of the current language.
