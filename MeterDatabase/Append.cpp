@@ -58,9 +58,12 @@ public:
         char text[kNameBytes];
         for (int index = 1; systemIni.ReadByIndex(section.c_str(), index, key, kNameBytes, text, kNameBytes);
              ++index) {
+            std::string line = WithoutLineBreaks(std::string(key) + '=' + EntryText(key, text, *m_dataFile));
+            if (MeterText::TrimBlanks(line).front() == '[')
+                continue;  // it would be taken for a header
             if (key[0] == '#')
                 OpenAppendix(MeterText::ToInt(key + 1));
-            m_lines.push_back(WithoutLineBreaks(std::string(key) + '=' + EntryText(key, text, *m_dataFile)));
+            m_lines.push_back(std::move(line));
         }
         m_lines.emplace_back();
     }

@@ -154,6 +154,14 @@ TEST_F(AppendMeter, MakesABlankOfALineBreak) {
 
 // ---- general values
 
+// A line that begins like a header would become a meter of its own when the file is opened next.
+TEST_F(AppendMeter, LeavesOutWhatLooksLikeAHeader) {
+    Open("", "[Append]\n[#_=a\n[#1_1=b\nKey=c\n [x=d\n\r[y]=e\n");
+    ASSERT_EQ(m_database.AppendNewMeterToDataFile(""), 1);
+    EXPECT_EQ(DataLines(), "[General]\nMeters=1\n[#_1]\nState=E\nKey=c\n\n");
+    EXPECT_EQ(m_database.CheckConsistency(), 1);
+}
+
 TEST_F(AppendMeter, TakesMarkedValuesFromTheGeneralData) {
     const struct {
         const char* entry;
