@@ -534,7 +534,6 @@ void IniText::Rebase(std::size_t textBytes) {
     m_startCount = m_startCapacity = startCount;
     m_tags = std::move(tags);
     m_arena = LineArena();
-    m_cursor.section = kNoSection;
 }
 
 // No line that stands in the text now is written over.

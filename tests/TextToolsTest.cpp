@@ -344,6 +344,12 @@ TEST(TextDecimals, BeyondTheRangeAreInfiniteOrZero) {
     EXPECT_GT(ToDouble("4.9406564584124654e-324"), 0) << "the smallest number";
 }
 
+TEST(TextNumbers, EndWithTheirText) {
+    const std::string_view text = "1234";
+    EXPECT_EQ(ToDouble(text.substr(0, 2)), 12);
+    EXPECT_EQ(ToInt(text.substr(0, 2)), 12);
+}
+
 TEST(TextNumbers, MeanTheSameUnderADecimalComma) {
     const CommaLocale comma;
     EXPECT_EQ(ToDouble("1.5"), 1.5);
