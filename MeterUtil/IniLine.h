@@ -91,7 +91,8 @@ inline std::uint64_t ToLower8(std::uint64_t word) {
     return word | ((~word & kHighBits & (fromA ^ behindZ)) >> 2U);
 }
 
-// The last eight bytes of a text as a number, or a shorter text with zeros behind it, by loads of a fixed size.
+// The last eight bytes of a text as a number, or a shorter text with zeros behind it, by loads of a fixed
+// size.
 inline std::uint64_t LastBytes(std::string_view text) {
     const auto load = [](const char* from, auto number) {
         std::memcpy(&number, from, sizeof number);

@@ -1,7 +1,7 @@
 // One byte for the key of a line, so that a search in a section looks at the text of one line only.
 //
-// A section is tagged when it is first asked for a key: all its lines at once, which is most of what the first
-// look-up takes. So the tag is made of the first sixteen bytes of a line, eight at a time and without a
+// A section is tagged when it is first asked for a key: all its lines at once, which is most of what the
+// first look-up takes. So the tag is made of the first sixteen bytes of a line, eight at a time and without a
 // decision that depends on the key; a line that is not so plain is taken apart.
 #pragma once
 
@@ -37,8 +37,8 @@ constexpr std::uint64_t EachByte(std::uint8_t byte) {
     return byte * std::uint64_t{0x0101010101010101U};
 }
 
-// The high bit of each byte that is below `limit`, which is at most 0x80. Bytes behind such a byte may be told
-// of wrongly.
+// The high bit of each byte that is below `limit`, which is at most 0x80. Bytes behind such a byte may be
+// told of wrongly.
 constexpr std::uint64_t BytesBelow(std::uint64_t word, std::uint8_t limit) {
     return (word - EachByte(limit)) & ~word & EachByte(0x80);
 }

@@ -63,8 +63,8 @@ public:
     void AwaitHeldRename();
     void LetRenamesGo();
 
-    // Does something, once, before the next call of that kind, on the thread of the call: what another program
-    // may do between two calls.
+    // Does something, once, before the next call of that kind, on the thread of the call: what another
+    // program may do between two calls.
     void BeforeNext(Call call, std::function<void()> action);
 
     // No read or write handles more than `bytes` bytes at once.
