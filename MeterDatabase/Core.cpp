@@ -497,12 +497,12 @@ int CMeterDatabase::CheckConsistency() {
 
 // Appendices follow the first `most` meters that are renumbered.
 int CMeterDatabase::BringIntoOrder(std::size_t most) {
-    const int recorded = ReadNumber(*m_dataFile, "General", "Meters", kNumberBytes);
     bool changed = false;
     const std::optional<int> meters = RenumberRecords(*m_dataFile, most, &changed);
     if (!meters)
         return 0;
-    if (*meters != recorded) {
+    // Read afterwards: a header that got its end may stand between the section and its number.
+    if (*meters != ReadNumber(*m_dataFile, "General", "Meters", kNumberBytes)) {
         m_dataFile->WriteString("General", "Meters", std::to_string(*meters).c_str());
         changed = true;
     }

@@ -351,6 +351,13 @@ TEST_F(RecordNumbering, CorrectsTheRecordedCount) {
     }
 }
 
+// What stood in [General] behind the broken header belongs to its meter once it is whole.
+TEST_F(RecordNumbering, CountsAnewWhenAMeterTakesTheRecordedCountAlong) {
+    Open("[General]\n[#_\nMeters=1\n");
+    EXPECT_EQ(m_database.GetNumberOfMeters(), 1);
+    EXPECT_EQ(m_folder.Read(kDataFile), "[General]\nMeters=1\n[#_1]\nMeters=1\n");
+}
+
 TEST_F(RecordNumbering, KeepsARecordedCountThatIsRight) {
     const std::string data = "[General]\nMeters=02\n[#_1]\n[#_2]\n";
     Open(data);
