@@ -18,9 +18,11 @@
 #include "MeterUtil/Text.h"
 #include "Platform/Platform.h"
 
+using MeterRecords::AppendixSection;
 using MeterRecords::Composed;
 using MeterRecords::FormPath;
 using MeterRecords::kNumberBytes;
+using MeterRecords::MeterSection;
 using MeterRecords::ReadNumber;
 using MeterRecords::ReadText;
 
@@ -183,6 +185,10 @@ private:
     std::vector<Change> m_changes;
 };
 
+std::string HeaderOf(const std::string& section) {
+    return "[" + section + "]";
+}
+
 // The header of an appendix that follows its meter; `name` stands behind "[#". Nothing when its meter keeps
 // its number.
 std::optional<std::string> RenumberedAppendix(std::string_view name, const Renumbering& renumbering) {
@@ -193,8 +199,7 @@ std::optional<std::string> RenumberedAppendix(std::string_view name, const Renum
     const std::optional<std::int32_t> meter = renumbering.NewNumber(MeterText::ToInt(name.substr(split + 1)));
     if (!meter)
         return std::nullopt;
-    const std::string appendix = std::to_string(MeterText::ToInt(name.substr(0, split)));
-    return "[#" + appendix + "_" + std::to_string(*meter) + "]";
+    return HeaderOf(AppendixSection(MeterText::ToInt(name.substr(0, split)), *meter));
 }
 
 // Numbers the meters in the order of their headers. Number of meters, and in `*changed` whether one had
@@ -210,10 +215,10 @@ std::optional<int> RenumberRecords(CMeterIniFile& store, std::size_t most, bool*
         store.GetString(line, text, sizeof text);
         const std::string_view header = text;
         if (BeginsWith(header, "[#_")) {
-            std::string inOrder = "[#_" + std::to_string(++meters) + "]";
+            std::string inOrder = HeaderOf(MeterSection(++meters));
             if (BeginsWith(header, inOrder))
                 continue;
-            // One that has its number, but not as the record's name, would lead to no record.
+            // With its number in another form it would lead to no record either.
             const int oldNumber = MeterText::ToInt(header.substr(3));
             if (oldNumber != meters && !renumbering.Add(oldNumber, meters))
                 return std::nullopt;
