@@ -81,13 +81,21 @@ inline int CompareNames(std::string_view a, std::string_view b) {
     return (a.size() > b.size() ? 1 : 0) - (a.size() < b.size() ? 1 : 0);
 }
 
-// Eight bytes at once, the letters of ASCII in lower case.
+// ---- eight bytes at once
+
+constexpr std::size_t kWordBytes = 8;
+constexpr std::uint64_t kHashFactor = 0x9E3779B97F4A7C15U;
+
+constexpr std::uint64_t EachByte(std::uint8_t byte) {
+    return byte * std::uint64_t{0x0101010101010101U};
+}
+
+// The letters of ASCII in lower case.
 inline std::uint64_t ToLower8(std::uint64_t word) {
-    constexpr std::uint64_t kEach = 0x0101010101010101U;
-    constexpr std::uint64_t kHighBits = 0x80 * kEach;
+    constexpr std::uint64_t kHighBits = EachByte(0x80);
     const std::uint64_t low = word & ~kHighBits;
-    const std::uint64_t fromA = low + (0x80 - 'A') * kEach;
-    const std::uint64_t behindZ = low + (0x7F - 'Z') * kEach;
+    const std::uint64_t fromA = low + EachByte(0x80 - 'A');
+    const std::uint64_t behindZ = low + EachByte(0x7F - 'Z');
     return word | ((~word & kHighBits & (fromA ^ behindZ)) >> 2U);
 }
 
@@ -100,8 +108,8 @@ inline std::uint64_t LastBytes(std::string_view text) {
     };
     const std::size_t size = text.size();
     const char* const end = text.data() + size;
-    if (size >= 8)
-        return load(end - 8, std::uint64_t{});
+    if (size >= kWordBytes)
+        return load(end - kWordBytes, std::uint64_t{});
     if (size >= 4)
         return load(text.data(), std::uint32_t{}) | load(end - 4, std::uint32_t{}) << (8 * (size - 4));
     if (size >= 2)
@@ -111,19 +119,17 @@ inline std::uint64_t LastBytes(std::string_view text) {
 
 // A hash that is the same for names that differ in the case of letters alone.
 inline std::uint32_t FoldedHash(std::string_view name) {
-    constexpr std::uint64_t kFactor = 0x9E3779B97F4A7C15U;
-    std::uint64_t hash = name.size() * kFactor;
+    std::uint64_t hash = name.size() * kHashFactor;
     const auto mix = [&](std::string_view bytes) {
-        hash = (hash ^ ToLower8(LastBytes(bytes))) * kFactor;
+        hash = (hash ^ ToLower8(LastBytes(bytes))) * kHashFactor;
         hash ^= hash >> 32U;
     };
-    constexpr std::size_t kAtOnce = sizeof hash;
     std::size_t taken = 0;
-    for (; name.size() - taken > kAtOnce; taken += kAtOnce)
-        mix(name.substr(taken, kAtOnce));
-    mix(taken == 0 ? name : name.substr(name.size() - kAtOnce));
+    for (; name.size() - taken > kWordBytes; taken += kWordBytes)
+        mix(name.substr(taken, kWordBytes));
+    mix(taken == 0 ? name : name.substr(name.size() - kWordBytes));
     // Names of records differ in their last digits alone, which reach few bits by one multiplication.
-    return static_cast<std::uint32_t>((hash * kFactor) >> 32U);
+    return static_cast<std::uint32_t>((hash * kHashFactor) >> 32U);
 }
 
 }  // namespace MeterUtil

@@ -16,8 +16,6 @@ namespace MeterUtil {
 
 constexpr std::uint8_t kNoEntryTag = 0;
 
-constexpr std::size_t kWordBytes = 8;
-
 // What the tag of a short key is made of: sixteen bytes, zeros behind the key.
 struct KeyHead {
     static constexpr std::size_t kBytes = 2 * kWordBytes;
@@ -33,10 +31,6 @@ inline bool LowByteFirst() {
     return first == 1;
 }
 
-constexpr std::uint64_t EachByte(std::uint8_t byte) {
-    return byte * std::uint64_t{0x0101010101010101U};
-}
-
 // The high bit of each byte that is below `limit`, which is at most 0x80. Bytes behind such a byte may be
 // told of wrongly.
 constexpr std::uint64_t BytesBelow(std::uint64_t word, std::uint8_t limit) {
@@ -50,10 +44,9 @@ constexpr std::uint64_t BytesBefore(std::uint64_t marks) {
 
 // Letters count in lower case; zeros count as blanks, which no key ends with.
 inline std::uint8_t TagOf(KeyHead head) {
-    constexpr std::uint64_t kFactor = 0x9E3779B97F4A7C15U;
     constexpr std::uint64_t kLowerCase = EachByte(0x20);
-    const std::uint64_t hash = (head.first | kLowerCase) * kFactor ^ (head.second | kLowerCase);
-    return std::max<std::uint8_t>(static_cast<std::uint8_t>((hash * kFactor) >> 56U), kNoEntryTag + 1);
+    const std::uint64_t hash = (head.first | kLowerCase) * kHashFactor ^ (head.second | kLowerCase);
+    return std::max<std::uint8_t>(static_cast<std::uint8_t>((hash * kHashFactor) >> 56U), kNoEntryTag + 1);
 }
 
 // The tag of a key that has no blanks around it.
