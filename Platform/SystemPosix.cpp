@@ -314,7 +314,7 @@ bool TakeOverAccessList(int file, const NativePath& like) {
     constexpr const char* kAccessList = "system.posix_acl_access";
     char list[16 * 1024];
     const ssize_t size = ::getxattr(like.Text(), kAccessList, list, sizeof(list));
-    if (size > 0)
+    if (size >= 0)
         return ::fsetxattr(file, kAccessList, list, static_cast<std::size_t>(size), 0) == 0;
     if (errno == ERANGE)
         return false;
