@@ -63,7 +63,7 @@ private:
         const int meter = m_database.GetActualPosition();
         Require(meter >= 0 && meter <= meters, "the current meter is one of the route");
         const int appendix = m_database.GetAppendix();
-        Require(appendix >= 0, "an appendix has a number, or is none");
+        Require(appendix == 0 || m_database.SetAppendix(appendix), "the current appendix exists");
     }
 
     void Move(char letter, int number) {
