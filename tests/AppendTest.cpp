@@ -152,8 +152,6 @@ TEST_F(AppendMeter, MakesABlankOfALineBreak) {
     EXPECT_EQ(Data("#_1", "B C"), "A,U,8, ,\"\"");
 }
 
-// ---- general values
-
 // A line that begins like a header would become a meter of its own when the file is opened next.
 TEST_F(AppendMeter, LeavesOutWhatLooksLikeAHeader) {
     Open("", "[Append]\n[#_=a\n[#1_1=b\nKey=c\n [x=d\n\r[y]=e\n");
@@ -161,6 +159,8 @@ TEST_F(AppendMeter, LeavesOutWhatLooksLikeAHeader) {
     EXPECT_EQ(DataLines(), "[General]\nMeters=1\n[#_1]\nState=E\nKey=c\n\n");
     EXPECT_EQ(m_database.CheckConsistency(), 1);
 }
+
+// ---- general values
 
 TEST_F(AppendMeter, TakesMarkedValuesFromTheGeneralData) {
     const struct {

@@ -251,17 +251,6 @@ TEST(IniTextSpeed, NamesOfARouteSpreadOverTheTable) {
     }
 }
 
-TEST(IniTextSpeed, EveryLetterOfANameCounts) {
-    for (std::size_t size = 1; size <= 20; ++size)
-        for (std::size_t at = 0; at < size; ++at) {
-            std::set<std::uint32_t> hashes;
-            std::string name(size, 'x');
-            for (name[at] = '0'; name[at] <= '9'; ++name[at])
-                hashes.insert(MeterUtil::FoldedHash(name));
-            EXPECT_EQ(hashes.size(), 10U) << "letter " << at << " of " << size;
-        }
-}
-
 // Headers that are made of lines from the last to the first, as a route in disorder gets them: minutes, if
 // each walked over those behind it.
 TEST(IniTextSpeed, ManyLinesBecomeHeaders) {

@@ -1,4 +1,4 @@
-// The byte by which a search in a section passes over lines.
+// What searches look at before names: the byte of a line's key, and the hash of a section's name.
 #include "MeterUtil/KeyTag.h"
 
 #include <gtest/gtest.h>
@@ -71,16 +71,26 @@ TEST(KeyTag, IgnoresTheCaseOfLetters) {
                 << upper.substr(at, size);
 }
 
-// Keys that differ in a digit, as registers and billing periods do, are told from each other.
-TEST(KeyTag, EveryLetterCounts) {
-    for (std::size_t size = 1; size <= 24; ++size)
+// Names that differ in a digit, as registers, billing periods and records do, are told from each other: of ten
+// with another digit at one place so many have a value of their own, wherever the digit stands.
+template <typename Value>
+void ExpectEveryLetterCounts(std::size_t mostLetters, std::size_t different, const Value& valueOf) {
+    for (std::size_t size = 1; size <= mostLetters; ++size)
         for (std::size_t at = 0; at < size; ++at) {
-            std::set<std::uint8_t> tags;
-            std::string key(size, 'x');
-            for (key[at] = '0'; key[at] <= '9'; ++key[at])
-                tags.insert(KeyTag(key));
-            EXPECT_GE(tags.size(), 7U) << "letter " << at << " of " << size;
+            std::set<std::uint32_t> values;
+            std::string name(size, 'x');
+            for (name[at] = '0'; name[at] <= '9'; ++name[at])
+                values.insert(valueOf(name));
+            EXPECT_GE(values.size(), different) << "letter " << at << " of " << size;
         }
+}
+
+TEST(KeyTag, EveryLetterCounts) {
+    ExpectEveryLetterCounts(24, 7, KeyTag);
+}
+
+TEST(NameHash, EveryLetterCounts) {
+    ExpectEveryLetterCounts(20, 10, MeterUtil::FoldedHash);
 }
 
 }  // namespace

@@ -225,7 +225,20 @@ TEST_F(Meterdb, OutputTouchesNoOtherFile) {
 
 // ---- the report
 
-TEST_F(Meterdb, ReportNeedsNothingBesideItself) {
+namespace {
+
+class MeterdbReport : public Meterdb {
+protected:
+    // The report of the route, as it was written.
+    std::string ReportPage() {
+        EXPECT_EQ(Run({"report", File("route.html")}), kDone) << m_errors;
+        return m_folder.Read("route.html");
+    }
+};
+
+}  // namespace
+
+TEST_F(MeterdbReport, NeedsNothingBesideItself) {
     EXPECT_EQ(Run({"report", File("route.html")}), kDone);
     EXPECT_EQ(m_out, "Wrote " + File("route.html") + ": 4 meters\n");
     const std::string page = m_folder.Read("route.html");
@@ -237,9 +250,8 @@ TEST_F(Meterdb, ReportNeedsNothingBesideItself) {
         EXPECT_THAT(page, HasSubstr(needed));
 }
 
-TEST_F(Meterdb, ReportCountsStatesAndActions) {
-    ASSERT_EQ(Run({"report", File("route.html")}), kDone);
-    const std::string page = m_folder.Read("route.html");
+TEST_F(MeterdbReport, CountsStatesAndActions) {
+    const std::string page = ReportPage();
     EXPECT_THAT(page, HasSubstr("<b>4</b><span>meters on the route</span>"));
     EXPECT_THAT(page, HasSubstr("<b>1</b><span>done, 25 %</span>"));
     EXPECT_THAT(page, HasSubstr("<b>2</b><span>still to do</span>"));
@@ -251,10 +263,9 @@ TEST_F(Meterdb, ReportCountsStatesAndActions) {
     EXPECT_THAT(page, HasSubstr("<h3>Appendix 1</h3>"));
 }
 
-TEST_F(Meterdb, ReportListsAlarmsAndDeviatingValues) {
+TEST_F(MeterdbReport, ListsAlarmsAndDeviatingValues) {
     ASSERT_EQ(Run({"read", "1", File("alarm.txt")}), kDone);
-    ASSERT_EQ(Run({"report", File("route.html")}), kDone);
-    const std::string page = m_folder.Read("route.html");
+    const std::string page = ReportPage();
     EXPECT_THAT(
         page,
         HasSubstr("<td>Gas volume<td class=value>0021.40 m3<td>above 20 <span class=alarm>alarm</span>"));
@@ -265,26 +276,24 @@ TEST_F(Meterdb, ReportListsAlarmsAndDeviatingValues) {
     EXPECT_EQ(CountOf(page, "<span class=flag>alarm</span></summary>"), 1);
 }
 
-TEST_F(Meterdb, ReportListsSoManyDeviatingValues) {
+TEST_F(MeterdbReport, ListsSoManyDeviatingValues) {
     for (const auto& [deviating, more] : {std::pair(200, 0), std::pair(202, 1)}) {
         std::string route = "[General]\nMeters=1\n[#_1]\nState=H\n";
         for (int i = 0; i < deviating; ++i)
             route += "X" + std::to_string(i) + "=R,CR,\"8,C1;2\",9,\"\"\n";
         m_folder.Write("route.ini", route);
-        ASSERT_EQ(Run({"report", File("route.html")}), kDone);
-        const std::string page = m_folder.Read("route.html");
+        const std::string page = ReportPage();
         EXPECT_EQ(CountOf(page, "<td class=value>"), 200);
         EXPECT_EQ(CountOf(page, ">and 2 more; the list of meters shows them all.<"), more);
     }
 }
 
-TEST_F(Meterdb, ReportPutsFirstWhatThereIsMostOf) {
+TEST_F(MeterdbReport, PutsFirstWhatThereIsMostOf) {
     m_folder.Write(
         "route.ini",
         "[General]\nMeters=6\n[#_1]\nState=H\n[#_2]\nState=U\nAction=,D,,Change,\"\"\n[#_3]\nState=U\n"
         "[#_4]\nState=U\n[#_5]\nState=M\n[#_6]\nState=N\n");
-    ASSERT_EQ(Run({"report", File("route.html")}), kDone);
-    const std::string page = m_folder.Read("route.html");
+    const std::string page = ReportPage();
     EXPECT_THAT(page, HasSubstr("<ul class=legend><li><i class=todo></i>unhandled <b>3</b>"));
     EXPECT_THAT(page,
                 HasSubstr("<ul class=actions><li><span>read out</span><i style=\"width:100%\"></i><b>4</b>"));
@@ -292,7 +301,7 @@ TEST_F(Meterdb, ReportPutsFirstWhatThereIsMostOf) {
     EXPECT_THAT(page, HasSubstr("<b>5</b><span>still to do</span>"));
 }
 
-TEST_F(Meterdb, ReportTellsWhereMetersAreAndWhenTheRouteChanged) {
+TEST_F(MeterdbReport, TellsWhereMetersAreAndWhenTheRouteChanged) {
     m_folder.Write("meterdb.ini",
                    "[System]\nAppFile=app.ini\nRawFile=raw.dat\nDataFile=route.ini\n"
                    "[Extra]\nCustomer=Customer\nStreet=Street\nTown=Town\n");
@@ -301,43 +310,37 @@ TEST_F(Meterdb, ReportTellsWhereMetersAreAndWhenTheRouteChanged) {
                    "[#_2]\nState=H\nCustomer=,D,,Mill,\"\"\nStreet=,D,,Lane 4,\"\"\nTown=,D,,Weir,\"\"\n"
                    "LastChanges=A,D,,20260302101500,\"\"\n[#_3]\nState=H\nTown=,D,,Weir,\"\"\n"
                    "LastChanges=A,D,,20260228101500,\"\"\n");
-    ASSERT_EQ(Run({"report", File("route.html")}), kDone);
-    const std::string page = m_folder.Read("route.html");
+    const std::string page = ReportPage();
     EXPECT_THAT(page, HasSubstr("<p>3 meters, client 1, last changed 2026-03-02 10:15:00</p>"));
     EXPECT_THAT(page, HasSubstr("<span class=where>Mill, Lane 4, Weir</span>"));
     EXPECT_THAT(page, HasSubstr("<span class=where>Weir</span>"));
 }
 
-TEST_F(Meterdb, ReportSaysWhatIsNotThereYet) {
+TEST_F(MeterdbReport, SaysWhatIsNotThereYet) {
     m_folder.Write("route.ini", "[General]\nMeters=1\n[#_1]\nState=U\n1.8.0=R,U,8,,\"\"\n");
-    ASSERT_EQ(Run({"report", File("route.html")}), kDone);
-    EXPECT_THAT(m_folder.Read("route.html"), HasSubstr("Nothing was read yet."));
+    EXPECT_THAT(ReportPage(), HasSubstr("Nothing was read yet."));
     m_folder.Write("route.ini", "[General]\nMeters=1\n[#_1]\nState=C\n");
-    ASSERT_EQ(Run({"report", File("route.html")}), kDone);
-    EXPECT_THAT(m_folder.Read("route.html"), HasSubstr("Nothing is left to do."));
+    EXPECT_THAT(ReportPage(), HasSubstr("Nothing is left to do."));
     m_folder.Write("route.ini", "[General]\nMeters=0\n");
-    ASSERT_EQ(Run({"report", File("route.html")}), kDone);
-    EXPECT_THAT(m_folder.Read("route.html"), HasSubstr("The route has no meters."));
+    EXPECT_THAT(ReportPage(), HasSubstr("The route has no meters."));
 }
 
-TEST_F(Meterdb, ReportShowsTextsOfFilesAsTexts) {
+TEST_F(MeterdbReport, ShowsTextsOfFilesAsTexts) {
     m_folder.Write("route.ini",
                    "[General]\nMeters=1\nDBInfo=<script>alert(1)</script>\n[#_1]\nState=U\n"
                    "Customer=,D,,<img onerror=x>\"&--><b>,\"-->\"\n");
-    ASSERT_EQ(Run({"report", File("route.html")}), kDone);
-    const std::string page = m_folder.Read("route.html");
+    const std::string page = ReportPage();
     EXPECT_THAT(page, HasSubstr("<h1>&lt;script&gt;alert(1)&lt;/script&gt;</h1>"));
     EXPECT_THAT(page, HasSubstr("&lt;img onerror=x&gt;"));
     EXPECT_THAT(page, Not(HasSubstr("<img")));
     EXPECT_THAT(page, Not(HasSubstr("-->")));
 }
 
-TEST_F(Meterdb, ReportHasHeadingsOfOneLevelAfterTheOther) {
+TEST_F(MeterdbReport, HasHeadingsOfOneLevelAfterTheOther) {
     m_folder.Write("route.ini",
                    "[General]\nMeters=1\n[#_1]\nState=U\n1.8.0=R,D,8,1,\"\"\nCustomer=,D,,Mill,\"\"\n"
                    "[#1_1]\n1.8.0=R,D,8,1,\"\"\n");
-    ASSERT_EQ(Run({"report", File("route.html")}), kDone);
-    const std::string page = m_folder.Read("route.html");
+    const std::string page = ReportPage();
     std::string levels;
     for (std::size_t at = page.find("<h"); at != std::string::npos; at = page.find("<h", at + 1))
         if (page[at + 2] >= '1' && page[at + 2] <= '6')
@@ -345,17 +348,15 @@ TEST_F(Meterdb, ReportHasHeadingsOfOneLevelAfterTheOther) {
     EXPECT_EQ(levels, "122223334");
 }
 
-TEST_F(Meterdb, ReportSaysWithoutColoursWhichFilterIsOn) {
-    ASSERT_EQ(Run({"report", File("route.html")}), kDone);
-    const std::string page = m_folder.Read("route.html");
+TEST_F(MeterdbReport, SaysWithoutColoursWhichFilterIsOn) {
+    const std::string page = ReportPage();
     EXPECT_EQ(CountOf(page, " aria-pressed=true>all<"), 1);
     EXPECT_EQ(CountOf(page, " aria-pressed=false>"), 4);
     EXPECT_THAT(page, HasSubstr("<span id=shown role=status>"));
 }
 
-TEST_F(Meterdb, ReportWritesInColoursThatCanBeRead) {
-    ASSERT_EQ(Run({"report", File("route.html")}), kDone);
-    const std::string page = m_folder.Read("route.html");
+TEST_F(MeterdbReport, WritesInColoursThatCanBeRead) {
+    const std::string page = ReportPage();
     const std::size_t dark = page.find("prefers-color-scheme: dark");
     ASSERT_NE(dark, std::string::npos);
     for (const std::size_t scheme : {std::size_t{0}, dark}) {
@@ -374,7 +375,7 @@ TEST_F(Meterdb, ReportWritesInColoursThatCanBeRead) {
     }
 }
 
-TEST_F(Meterdb, ReportOfALongRouteKeepsDetailsForLater) {
+TEST_F(MeterdbReport, OfALongRouteKeepsDetailsForLater) {
     std::ostringstream out;
     Screen screen(out, out, {});
     for (const auto& [folder, meters, later] :
@@ -389,7 +390,7 @@ TEST_F(Meterdb, ReportOfALongRouteKeepsDetailsForLater) {
     }
 }
 
-TEST_F(Meterdb, ReportShortensNoTextOfARoute) {
+TEST_F(MeterdbReport, ShortensNoTextOfARoute) {
     Report::Phrases phrases(true);
     Report::Phrases none(false);
     RouteRecord record;
