@@ -117,11 +117,16 @@ inline std::uint64_t LastBytes(std::string_view text) {
     return text.empty() ? 0 : static_cast<std::uint8_t>(text.front());
 }
 
+// The last eight bytes of a name, or all of a shorter one, as they are compared.
+inline std::uint64_t FoldedEnd(std::string_view name) {
+    return ToLower8(LastBytes(name));
+}
+
 // A hash that is the same for names that differ in the case of letters alone.
 inline std::uint32_t FoldedHash(std::string_view name) {
     std::uint64_t hash = name.size() * kHashFactor;
     const auto mix = [&](std::string_view bytes) {
-        hash = (hash ^ ToLower8(LastBytes(bytes))) * kHashFactor;
+        hash = (hash ^ FoldedEnd(bytes)) * kHashFactor;
         hash ^= hash >> 32U;
     };
     std::size_t taken = 0;

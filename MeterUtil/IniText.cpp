@@ -2,8 +2,10 @@
 #include "MeterUtil/IniText.h"
 
 #include <algorithm>
+#include <array>
 #include <functional>
 #include <new>
+#include <utility>
 
 #include "MeterUtil/IniLine.h"
 #include "MeterUtil/KeyTag.h"
@@ -13,6 +15,12 @@ namespace MeterUtil {
 namespace {
 
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+
+constexpr std::uint32_t kAhead = 6;  // lines whose text is on its way while that of one is looked at
+
+constexpr std::size_t kCacheLine = 64;  // bytes that the processor fetches at once
+constexpr std::uint32_t kLinesAtOnce = kCacheLine / sizeof(LineRef);
+constexpr std::uint32_t kMostAhead = 8 * kLinesAtOnce;  // more lines are not fetched ahead
 
 }  // namespace
 
@@ -28,11 +36,11 @@ void IniText::Load(Platform::FileBytes bytes) {
     m_order.assign(1, 0);
     m_firstLine.assign(1, 0);
     m_sections.emplace_back();
-    m_startCount = 0;
+    m_scannedCount = 0;
     const std::size_t size = bytes.size;
-    m_base = OwnBlock(std::move(bytes));
+    m_lines.base = OwnBlock(std::move(bytes));
 
-    const std::string_view text(size == 0 ? "" : m_base.get(), size);
+    const std::string_view text(size == 0 ? "" : m_lines.base.get(), size);
     m_hasByteOrderMark = text.substr(0, kByteOrderMark.size()) == kByteOrderMark;
     const std::size_t skipped = m_hasByteOrderMark ? kByteOrderMark.size() : 0;
     ScanLines(text.data() + skipped, text.data() + size);
@@ -44,12 +52,16 @@ std::shared_ptr<const char> IniText::OwnBlock(Platform::FileBytes bytes) {
     return block;
 }
 
+std::shared_ptr<const std::uint32_t> IniText::OwnStarts(std::unique_ptr<std::uint32_t[], Free> starts) {
+    return {starts.release(), Free()};
+}
+
 // One pass over the text: where each line begins, and which lines are headers.
 void IniText::ScanLines(const char* begin, const char* end) {
     // Most files have longer lines, so that the block need not grow; what is not needed is given back.
     constexpr std::size_t kShortLine = 32;
     ResizeLineStarts(static_cast<std::size_t>(end - begin) / kShortLine + 2);
-    Platform::ExpectRandomReads(m_starts.get(), m_startCapacity * sizeof(std::uint32_t));
+    Platform::ExpectRandomReads(m_scanned.get(), m_scannedRoom * sizeof(std::uint32_t));
     const std::size_t skipped = m_hasByteOrderMark ? kByteOrderMark.size() : 0;
     for (const char* line = begin; line != end;) {
         const auto* lf =
@@ -62,32 +74,36 @@ void IniText::ScanLines(const char* begin, const char* end) {
     }
     CloseSection();
     m_numbered = m_placed = static_cast<std::uint32_t>(m_order.size());
-    m_lineCount = m_untouched = static_cast<std::uint32_t>(m_startCount);
+    m_lineCount = m_untouched = static_cast<std::uint32_t>(m_scannedCount);
     AddLineStart(skipped + static_cast<std::size_t>(end - begin));
-    ResizeLineStarts(m_startCount);
-    if (m_lineCount != 0 && LineEndOf({begin, m_starts[1] - skipped}) == kLf)
+    ResizeLineStarts(m_scannedCount);
+    m_lines.starts = OwnStarts(std::move(m_scanned));
+    if (m_lineCount != 0 && LineEndOf(m_lines.Raw(LineRef{0})) == kLf)
         m_lineEnd = kLf;
     // A tag that was never written costs no memory: the system gives zeroed pages when they are first
     // touched.
-    m_tags.reset(static_cast<std::uint8_t*>(std::calloc(m_startCount, 1)));
+    m_tags.reset(static_cast<std::uint8_t*>(std::calloc(m_scannedCount, 1)));
     if (m_tags == nullptr)
         throw std::bad_alloc();
 }
 
 void IniText::AddLineStart(std::size_t offset) {
-    if (m_startCount == m_startCapacity)
-        ResizeLineStarts(m_startCapacity + m_startCapacity / 2 + 1024);
-    m_starts[m_startCount++] = static_cast<std::uint32_t>(offset);
+    constexpr std::size_t kMost = std::size_t{kFirstInArena} + 1;  // numbers above these mean other lines
+    if (m_scannedCount == kMost)
+        throw std::bad_alloc();
+    if (m_scannedCount == m_scannedRoom)
+        ResizeLineStarts(std::min(m_scannedRoom + m_scannedRoom / 2 + 1024, kMost));
+    m_scanned[m_scannedCount++] = static_cast<std::uint32_t>(offset);
 }
 
 // realloc moves the pages of a large block instead of copying them.
-void IniText::ResizeLineStarts(std::size_t capacity) {
-    void* const block = std::realloc(m_starts.get(), capacity * sizeof(std::uint32_t));
+void IniText::ResizeLineStarts(std::size_t room) {
+    void* const block = std::realloc(m_scanned.get(), room * sizeof(std::uint32_t));
     if (block == nullptr)
         throw std::bad_alloc();
-    static_cast<void>(m_starts.release());  // realloc has taken it
-    m_starts.reset(static_cast<std::uint32_t*>(block));
-    m_startCapacity = capacity;
+    static_cast<void>(m_scanned.release());  // realloc has taken it
+    m_scanned.reset(static_cast<std::uint32_t*>(block));
+    m_scannedRoom = room;
 }
 
 // Begins a section with the next line, when it is a header.
@@ -99,30 +115,30 @@ void IniText::OpenSection(std::string_view raw) {
     }
     CloseSection();
     SectionData section;
-    section.header = {raw.data(), static_cast<std::uint32_t>(raw.size()), 0, 0};
-    section.first = static_cast<std::uint32_t>(m_startCount) + 1;
+    section.header = static_cast<LineRef>(m_scannedCount);
+    section.nameEnd = FoldedEnd(name);
     section.nameSize = static_cast<std::uint32_t>(name.size());
+    section.first = section.header + 1;
     section.position = static_cast<std::uint32_t>(m_order.size());
     m_order.push_back(static_cast<Section>(m_sections.size()));
-    m_firstLine.push_back(static_cast<std::uint32_t>(m_startCount));
+    m_firstLine.push_back(static_cast<std::uint32_t>(m_scannedCount));
     m_sections.push_back(std::move(section));
 }
 
 void IniText::CloseSection() {
     SectionData& section = m_sections.back();
-    section.count = static_cast<std::uint32_t>(m_startCount) - section.first;
+    section.count = static_cast<std::uint32_t>(m_scannedCount) - section.first;
 }
 
 // ---- lines
 
-std::string_view IniText::BaseLine(std::size_t line) const {
-    return {m_base.get() + m_starts[line], m_starts[line + 1] - m_starts[line]};
+std::string_view IniText::Raw(const SectionData& section, std::uint32_t index) const {
+    return m_lines.Raw(section.edited.Exists() ? section.edited.Lines()[index] : section.first + index);
 }
 
-std::string_view IniText::Raw(const SectionData& section, std::uint32_t index) const {
-    if (section.edited.Exists())
-        return section.edited.Lines()[index].Raw();
-    return BaseLine(std::size_t{section.first} + index);
+// Empty when there is none.
+std::string_view IniText::Header(const SectionData& section) const {
+    return section.header == kNoLine ? std::string_view() : m_lines.Raw(section.header);
 }
 
 const std::uint8_t* IniText::Tags(const SectionData& section) const {
@@ -130,7 +146,7 @@ const std::uint8_t* IniText::Tags(const SectionData& section) const {
 }
 
 std::uint32_t IniText::LinesOf(const SectionData& section) const {
-    return section.count + (section.header.size != 0 ? 1 : 0);
+    return section.count + (section.header != kNoLine ? 1 : 0);
 }
 
 // The line end that a new line with this text, or a last line that lacks one, gets. A CR at the end of a text
@@ -140,10 +156,14 @@ std::string_view IniText::LineEndFor(std::string_view text) const {
 }
 
 std::string_view IniText::NameOf(const SectionData& section) const {
-    const char* open = section.header.text;
-    while (*open != '[')
-        ++open;
-    return {open + 1, section.nameSize};
+    const std::string_view header = Header(section);
+    return header.substr(header.find('[') + 1, section.nameSize);
+}
+
+// Most names are short: the section tells without its header being looked at.
+bool IniText::HasName(const SectionData& section, std::string_view name) const {
+    return section.nameSize == name.size() && section.nameEnd == FoldedEnd(name) &&
+           (name.size() <= kWordBytes || MeterText::EqualIgnoringCase(NameOf(section), name));
 }
 
 // ---- finding
@@ -152,32 +172,35 @@ IniText::Section IniText::FindSection(std::string_view name) const {
     return m_names.Find(FoldedHash(name), [&](Section id) {
         const SectionData& section = m_sections[id];
         Prefetch(section);
-        return MeterText::EqualIgnoringCase(NameOf(section), name);
+        return HasName(section, name);
     });
 }
 
 // The first section of the name.
 IniText::Section IniText::FirstOf(std::uint32_t hash, std::string_view name) const {
-    return m_names.Find(
-        hash, [&](Section id) { return MeterText::EqualIgnoringCase(NameOf(m_sections[id]), name); });
+    return m_names.Find(hash, [&](Section id) { return HasName(m_sections[id], name); });
 }
 
 // What the search for a key will touch, all of which may be far from the processor.
 void IniText::Prefetch(const SectionData& section) const {
-    Platform::Prefetch(section.header.text);
+    const bool isInBase = !section.edited.Exists();
     const std::uint8_t* const tags = Tags(section);
     Platform::Prefetch(tags);
     Platform::Prefetch(tags + section.count);
+    const std::uint32_t* const lines =
+        isInBase ? m_lines.starts.get() + section.first : section.edited.Lines();
+    const std::uint32_t count = std::min(section.count, kMostAhead);
+    for (std::uint32_t i = 0; i <= count; i += kLinesAtOnce)
+        Platform::Prefetch(lines + i);
 }
 
 // The text of the lines comes from far away, in the order of the file: it is fetched some lines ahead.
 void IniText::Tag(SectionData& section) {
-    constexpr std::uint32_t kAhead = 6;
     const bool isInBase = !section.edited.Exists();
     std::uint8_t* const tags = isInBase ? m_tags.get() + section.first : section.edited.Tags();
     for (std::uint32_t i = 0; i < section.count; ++i) {
         if (isInBase && i + kAhead < section.count)
-            Platform::Prefetch(m_base.get() + m_starts[section.first + i + kAhead]);
+            Platform::Prefetch(Raw(section, i + kAhead).data());
         tags[i] = LineTag(Raw(section, i));
     }
     section.leading = static_cast<std::uint32_t>(std::find(tags, tags + section.count, kNoEntryTag) - tags);
@@ -193,18 +216,18 @@ std::uint32_t IniText::FindEntry(Section id, std::string_view key, std::string_v
     for (std::uint32_t i = 0; i < section.count; ++i) {
         const void* const found = std::memchr(tags + i, tag, section.count - i);
         if (found == nullptr)
-            return kNoLine;
+            return kNoIndex;
         i = static_cast<std::uint32_t>(static_cast<const std::uint8_t*>(found) - tags);
         if (!IsEntryOf(Raw(section, i), key, value))
             continue;
         *value = WithoutLineEnd(*value);
         return i;
     }
-    return kNoLine;
+    return kNoIndex;
 }
 
 bool IniText::FindValue(Section id, std::string_view key, std::string_view* value) {
-    return FindEntry(id, key, value) != kNoLine;
+    return FindEntry(id, key, value) != kNoIndex;
 }
 
 bool IniText::EntryAt(Section id, std::uint32_t index, std::string_view* key, std::string_view* value) {
@@ -283,7 +306,7 @@ IniText::Place IniText::Locate(std::uint32_t line) {
         position = PositionNear(line);
     m_lastPosition = position;
     const std::uint32_t index = line - m_firstLine[position];
-    if (m_sections[m_order[position]].header.size == 0)
+    if (m_sections[m_order[position]].header == kNoLine)
         return {position, index};
     return {position, index == 0 ? kHeaderLine : index - 1};
 }
@@ -292,12 +315,13 @@ bool IniText::LineAt(std::uint32_t line, std::string_view* text) {
     if (line >= m_lineCount)
         return false;
     if (line < m_untouched) {
-        *text = WithoutLineEnd(BaseLine(line));
+        *text = WithoutLineEnd(m_lines.Raw(LineRun{line, 1}));
         return true;
     }
     const Place place = Locate(line);
     const SectionData& section = m_sections[m_order[place.position]];
-    *text = WithoutLineEnd(place.index == kHeaderLine ? section.header.Raw() : Raw(section, place.index));
+    *text =
+        WithoutLineEnd(place.index == kHeaderLine ? m_lines.Raw(section.header) : Raw(section, place.index));
     return true;
 }
 
@@ -309,9 +333,9 @@ std::uint32_t IniText::FindBracketLine(std::uint32_t line) {
     for (; place.position < m_order.size(); place = {place.position + 1, kHeaderLine}) {
         const SectionData& section = m_sections[m_order[place.position]];
         m_lastPosition = place.position;
-        const std::uint32_t behindHeader = first + (section.header.size != 0 ? 1 : 0);
+        const std::uint32_t behindHeader = first + (section.header != kNoLine ? 1 : 0);
         first = behindHeader + section.count;
-        if (place.index == kHeaderLine && section.header.size != 0 && section.header.text[0] == '[')
+        if (place.index == kHeaderLine && Header(section).substr(0, 1) == "[")
             return behindHeader - 1;
         if (!section.hasBracketLines)
             continue;
@@ -388,73 +412,77 @@ void IniText::Unlink(Section id) {
 
 // ---- saving
 
-bool IniText::IsInBase(std::string_view piece) const {
-    const std::less<const char*> before;
-    const char* const base = m_base.get();
-    return base != nullptr && !before(piece.data(), base) &&
-           before(piece.data(), base + m_starts[m_startCount - 1]);
-}
-
-// Lines that follow each other in the base are one piece.
-bool IniText::ForEach(const std::function<bool(std::string_view)>& take) const {
-    std::string_view run;  // of the base, not handed out yet
-    const auto end = [&] { return run.empty() || take(run); };
-    const auto add = [&](std::string_view piece) {
-        if (piece.empty())
-            return true;
-        if (piece.data() == run.data() + run.size()) {
-            run = {run.data(), run.size() + piece.size()};
-            return true;
-        }
-        if (!end())
-            return false;
-        run = IsInBase(piece) ? piece : std::string_view();
-        return !run.empty() || take(piece);
+// Lines that follow each other in the base are one run, also from section to section.
+template <typename Take>
+bool IniText::ForEachRun(Take take) const {
+    LineRun run;
+    const auto add = [&](LineRef first, std::uint32_t count) {
+        const bool goesOn = first < kFirstInArena && first == run.first + run.count;
+        const LineRun ended = run;
+        run = goesOn ? LineRun{run.first, run.count + count} : LineRun{first, count};
+        return goesOn || ended.count == 0 || take(ended);
     };
-    if (m_hasByteOrderMark && !take(kByteOrderMark))
-        return false;
-    for (const Section id : m_order) {
-        const SectionData& section = m_sections[id];
-        if (!add(section.header.Raw()))
+    for (std::size_t position = 0; position < m_order.size(); ++position) {
+        constexpr std::size_t kSectionsAhead = 2;
+        if (position + kSectionsAhead < m_order.size())
+            Prefetch(m_sections[m_order[position + kSectionsAhead]]);
+        const SectionData& section = m_sections[m_order[position]];
+        if (section.header != kNoLine && !add(section.header, 1))
             return false;
-        if (section.edited.Exists()) {
-            for (const Line& line : section.edited)
-                if (!add(line.Raw()))
-                    return false;
-        } else if (section.count != 0) {
-            const std::uint32_t start = m_starts[section.first];
-            if (!add({m_base.get() + start, m_starts[section.first + section.count] - start}))
+        if (!section.edited.Exists() && section.count != 0 && !add(section.first, section.count))
+            return false;
+        for (const LineRef line : section.edited)
+            if (!add(line, 1))
                 return false;
-        }
     }
-    return end();
+    return run.count == 0 || take(run);
 }
 
-// So many pieces there may be.
-std::size_t IniText::MostPieces() const {
+// So many runs there may be.
+std::size_t IniText::MostRuns() const {
     std::size_t most = 1;
     for (const Section id : m_order)
         most += m_sections[id].edited.Exists() ? m_sections[id].count + std::size_t{2} : 1;
     return most;
 }
 
+// Needs no memory: who has none left can still save.
+bool IniText::ForEach(const std::function<bool(std::string_view)>& take) const {
+    if (m_hasByteOrderMark && !take(kByteOrderMark))
+        return false;
+    std::array<LineRun, 256> runs;
+    std::size_t count = 0;
+    const auto handOut = [&] {
+        return m_lines.ForEach(runs.data(), std::exchange(count, 0), std::cref(take));
+    };
+    const auto gather = [&](LineRun run) {
+        if (count == runs.size() && !handOut())
+            return false;
+        runs[count++] = run;
+        return true;
+    };
+    return ForEachRun(gather) && handOut();
+}
+
 TextSnapshot IniText::Snapshot() {
     TextSnapshot snapshot;
-    snapshot.pieces.reserve(MostPieces());
-    ForEach([&](std::string_view piece) {
-        snapshot.pieces.push_back(piece);
+    snapshot.hasByteOrderMark = m_hasByteOrderMark;
+    snapshot.runs.reserve(MostRuns());
+    ForEachRun([&](LineRun run) {
+        snapshot.runs.push_back(run);
         return true;
     });
-    snapshot.base = m_base;
-    snapshot.changed = m_arena.Blocks();
-    if (!m_arena.MayFreeze())
+    snapshot.lines = m_lines;
+    if (!m_lines.arena.MayFreeze())
         ForbidWriting();
-    m_arena.Freeze();
+    m_lines.arena.Freeze();
     return snapshot;
 }
 
 bool TextSnapshot::ForEach(const std::function<bool(std::string_view)>& take) const {
-    return std::all_of(pieces.begin(), pieces.end(), std::cref(take));
+    if (hasByteOrderMark && !take(kByteOrderMark))
+        return false;
+    return lines.ForEach(runs.data(), runs.size(), std::cref(take));
 }
 
 }  // namespace MeterUtil

@@ -24,8 +24,8 @@
 #include <vector>
 
 #include "MeterUtil/IniLine.h"
-#include "MeterUtil/LineArena.h"
 #include "MeterUtil/LineList.h"
+#include "MeterUtil/LineSource.h"
 #include "MeterUtil/NameTable.h"
 #include "Platform/Platform.h"
 
@@ -33,9 +33,9 @@ namespace MeterUtil {
 
 // A text to be saved that stays as it is while the text that it was taken from is edited.
 struct TextSnapshot final : Platform::TextPieces {
-    std::vector<std::string_view> pieces;
-    std::shared_ptr<const char> base;  // what the pieces refer to
-    std::vector<LineArena::Block> changed;
+    bool hasByteOrderMark = false;
+    std::vector<LineRun> runs;
+    LineSource lines;  // which the runs refer to
 
     bool ForEach(const std::function<bool(std::string_view)>& take) const override;
 };
@@ -85,11 +85,12 @@ public:
 private:
     // One line of the processor's cache.
     struct alignas(64) SectionData {
-        Line header;      // of size 0 for the lines before the first header
-        LineList edited;  // when there is none: lines [first, first + count) of the base
-        std::uint32_t first = 0;
-        std::uint32_t count = 0;  // lines behind the header
+        std::uint64_t nameEnd = 0;  // of the name, folded: all of it when it is short
         std::uint32_t nameSize = 0;
+        LineRef header = kNoLine;  // none for the lines before the first header
+        LineList edited;           // when there is none: lines [first, first + count) of the base
+        std::uint32_t first = 0;
+        std::uint32_t count = 0;              // lines behind the header
         std::uint32_t nextSame = kNoSection;  // of the same name, in the order of the file
         std::uint32_t prevSame = kNoSection;  // of the first: the last one
         std::uint32_t position = 0;           // in m_order; valid below m_placed
@@ -120,17 +121,27 @@ private:
         std::uint32_t index;     // of the line behind its header; kHeaderLine for the header
     };
     static constexpr std::uint32_t kHeaderLine = UINT32_MAX;
-    static constexpr std::uint32_t kNoLine = UINT32_MAX;
+    static constexpr std::uint32_t kNoIndex = UINT32_MAX;
+
+    struct Free {
+        void operator()(void* block) const noexcept { std::free(block); }
+    };
 
     // lines
-    std::string_view BaseLine(std::size_t line) const;
     std::string_view Raw(const SectionData& section, std::uint32_t index) const;
+    std::string_view Header(const SectionData& section) const;
     const std::uint8_t* Tags(const SectionData& section) const;
     std::uint32_t LinesOf(const SectionData& section) const;
     std::string_view LineEndFor(std::string_view text) const;
     std::string_view NameOf(const SectionData& section) const;
-    bool IsInBase(std::string_view piece) const;
-    std::size_t MostPieces() const;
+    bool HasName(const SectionData& section, std::string_view name) const;
+    void SetHeader(SectionData& section, LineRef header) noexcept;
+    std::size_t SizeOf(const LineList& lines) const;
+    bool BeginsWithBracket(LineRef line) const;
+    bool HasBracketLine(const LineList& lines) const;
+    template <typename Take>
+    bool ForEachRun(Take take) const;
+    std::size_t MostRuns() const;
 
     // finding
     void Tag(SectionData& section);
@@ -149,24 +160,26 @@ private:
 
     // loading
     static std::shared_ptr<const char> OwnBlock(Platform::FileBytes bytes);
+    static std::shared_ptr<const std::uint32_t> OwnStarts(std::unique_ptr<std::uint32_t[], Free> starts);
     void ScanLines(const char* begin, const char* end);
     void OpenSection(std::string_view raw);
     void CloseSection();
     void AddLineStart(std::size_t offset);
-    void ResizeLineStarts(std::size_t capacity);
+    void ResizeLineStarts(std::size_t room);
 
     // editing: what is prepared may throw, what is committed may not
     LineList& Edit(SectionData& section);
     void Touch(const SectionData& section) noexcept;
-    Line NewLine(std::initializer_list<std::string_view> parts);
-    void ReplaceTail(Line& line, std::size_t kept, std::string_view text, std::string_view lineEnd);
+    LineRef NewLine(std::initializer_list<std::string_view> parts);
+    bool MayWriteOver(LineRef line, std::size_t size) const;
+    void ReplaceTail(LineRef& line, std::size_t kept, std::string_view text, std::string_view lineEnd);
     void ReplaceLine(SectionData& section, std::uint32_t index, std::string_view text);
     void AddEntry(Section id, std::string_view key, std::string_view value);
     void EndLastLine();
     bool IsLast(Section id) const;
     LineList LinesFrom(std::string_view raw);
     void ReserveSection();
-    Section NewSection(const Line& header, LineList lines, std::uint32_t position) noexcept;
+    Section NewSection(LineRef header, LineList lines, std::uint32_t position) noexcept;
     void RemoveSection(Section id);
     void RenameHeader(Section id, std::string_view text);
     void SplitSection(Section id, std::uint32_t index, std::string_view headerText);
@@ -182,12 +195,11 @@ private:
     void Tidy() noexcept;
     void Rebase(std::size_t textBytes);
 
-    std::shared_ptr<const char> m_base;
-    std::unique_ptr<std::uint32_t[], LineStartsFree> m_starts;  // of the base's lines, and its end
-    std::size_t m_startCount = 0;
-    std::size_t m_startCapacity = 0;
-    std::unique_ptr<std::uint8_t[], LineStartsFree> m_tags;  // of the base's lines
-    LineArena m_arena;
+    LineSource m_lines;
+    std::unique_ptr<std::uint8_t[], Free> m_tags;      // of the base's lines
+    std::unique_ptr<std::uint32_t[], Free> m_scanned;  // places of the lines while the text is loaded
+    std::size_t m_scannedCount = 0;
+    std::size_t m_scannedRoom = 0;
 
     std::vector<SectionData> m_sections;  // by Section
     std::vector<Section> m_unused;        // of m_sections

@@ -18,26 +18,26 @@ void Reserve(std::vector<Element>& elements, std::size_t more = 1) {
         elements.reserve(elements.size() + std::max({more, elements.size() / 2, kFew}));
 }
 
-std::size_t SizeOf(const LineList& lines) {
-    std::size_t bytes = 0;
-    for (const Line& line : lines)
-        bytes += line.size;
-    return bytes;
-}
-
-bool BeginsWithBracket(const Line& line) {
-    return line.size != 0 && line.text[0] == '[';
-}
-
-bool HasBracketLine(const LineList& lines) {
-    return std::any_of(lines.begin(), lines.end(), BeginsWithBracket);
-}
-
 constexpr std::uint32_t kLinesOfARecord = 64;  // room that a new section begins with: most fit
 
 }  // namespace
 
 // ---- lines
+
+std::size_t IniText::SizeOf(const LineList& lines) const {
+    std::size_t bytes = 0;
+    for (const LineRef line : lines)
+        bytes += m_lines.Raw(line).size();
+    return bytes;
+}
+
+bool IniText::BeginsWithBracket(LineRef line) const {
+    return m_lines.Raw(line).substr(0, 1) == "[";
+}
+
+bool IniText::HasBracketLine(const LineList& lines) const {
+    return std::any_of(lines.begin(), lines.end(), [&](LineRef line) { return BeginsWithBracket(line); });
+}
 
 // Gives a section lines of its own, which may be changed.
 LineList& IniText::Edit(SectionData& section) {
@@ -45,10 +45,8 @@ LineList& IniText::Edit(SectionData& section) {
         return section.edited;
     LineList edited;
     edited.Reserve(section.count + 1);
-    for (std::uint32_t i = 0; i < section.count; ++i) {
-        const std::string_view raw = Raw(section, i);
-        edited.Append({raw.data(), static_cast<std::uint32_t>(raw.size()), 0, 0});
-    }
+    for (std::uint32_t i = 0; i < section.count; ++i)
+        edited.Append(section.first + i);
     if (section.tagged)
         std::copy(Tags(section), Tags(section) + section.count, edited.Tags());
     section.edited = std::move(edited);
@@ -63,27 +61,31 @@ void IniText::Touch(const SectionData& section) noexcept {
         m_untouched = std::min(m_untouched, m_firstLine[section.position]);
 }
 
-Line IniText::NewLine(std::initializer_list<std::string_view> parts) {
+LineRef IniText::NewLine(std::initializer_list<std::string_view> parts) {
     std::size_t size = 0;
     for (const std::string_view part : parts)
         size += part.size();
-    const Line line = m_arena.Allocate(size);
-    char* next = LineArena::Writable(line);
+    const LineRef line = m_lines.arena.Allocate(size);
+    char* next = m_lines.arena.Writable(line);
     for (const std::string_view part : parts)
         next = std::copy(part.begin(), part.end(), next);
     return line;
 }
 
+bool IniText::MayWriteOver(LineRef line, std::size_t size) const {
+    return line >= kFirstInArena && m_lines.arena.Takes(line, size);
+}
+
 // Puts a text and a line end behind the first `kept` bytes of a line.
-void IniText::ReplaceTail(Line& line, std::size_t kept, std::string_view text, std::string_view lineEnd) {
+void IniText::ReplaceTail(LineRef& line, std::size_t kept, std::string_view text, std::string_view lineEnd) {
     const std::size_t size = kept + text.size() + lineEnd.size();
-    if (!m_arena.Takes(line, size)) {
-        line = NewLine({line.Raw().substr(0, kept), text, lineEnd});
+    if (!MayWriteOver(line, size)) {
+        line = NewLine({m_lines.Raw(line).substr(0, kept), text, lineEnd});
         return;
     }
-    char* const tail = LineArena::Writable(line) + kept;
+    char* const tail = m_lines.arena.Writable(line) + kept;
     std::copy(lineEnd.begin(), lineEnd.end(), std::copy(text.begin(), text.end(), tail));
-    LineArena::Resize(&line, size);
+    m_lines.arena.Resize(line, size);
 }
 
 bool IniText::IsLast(Section id) const {
@@ -93,10 +95,10 @@ bool IniText::IsLast(Section id) const {
 // Gives the last line of the file a line end, when it lacks one.
 void IniText::EndLastLine() {
     SectionData& last = m_sections[m_order.back()];
-    const std::string_view raw = last.count != 0 ? Raw(last, last.count - 1) : last.header.Raw();
+    const std::string_view raw = last.count != 0 ? Raw(last, last.count - 1) : Header(last);
     if (raw.empty() || raw.back() == '\n')
         return;
-    Line& line = last.count != 0 ? Edit(last).Last() : last.header;
+    LineRef& line = last.count != 0 ? Edit(last).Last() : last.header;
     ReplaceTail(line, raw.size(), {}, LineEndFor(raw));
     Touch(last);
 }
@@ -114,10 +116,10 @@ void IniText::LinesChangedFrom(std::uint32_t position) {
 }
 
 std::size_t IniText::BytesOf(const SectionData& section) const {
+    const std::size_t header = Header(section).size();
     if (section.edited.Exists())
-        return section.header.size + SizeOf(section.edited);
-    return section.header.size + std::size_t{m_starts[section.first + section.count]} -
-           m_starts[section.first];
+        return header + SizeOf(section.edited);
+    return header + m_lines.Raw(LineRun{section.first, section.count}).size();
 }
 
 // ---- entries
@@ -125,11 +127,12 @@ std::size_t IniText::BytesOf(const SectionData& section) const {
 void IniText::SetValue(Section id, std::string_view key, std::string_view value) {
     std::string_view old;
     const std::uint32_t index = FindEntry(id, key, &old);
-    if (index == kNoLine) {
+    if (index == kNoIndex) {
         AddEntry(id, key, value);
     } else {
-        Line& line = Edit(m_sections[id]).Lines()[index];
-        ReplaceTail(line, static_cast<std::size_t>(old.data() - line.text), value, LineEndOf(line.Raw()));
+        LineRef& line = Edit(m_sections[id]).Lines()[index];
+        const std::string_view raw = m_lines.Raw(line);
+        ReplaceTail(line, static_cast<std::size_t>(old.data() - raw.data()), value, LineEndOf(raw));
     }
     Tidy();
 }
@@ -142,7 +145,7 @@ void IniText::AddEntry(Section id, std::string_view key, std::string_view value)
         --index;
     LineList& edited = Edit(section);
     edited.Reserve(1);
-    const Line line = NewLine({key, "=", value, m_lineEnd});
+    const LineRef line = NewLine({key, "=", value, m_lineEnd});
     if (index == section.count && IsLast(id))
         EndLastLine();
 
@@ -157,7 +160,7 @@ void IniText::AddEntry(Section id, std::string_view key, std::string_view value)
 bool IniText::DeleteKey(Section id, std::string_view key) {
     std::string_view value;
     const std::uint32_t index = FindEntry(id, key, &value);
-    if (index == kNoLine)
+    if (index == kNoIndex)
         return false;
     SectionData& section = m_sections[id];
     Edit(section).Erase(index);
@@ -189,8 +192,8 @@ void IniText::SetLine(std::uint32_t line, std::string_view text) {
 }
 
 void IniText::ReplaceLine(SectionData& section, std::uint32_t index, std::string_view text) {
-    Line& line = Edit(section).Lines()[index];
-    const std::string_view lineEnd = LineEndOf(line.Raw());
+    LineRef& line = Edit(section).Lines()[index];
+    const std::string_view lineEnd = LineEndOf(m_lines.Raw(line));
     // An empty line always has a line end: without one it would not be there.
     ReplaceTail(line, 0, text, text.empty() && lineEnd.empty() ? m_lineEnd : lineEnd);
     section.hasBracketLines |= BeginsWithBracket(line);
@@ -200,21 +203,15 @@ void IniText::ReplaceLine(SectionData& section, std::uint32_t index, std::string
 
 void IniText::RenameHeader(Section id, std::string_view text) {
     SectionData& section = m_sections[id];
-    std::string_view name;
-    IsHeader(text, &name);
-    const std::string_view lineEnd = LineEndOf(section.header.Raw());
+    const std::string_view lineEnd = LineEndOf(Header(section));
     const std::size_t size = text.size() + lineEnd.size();
-    Line header = section.header;
-    if (m_arena.Takes(header, size))
-        LineArena::Resize(&header, size);
-    else
-        header = m_arena.Allocate(size);
+    LineRef header = section.header;
+    if (!MayWriteOver(header, size))
+        header = m_lines.arena.Allocate(size);
 
     Unlink(id);
-    char* const end = std::copy(text.begin(), text.end(), LineArena::Writable(header));
-    std::copy(lineEnd.begin(), lineEnd.end(), end);
-    section.header = header;
-    section.nameSize = static_cast<std::uint32_t>(name.size());
+    ReplaceTail(header, 0, text, lineEnd);
+    SetHeader(section, header);
     Touch(section);
     Link(id);
 }
@@ -224,9 +221,9 @@ void IniText::SplitSection(Section id, std::uint32_t index, std::string_view hea
     const LineList& lines = Edit(m_sections[id]);
     LineList behind;
     behind.Reserve(lines.Size() - index - 1);
-    for (const Line* line = lines.begin() + index + 1; line != lines.end(); ++line)
+    for (const LineRef* line = lines.begin() + index + 1; line != lines.end(); ++line)
         behind.Append(*line);
-    const Line header = NewLine({headerText, LineEndOf(lines.Lines()[index].Raw())});
+    const LineRef header = NewLine({headerText, LineEndOf(m_lines.Raw(lines.Lines()[index]))});
     ReserveSection();
     NewSection(header, std::move(behind), PositionOf(id) + 1);
 
@@ -240,14 +237,14 @@ void IniText::SplitSection(Section id, std::uint32_t index, std::string_view hea
 
 // A header becomes an ordinary line: it and the lines behind it go on with the section before.
 void IniText::JoinToPrevious(Section id, std::string_view text) {
-    const std::string_view lineEnd = LineEndOf(m_sections[id].header.Raw());
-    const Line joint = NewLine({text, text.empty() && lineEnd.empty() ? m_lineEnd : lineEnd});
+    const std::string_view lineEnd = LineEndOf(Header(m_sections[id]));
+    const LineRef joint = NewLine({text, text.empty() && lineEnd.empty() ? m_lineEnd : lineEnd});
     LineList moved;
     {
         const LineList& lines = Edit(m_sections[id]);
         moved.Reserve(lines.Size() + 1);
         moved.Append(joint);
-        for (const Line& line : lines)
+        for (const LineRef line : lines)
             moved.Append(line);
     }
     std::uint32_t position = PositionOf(id) - 1;
@@ -257,7 +254,7 @@ void IniText::JoinToPrevious(Section id, std::string_view text) {
     Edit(previous).Reserve(moved.Size());
     RemoveSection(id);
 
-    for (const Line& line : moved)
+    for (const LineRef line : moved)
         previous.edited.Append(line);
     previous.count = previous.edited.Size();
     previous.tagged = false;
@@ -268,7 +265,7 @@ void IniText::JoinToPrevious(Section id, std::string_view text) {
 
 void IniText::AppendLine(std::string_view text) {
     std::string_view name;
-    const Line line = NewLine({text, m_lineEnd});
+    const LineRef line = NewLine({text, m_lineEnd});
     if (IsHeader(text, &name)) {
         LineList lines;
         lines.Reserve(kLinesOfARecord);
@@ -300,10 +297,18 @@ void IniText::AddSection(std::string_view name, std::string_view key, std::strin
     LineList lines;
     lines.Reserve(kLinesOfARecord);
     lines.Append(NewLine({key, "=", value, m_lineEnd}));
-    const Line header = NewLine({"[", name, "]", m_lineEnd});
+    const LineRef header = NewLine({"[", name, "]", m_lineEnd});
     ReserveSection();
     EndLastLine();
     NewSection(header, std::move(lines), static_cast<std::uint32_t>(m_order.size()));
+}
+
+void IniText::SetHeader(SectionData& section, LineRef header) noexcept {
+    std::string_view name;
+    IsHeader(m_lines.Raw(header), &name);
+    section.header = header;
+    section.nameEnd = FoldedEnd(name);
+    section.nameSize = static_cast<std::uint32_t>(name.size());
 }
 
 // Makes room for one section more.
@@ -316,7 +321,7 @@ void IniText::ReserveSection() {
 }
 
 // Puts a section with its lines into the order of the file; ReserveSection has been called.
-IniText::Section IniText::NewSection(const Line& header, LineList lines, std::uint32_t position) noexcept {
+IniText::Section IniText::NewSection(LineRef header, LineList lines, std::uint32_t position) noexcept {
     if (m_unused.empty()) {
         m_unused.push_back(static_cast<Section>(m_sections.size()));
         m_sections.emplace_back();
@@ -324,10 +329,7 @@ IniText::Section IniText::NewSection(const Line& header, LineList lines, std::ui
     const Section id = m_unused.back();
     m_unused.pop_back();
     SectionData& section = m_sections[id];
-    std::string_view name;
-    IsHeader(header.Raw(), &name);
-    section.header = header;
-    section.nameSize = static_cast<std::uint32_t>(name.size());
+    SetHeader(section, header);
     section.count = lines.Size();
     section.hasBracketLines = HasBracketLine(lines);
     section.edited = std::move(lines);
@@ -352,7 +354,7 @@ void IniText::RemoveSection(Section id) {
     const auto copy = m_copies.find(id);
     const bool isOnlyOne = m_sections[id].nextSame == kNoSection && m_sections[id].prevSame == id;
     if (copy != m_copies.end() && isOnlyOne) {
-        copy->second.header = m_sections[id].header.Raw();
+        copy->second.header = Header(m_sections[id]);
         m_copiesOfDeleted.insert_or_assign(std::string(NameOf(m_sections[id])), copy->second);
     }
 
@@ -380,7 +382,7 @@ void IniText::RemoveSection(Section id) {
 
 // True at a position whose section was removed. The last position is none.
 bool IniText::IsGap(std::uint32_t position) const {
-    return position != 0 && m_sections[m_order[position]].header.size == 0;
+    return position != 0 && m_sections[m_order[position]].header == kNoLine;
 }
 
 // Takes the gaps out of the order. The sections that they were may be used again.
@@ -426,7 +428,7 @@ bool IniText::RestoreCopy(std::string_view name) {
     // The restored section owns the copy again; its place in the map is made before anything changes.
     std::map<Section, Copy> copies;
     copies.emplace(kNoSection, deleted->second);
-    const Line header = NewLine({deleted->second.header});  // ends, when there were lines behind it
+    const LineRef header = NewLine({deleted->second.header});  // ends, when there were lines behind it
     LineList lines = LinesFrom(deleted->second.lines);
     ReserveSection();
     EndLastLine();
@@ -455,8 +457,8 @@ LineList IniText::LinesFrom(std::string_view raw) {
 void IniText::ReplaceLines(Section id, std::string_view raw) {
     LineList lines = LinesFrom(raw);
     SectionData& section = m_sections[id];
-    if (lines.Size() != 0 && !IsLast(id) && LineEndOf(lines.Last().Raw()).empty()) {
-        const std::string_view text = lines.Last().Raw();
+    if (lines.Size() != 0 && !IsLast(id) && LineEndOf(m_lines.Raw(lines.Last())).empty()) {
+        const std::string_view text = m_lines.Raw(lines.Last());
         lines.Last() = NewLine({text, LineEndFor(text)});
     }
 
@@ -476,11 +478,11 @@ void IniText::ReplaceLines(Section id, std::string_view raw) {
 // moves into a new base; without memory for that it stays where it is.
 void IniText::Tidy() noexcept {
     constexpr std::size_t kSmall = std::size_t{1024} * 1024;
-    if (m_arena.UsedBytes() < std::max(m_tidyAt, kSmall))
+    if (m_lines.arena.UsedBytes() < std::max(m_tidyAt, kSmall))
         return;
     const std::size_t textBytes = TextBytes();
     m_tidyAt = kSmall + 2 * textBytes;
-    if (m_arena.UsedBytes() < m_tidyAt || textBytes > kMostBytes)
+    if (m_lines.arena.UsedBytes() < m_tidyAt || textBytes > kMostBytes)
         return;
     try {
         Rebase(textBytes);
@@ -501,26 +503,28 @@ void IniText::Rebase(std::size_t textBytes) {
     const std::size_t startCount = std::size_t{m_lineCount} + 1;
     Platform::FileBytes bytes;
     bytes.data.reset(static_cast<char*>(std::malloc(textBytes + 1)));
-    std::unique_ptr<std::uint32_t[], LineStartsFree> starts(
+    std::unique_ptr<std::uint32_t[], Free> starts(
         static_cast<std::uint32_t*>(std::malloc(startCount * sizeof(std::uint32_t))));
-    std::unique_ptr<std::uint8_t[], LineStartsFree> tags(
-        static_cast<std::uint8_t*>(std::calloc(startCount, 1)));
+    std::unique_ptr<std::uint8_t[], Free> tags(static_cast<std::uint8_t*>(std::calloc(startCount, 1)));
     if (bytes.data == nullptr || starts == nullptr || tags == nullptr)
         throw std::bad_alloc();
     char* const base = bytes.data.get();
+    std::uint32_t* const places = starts.get();
     std::shared_ptr<const char> owner = OwnBlock(std::move(bytes));
+    std::shared_ptr<const std::uint32_t> ownedStarts = OwnStarts(std::move(starts));
 
     char* next = base;
     std::uint32_t line = 0;
     const auto move = [&](std::string_view raw) {
-        starts[line++] = static_cast<std::uint32_t>(next - base);
+        places[line++] = static_cast<std::uint32_t>(next - base);
         next = std::copy(raw.begin(), raw.end(), next);
-        return next - raw.size();
     };
     for (const Section id : m_order) {
         SectionData& section = m_sections[id];
-        if (section.header.size != 0)
-            section.header = {move(section.header.Raw()), section.header.size, 0, 0};
+        if (section.header != kNoLine) {
+            move(Header(section));
+            section.header = line - 1;
+        }
         const std::uint32_t first = line;
         for (std::uint32_t i = 0; i < section.count; ++i)
             move(Raw(section, i));
@@ -528,22 +532,24 @@ void IniText::Rebase(std::size_t textBytes) {
         section.first = first;
         section.tagged = false;
     }
-    starts[line] = static_cast<std::uint32_t>(next - base);
-    m_base = std::move(owner);
-    m_starts = std::move(starts);
-    m_startCount = m_startCapacity = startCount;
+    places[line] = static_cast<std::uint32_t>(next - base);
+    m_lines.base = std::move(owner);
+    m_lines.starts = std::move(ownedStarts);
+    m_lines.arena = LineArena();
     m_tags = std::move(tags);
-    m_arena = LineArena();
 }
 
 // No line that stands in the text now is written over.
 void IniText::ForbidWriting() noexcept {
+    const auto forbid = [&](LineRef line) {
+        if (line >= kFirstInArena && line != kNoLine)
+            m_lines.arena.ForbidWriting(line);
+    };
     for (SectionData& section : m_sections) {
-        section.header.epoch = 0;
-        for (std::uint32_t i = 0; i < section.edited.Size(); ++i)
-            section.edited.Lines()[i].epoch = 0;
+        forbid(section.header);
+        std::for_each(section.edited.begin(), section.edited.end(), forbid);
     }
-    m_arena.RestartEpochs();
+    m_lines.arena.RestartEpochs();
 }
 
 }  // namespace MeterUtil

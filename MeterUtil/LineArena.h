@@ -4,89 +4,127 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
+#include <cstring>
 #include <memory>
+#include <new>
 #include <string_view>
 #include <vector>
 
 namespace MeterUtil {
 
-// One line with its line end. A line that lies in an arena may be written over, and grow a little, until the
-// arena is frozen.
-struct Line {
-    const char* text = nullptr;
-    std::uint32_t size = 0;   // bytes, line end included
-    std::uint16_t slack = 0;  // so many bytes more there is room for
-    std::uint16_t epoch = 0;  // of the arena when the line was made; 0: never to be written over
+// Names a line of a text: by its number in the base, or, above these, by its place in the arena. Four bytes,
+// so that what is known of the lines of an edited section lies close together.
+using LineRef = std::uint32_t;
+constexpr LineRef kNoLine = UINT32_MAX;
+constexpr LineRef kFirstInArena = 0x80000000U;
 
-    std::string_view Raw() const { return {text, size}; }
-};
-
-struct LineStartsFree {
-    void operator()(void* block) const noexcept { std::free(block); }
-};
-
-// Gives out room for lines, all of which is released together.
+// Gives out room for lines, all of which is released together. A line may be written over, and grow a little,
+// until the arena is frozen. A copy shares the lines that were given out.
 class LineArena {
 public:
     using Block = std::shared_ptr<char[]>;
 
-    // Room for `size` bytes and a little more, so that a value may grow. Throws std::bad_alloc.
-    Line Allocate(std::size_t size) {
-        const std::size_t room = (size + kGranule) / kGranule * kGranule;
+    // Room for a line of `size` bytes, line end included, and a little more, so that a value may grow. Throws
+    // std::bad_alloc.
+    LineRef Allocate(std::size_t size) {
+        const std::size_t room = (sizeof(Head) + size + kGranule) / kGranule * kGranule;
         if (room > m_left)
             AddBlock(room);
-        Line line;
-        line.text = m_next;
-        line.size = static_cast<std::uint32_t>(size);
-        line.slack = static_cast<std::uint16_t>(room - size);
-        line.epoch = m_epoch;
-        m_next += room;
+        const auto line = static_cast<LineRef>(kFirstInArena + (m_reached - m_left) / kGranule);
         m_left -= room;
         m_used += room;
+        const Head head{static_cast<std::uint32_t>(size),
+                        static_cast<std::uint16_t>(room - sizeof(Head) - size), m_epoch};
+        std::memcpy(Place(line), &head, sizeof head);
         return line;
     }
 
-    // True when the line may be written over with so many bytes.
-    bool Takes(const Line& line, std::size_t size) const {
-        return line.epoch == m_epoch && size <= std::size_t{line.size} + line.slack;
+    // The line with its line end.
+    std::string_view Raw(LineRef line) const {
+        const char* const place = Place(line);
+        std::uint32_t size = 0;
+        std::memcpy(&size, place + offsetof(Head, size), sizeof size);
+        return {place + sizeof(Head), size};
     }
 
-    // The bytes of a line that may be written over.
-    static char* Writable(const Line& line) { return const_cast<char*>(line.text); }
+    // Where the line and what is known of it lie.
+    const void* Address(LineRef line) const { return Place(line); }
+
+    // True when the line may be written over with so many bytes.
+    bool Takes(LineRef line, std::size_t size) const {
+        const Head head = HeadOf(line);
+        return head.epoch == m_epoch && size <= std::size_t{head.size} + head.slack;
+    }
+
+    // The bytes of a line that was just given out, or that takes what is written.
+    char* Writable(LineRef line) { return Place(line) + sizeof(Head); }
 
     // Sets the size of a line that takes it.
-    static void Resize(Line* line, std::size_t size) {
-        const std::size_t slack = std::size_t{line->size} + line->slack - size;
-        line->slack = static_cast<std::uint16_t>(std::min<std::size_t>(slack, UINT16_MAX));
-        line->size = static_cast<std::uint32_t>(size);
+    void Resize(LineRef line, std::size_t size) {
+        Head head = HeadOf(line);
+        const std::size_t slack = std::size_t{head.size} + head.slack - size;
+        head.slack = static_cast<std::uint16_t>(std::min<std::size_t>(slack, UINT16_MAX));
+        head.size = static_cast<std::uint32_t>(size);
+        std::memcpy(Place(line), &head, sizeof head);
     }
 
     // From now on no line that was given out is written over: someone else reads the blocks.
     void Freeze() noexcept { ++m_epoch; }
     bool MayFreeze() const { return m_epoch != UINT16_MAX; }  // else no epoch is left
 
-    // Begins with the first epoch again: no line of an earlier one may be left.
+    // Begins with the first epoch again: each line of an earlier one that is still in use has been forbidden.
     void RestartEpochs() noexcept { m_epoch = 1; }
+    void ForbidWriting(LineRef line) noexcept {
+        Head head = HeadOf(line);
+        head.epoch = 0;
+        std::memcpy(Place(line), &head, sizeof head);
+    }
 
     const std::vector<Block>& Blocks() const { return m_blocks; }
     std::size_t UsedBytes() const { return m_used; }
 
 private:
-    static constexpr std::size_t kGranule = 16;
+    // What stands in front of the text of a line.
+    struct Head {
+        std::uint32_t size;   // bytes, line end included
+        std::uint16_t slack;  // so many bytes more there is room for
+        std::uint16_t epoch;  // of the arena when the line was made; 0: never to be written over
+    };
+
+    static constexpr std::size_t kGranule = 16;  // lines begin at multiples of it
     static constexpr std::size_t kBlock = std::size_t{64} * 1024;
+    static constexpr std::uint64_t kMostBytes = std::uint64_t{kNoLine - kFirstInArena} * kGranule;
+
+    // Blocks are numbered through; a block for one long line counts as several.
+    char* Place(LineRef line) const {
+        constexpr std::uint32_t kLinesOfABlock = kBlock / kGranule;
+        const std::uint32_t granule = line - kFirstInArena;
+        return m_places[granule / kLinesOfABlock] + granule % kLinesOfABlock * kGranule;
+    }
+
+    Head HeadOf(LineRef line) const {
+        Head head{};
+        std::memcpy(&head, Place(line), sizeof head);
+        return head;
+    }
 
     void AddBlock(std::size_t needed) {
-        const std::size_t size = std::max(needed, kBlock);
-        m_blocks.emplace_back();  // the slot first: a failure leaves nothing behind
-        m_blocks.back().reset(new char[size]);
-        m_next = m_blocks.back().get();
+        const std::size_t size = (needed + kBlock - 1) / kBlock * kBlock;
+        if (m_reached + std::uint64_t{size} > kMostBytes)
+            throw std::bad_alloc();
+        m_places.resize((m_reached + size) / kBlock);  // what a failure leaves there is made anew
+        const Block block(new char[size]);
+        m_blocks.push_back(block);
+        for (std::size_t at = 0; at < size; at += kBlock)
+            m_places[(m_reached + at) / kBlock] = block.get() + at;
+        m_reached += size;
         m_left = size;
     }
 
     std::vector<Block> m_blocks;
-    char* m_next = nullptr;
-    std::size_t m_left = 0;
+    std::vector<char*> m_places;  // of each 64 kB
+    std::size_t m_reached = 0;    // bytes of all blocks
+    std::size_t m_left = 0;       // of them, in the last one
     std::size_t m_used = 0;
     std::uint16_t m_epoch = 1;
 };

@@ -5,7 +5,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <type_traits>
 #include <utility>
 
 #include "MeterUtil/LineArena.h"
@@ -32,14 +31,14 @@ public:
     bool Exists() const { return m_block != nullptr; }
     std::uint32_t Size() const { return m_size; }
 
-    Line* Lines() { return reinterpret_cast<Line*>(m_block.get()); }
-    const Line* Lines() const { return reinterpret_cast<const Line*>(m_block.get()); }
+    LineRef* Lines() { return m_block.get(); }
+    const LineRef* Lines() const { return m_block.get(); }
     std::uint8_t* Tags() { return TagsOf(m_block.get(), m_room); }
     const std::uint8_t* Tags() const { return TagsOf(m_block.get(), m_room); }
 
-    const Line* begin() const { return Lines(); }
-    const Line* end() const { return Lines() + m_size; }
-    Line& Last() { return Lines()[m_size - 1]; }
+    const LineRef* begin() const { return Lines(); }
+    const LineRef* end() const { return Lines() + m_size; }
+    LineRef& Last() { return Lines()[m_size - 1]; }
 
     // Makes room for `more` further lines, growing by halves so that repeated calls stay cheap. Throws
     // std::bad_alloc.
@@ -52,7 +51,7 @@ public:
 
     // ---- there is room
 
-    void Insert(std::uint32_t at, const Line& line, std::uint8_t tag) noexcept {
+    void Insert(std::uint32_t at, LineRef line, std::uint8_t tag) noexcept {
         std::copy_backward(Lines() + at, Lines() + m_size, Lines() + m_size + 1);
         std::copy_backward(Tags() + at, Tags() + m_size, Tags() + m_size + 1);
         Lines()[at] = line;
@@ -61,7 +60,7 @@ public:
     }
 
     // Without a tag.
-    void Append(const Line& line) noexcept { Lines()[m_size++] = line; }
+    void Append(LineRef line) noexcept { Lines()[m_size++] = line; }
 
     void Erase(std::uint32_t at) noexcept {
         std::copy(Lines() + at + 1, Lines() + m_size, Lines() + at);
@@ -72,22 +71,22 @@ public:
     void Truncate(std::uint32_t size) noexcept { m_size = size; }
 
 private:
-    static_assert(std::is_trivially_copyable_v<Line>);
-
-    static std::uint8_t* TagsOf(char* block, std::uint32_t room) {
-        return reinterpret_cast<std::uint8_t*>(block + std::size_t{room} * sizeof(Line));
+    static std::uint8_t* TagsOf(LineRef* block, std::uint32_t room) {
+        return reinterpret_cast<std::uint8_t*>(block + room);
     }
 
     void Resize(std::uint32_t room) {
-        room = std::max<std::uint32_t>(room, 1);
-        std::unique_ptr<char[]> block(new char[room * (sizeof(Line) + 1)]);
-        std::copy(Lines(), Lines() + m_size, reinterpret_cast<Line*>(block.get()));
+        room = std::max<std::uint32_t>((room + kTagsOfARef - 1) / kTagsOfARef, 1) * kTagsOfARef;
+        std::unique_ptr<LineRef[]> block(new LineRef[room + room / kTagsOfARef]);
+        std::copy(Lines(), Lines() + m_size, block.get());
         std::copy(Tags(), Tags() + m_size, TagsOf(block.get(), room));
         m_block = std::move(block);
         m_room = room;
     }
 
-    std::unique_ptr<char[]> m_block;
+    static constexpr std::uint32_t kTagsOfARef = sizeof(LineRef);
+
+    std::unique_ptr<LineRef[]> m_block;  // the lines, then their tags
     std::uint32_t m_size = 0;
     std::uint32_t m_room = 0;
 };

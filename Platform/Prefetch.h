@@ -7,6 +7,8 @@ namespace Platform {
 inline void Prefetch(const void* address) noexcept {
 #if defined(__GNUC__)
     __builtin_prefetch(address);
+    // The compiler sees no effect in that, and leaves out calls of functions that do nothing else.
+    asm volatile("");
 #else
     static_cast<void>(address);
 #endif

@@ -84,16 +84,18 @@ TEST(IniTextMemory, AMovedTextIsAsLargeAsItBecame) {
 TEST(LineArena, LeavesALineRoomToGrow) {
     MeterUtil::LineArena arena;
     for (std::size_t size = 0; size < 40; ++size) {
-        MeterUtil::Line line = arena.Allocate(size);
-        const std::size_t room = line.size + std::size_t{line.slack};
+        const MeterUtil::LineRef line = arena.Allocate(size);
+        std::size_t room = size;
+        while (arena.Takes(line, room + 1))
+            ++room;
         EXPECT_GT(room, size);
         EXPECT_LE(room, size + 16);
-        EXPECT_TRUE(arena.Takes(line, room));
-        EXPECT_FALSE(arena.Takes(line, room + 1));
-        MeterUtil::LineArena::Resize(&line, room);
-        MeterUtil::LineArena::Resize(&line, 0);
+        arena.Resize(line, room);
+        arena.Resize(line, 0);
         EXPECT_TRUE(arena.Takes(line, room)) << "shorter for a while";
-        EXPECT_GE(arena.Allocate(1).text, line.text + room) << "the next line's own";
+        EXPECT_FALSE(arena.Takes(line, room + 1));
+        const char* const next = static_cast<const char*>(arena.Address(arena.Allocate(1)));
+        EXPECT_GE(next, arena.Raw(line).data() + room) << "the next line's own";
     }
 }
 
