@@ -132,8 +132,12 @@ void IniText::CloseSection() {
 
 // ---- lines
 
+LineRef IniText::LineOf(const SectionData& section, std::uint32_t index) const {
+    return section.edited.Exists() ? section.edited.Lines()[index] : section.first + index;
+}
+
 std::string_view IniText::Raw(const SectionData& section, std::uint32_t index) const {
-    return m_lines.Raw(section.edited.Exists() ? section.edited.Lines()[index] : section.first + index);
+    return m_lines.Raw(LineOf(section, index));
 }
 
 // Empty when there is none.
@@ -183,15 +187,16 @@ IniText::Section IniText::FirstOf(std::uint32_t hash, std::string_view name) con
 
 // What the search for a key will touch, all of which may be far from the processor.
 void IniText::Prefetch(const SectionData& section) const {
-    const bool isInBase = !section.edited.Exists();
     const std::uint8_t* const tags = Tags(section);
     Platform::Prefetch(tags);
     Platform::Prefetch(tags + section.count);
-    const std::uint32_t* const lines =
-        isInBase ? m_lines.starts.get() + section.first : section.edited.Lines();
     const std::uint32_t count = std::min(section.count, kMostAhead);
+    const std::uint32_t* const starts = m_lines.starts.get() + section.first;
     for (std::uint32_t i = 0; i <= count; i += kLinesAtOnce)
-        Platform::Prefetch(lines + i);
+        Platform::Prefetch(starts + i);
+    if (section.edited.Exists())
+        for (std::uint32_t i = 0; i <= count; i += kLinesAtOnce)
+            Platform::Prefetch(section.edited.Lines() + i);
 }
 
 // The text of the lines comes from far away, in the order of the file: it is fetched some lines ahead.
@@ -218,7 +223,9 @@ std::uint32_t IniText::FindEntry(Section id, std::string_view key, std::string_v
         if (found == nullptr)
             return kNoIndex;
         i = static_cast<std::uint32_t>(static_cast<const std::uint8_t*>(found) - tags);
-        if (!IsEntryOf(Raw(section, i), key, value))
+        const LineRef line = LineOf(section, i);
+        m_lines.Prefetch(line);
+        if (!IsEntryOf(m_lines.Raw(line), key, value))
             continue;
         *value = WithoutLineEnd(*value);
         return i;

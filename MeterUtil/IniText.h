@@ -54,6 +54,7 @@ public:
     // ---- look-ups; the views are valid until the next edit
 
     Section FindSection(std::string_view name) const;
+    void Expect(std::string_view name) const { m_names.Prefetch(FoldedHash(name)); }
     bool FindValue(Section id, std::string_view key, std::string_view* value);
     bool EntryAt(Section id, std::uint32_t index, std::string_view* key,
                  std::string_view* value);                                              // from 0
@@ -128,6 +129,7 @@ private:
     };
 
     // lines
+    LineRef LineOf(const SectionData& section, std::uint32_t index) const;
     std::string_view Raw(const SectionData& section, std::uint32_t index) const;
     std::string_view Header(const SectionData& section) const;
     const std::uint8_t* Tags(const SectionData& section) const;

@@ -48,7 +48,7 @@ public:
     }
 
     // Where the line and what is known of it lie.
-    const void* Address(LineRef line) const { return Place(line); }
+    const char* Address(LineRef line) const { return Place(line); }
 
     // True when the line may be written over with so many bytes.
     bool Takes(LineRef line, std::size_t size) const {

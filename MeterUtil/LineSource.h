@@ -41,21 +41,31 @@ struct LineSource {
     template <typename Take>
     bool ForEach(const LineRun* runs, std::size_t count, Take take) const {
         constexpr std::size_t kAhead = 16;
-        for (std::size_t i = 0; i < std::min(count, kAhead); ++i)
-            Prefetch(runs[i]);
+        const auto prefetch = [&](std::size_t i) {
+            if (i < count && runs[i].first >= kFirstInArena)
+                Platform::Prefetch(arena.Address(runs[i].first));
+        };
+        for (std::size_t i = 0; i < kAhead; ++i)
+            prefetch(i);
         for (std::size_t i = 0; i < count; ++i) {
-            if (i + kAhead < count)
-                Prefetch(runs[i + kAhead]);
+            prefetch(i + kAhead);
             if (!take(Raw(runs[i])))
                 return false;
         }
         return true;
     }
 
-private:
-    void Prefetch(LineRun run) const {
-        if (run.first >= kFirstInArena)
-            Platform::Prefetch(arena.Address(run.first));
+    // Fetches what is looked at of a line: its beginning, and its end, which mostly is not far from it.
+    void Prefetch(LineRef line) const {
+        constexpr std::size_t kCacheLine = 64;
+        if (line >= kFirstInArena) {
+            Platform::Prefetch(arena.Address(line));
+            Platform::Prefetch(arena.Address(line) + kCacheLine);
+            return;
+        }
+        const std::string_view raw = Raw(line);
+        Platform::Prefetch(raw.data());
+        Platform::Prefetch(raw.data() + raw.size());
     }
 };
 

@@ -198,11 +198,15 @@ bool CMeterIniFile::WriteString(const char* section, const char* key, const char
     std::string_view sectionName;
     std::string_view keyName;
     std::string_view text;
-    if (m_store == nullptr || !TakeSection(section, &sectionName) || !TakeKey(key, &keyName) ||
-        !TakeLine(value, &text))
+    if (m_store == nullptr || !TakeSection(section, &sectionName))
+        return false;
+    m_store->text.Expect(sectionName);
+    if (!TakeKey(key, &keyName))
+        return false;
+    const IniText::Section found = m_store->text.FindSection(sectionName);
+    if (!TakeLine(value, &text))
         return false;
     return Guarded(false, [&] {
-        const IniText::Section found = m_store->text.FindSection(sectionName);
         if (found != IniText::kNoSection)
             m_store->text.SetValue(found, keyName, text);
         else

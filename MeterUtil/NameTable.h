@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <vector>
 
+#include "Platform/Prefetch.h"
+
 namespace MeterUtil {
 
 // Numbers by hash, in one block of slots: a search touches neighbouring slots and nothing else until a hash
@@ -37,6 +39,9 @@ public:
                 return m_slots[i].number;
         return kNone;
     }
+
+    // Fetches what a search for this hash looks at first.
+    void Prefetch(std::uint32_t hash) const { Platform::Prefetch(m_slots.data() + Home(hash)); }
 
     // There is room for it.
     void Insert(std::uint32_t hash, std::uint32_t number) noexcept {

@@ -94,7 +94,7 @@ TEST(LineArena, LeavesALineRoomToGrow) {
         arena.Resize(line, 0);
         EXPECT_TRUE(arena.Takes(line, room)) << "shorter for a while";
         EXPECT_FALSE(arena.Takes(line, room + 1));
-        const char* const next = static_cast<const char*>(arena.Address(arena.Allocate(1)));
+        const char* const next = arena.Address(arena.Allocate(1));
         EXPECT_GE(next, arena.Raw(line).data() + room) << "the next line's own";
     }
 }
