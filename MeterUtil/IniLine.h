@@ -122,19 +122,27 @@ inline std::uint64_t FoldedEnd(std::string_view name) {
     return ToLower8(LastBytes(name));
 }
 
+inline std::uint64_t MixedHash(std::uint64_t hash, std::uint64_t bytes) {
+    hash = (hash ^ bytes) * kHashFactor;
+    return hash ^ hash >> 32U;
+}
+
+// Names of records differ in their last digits alone, which reach few bits by one multiplication.
+inline std::uint32_t HashOfEnd(std::uint64_t hash, std::uint64_t end) {
+    return static_cast<std::uint32_t>((MixedHash(hash, end) * kHashFactor) >> 32U);
+}
+
 // A hash that is the same for names that differ in the case of letters alone.
 inline std::uint32_t FoldedHash(std::string_view name) {
     std::uint64_t hash = name.size() * kHashFactor;
-    const auto mix = [&](std::string_view bytes) {
-        hash = (hash ^ FoldedEnd(bytes)) * kHashFactor;
-        hash ^= hash >> 32U;
-    };
-    std::size_t taken = 0;
-    for (; name.size() - taken > kWordBytes; taken += kWordBytes)
-        mix(name.substr(taken, kWordBytes));
-    mix(taken == 0 ? name : name.substr(name.size() - kWordBytes));
-    // Names of records differ in their last digits alone, which reach few bits by one multiplication.
-    return static_cast<std::uint32_t>((hash * kHashFactor) >> 32U);
+    for (std::size_t taken = 0; name.size() - taken > kWordBytes; taken += kWordBytes)
+        hash = MixedHash(hash, FoldedEnd(name.substr(taken, kWordBytes)));
+    return HashOfEnd(hash, FoldedEnd(name));
+}
+
+// The same for a name of eight bytes at most, of which size and folded end are known.
+inline std::uint32_t HashOfShort(std::size_t size, std::uint64_t end) {
+    return HashOfEnd(size * kHashFactor, end);
 }
 
 }  // namespace MeterUtil

@@ -9,6 +9,7 @@
 
 #include "MeterUtil/IniLine.h"
 #include "MeterUtil/KeyTag.h"
+#include "MeterUtil/LineStarts.h"
 #include "Platform/Prefetch.h"
 
 namespace MeterUtil {
@@ -30,80 +31,71 @@ IniText::IniText() {
 
 // ---- loading
 
-void IniText::Load(Platform::FileBytes bytes) {
+void IniText::BeginLoad(std::size_t bytes) {
     m_lineEnd = kCrLf;
+    m_hasByteOrderMark = false;
     m_sections.clear();
     m_order.assign(1, 0);
     m_firstLine.assign(1, 0);
     m_sections.emplace_back();
-    m_scannedCount = 0;
-    const std::size_t size = bytes.size;
-    m_lines.base = OwnBlock(std::move(bytes));
+    m_loading = std::make_unique<Loading>(bytes);
+}
 
-    const std::string_view text(size == 0 ? "" : m_lines.base.get(), size);
-    m_hasByteOrderMark = text.substr(0, kByteOrderMark.size()) == kByteOrderMark;
-    const std::size_t skipped = m_hasByteOrderMark ? kByteOrderMark.size() : 0;
-    ScanLines(text.data() + skipped, text.data() + size);
+void IniText::Scan(std::string_view text, std::size_t expectedBytes) {
+    if (m_loading == nullptr)
+        BeginLoad(expectedBytes);
+    if (text.size() >= kByteOrderMark.size())
+        ScanLines(text);
+}
+
+// One pass over the text: where each line begins, and which lines are headers.
+void IniText::ScanLines(std::string_view text) {
+    if (m_loading->scanned == 0) {
+        m_hasByteOrderMark = text.substr(0, kByteOrderMark.size()) == kByteOrderMark;
+        m_loading->scanned = m_loading->line = m_hasByteOrderMark ? kByteOrderMark.size() : 0;
+    }
+    ForEachLineEnd(text.data() + m_loading->scanned, text.data() + text.size(), [&](const char* lf) {
+        AddLine(text.substr(0, static_cast<std::size_t>(lf - text.data()) + 1));
+    });
+    m_loading->scanned = text.size();
+}
+
+// The line that ends with this text.
+void IniText::AddLine(std::string_view text) {
+    const std::string_view raw = text.substr(m_loading->line);
+    if (raw.front() == '[' || MeterText::IsBlank(raw.front()))
+        OpenSection(raw);
+    m_loading->starts.Add(m_loading->line);
+    m_loading->line = text.size();
+}
+
+void IniText::Load(Platform::FileBytes bytes) {
+    if (m_loading == nullptr)
+        BeginLoad(bytes.size);
+    const std::string_view text(bytes.size == 0 ? "" : bytes.data.get(), bytes.size);
+    ScanLines(text);
+    if (m_loading->line != text.size())
+        AddLine(text);
+    CloseSection();
+    m_numbered = m_placed = static_cast<std::uint32_t>(m_order.size());
+    m_lineCount = m_untouched = m_loading->starts.Count();
+    m_loading->starts.Add(text.size());
+    m_lines.starts = m_loading->starts.Take();
+    m_lines.base = OwnBlock(std::move(bytes));
+    m_loading.reset();
+    if (m_lineCount != 0 && LineEndOf(m_lines.Raw(LineRef{0})) == kLf)
+        m_lineEnd = kLf;
+    // A tag that was never written costs no memory: the system gives zeroed pages when they are first
+    // touched.
+    m_tags.reset(static_cast<std::uint8_t*>(std::calloc(m_lineCount + std::size_t{1}, 1)));
+    if (m_tags == nullptr)
+        throw std::bad_alloc();
     BuildNameIndex();
 }
 
 std::shared_ptr<const char> IniText::OwnBlock(Platform::FileBytes bytes) {
     const std::shared_ptr<char> block(bytes.data.release(), Platform::FreeBlock());
     return block;
-}
-
-std::shared_ptr<const std::uint32_t> IniText::OwnStarts(std::unique_ptr<std::uint32_t[], Free> starts) {
-    return {starts.release(), Free()};
-}
-
-// One pass over the text: where each line begins, and which lines are headers.
-void IniText::ScanLines(const char* begin, const char* end) {
-    // Most files have longer lines, so that the block need not grow; what is not needed is given back.
-    constexpr std::size_t kShortLine = 32;
-    ResizeLineStarts(static_cast<std::size_t>(end - begin) / kShortLine + 2);
-    Platform::ExpectRandomReads(m_scanned.get(), m_scannedRoom * sizeof(std::uint32_t));
-    const std::size_t skipped = m_hasByteOrderMark ? kByteOrderMark.size() : 0;
-    for (const char* line = begin; line != end;) {
-        const auto* lf =
-            static_cast<const char*>(std::memchr(line, '\n', static_cast<std::size_t>(end - line)));
-        const char* const next = lf == nullptr ? end : lf + 1;
-        if (*line == '[' || MeterText::IsBlank(*line))
-            OpenSection({line, static_cast<std::size_t>(next - line)});
-        AddLineStart(skipped + static_cast<std::size_t>(line - begin));
-        line = next;
-    }
-    CloseSection();
-    m_numbered = m_placed = static_cast<std::uint32_t>(m_order.size());
-    m_lineCount = m_untouched = static_cast<std::uint32_t>(m_scannedCount);
-    AddLineStart(skipped + static_cast<std::size_t>(end - begin));
-    ResizeLineStarts(m_scannedCount);
-    m_lines.starts = OwnStarts(std::move(m_scanned));
-    if (m_lineCount != 0 && LineEndOf(m_lines.Raw(LineRef{0})) == kLf)
-        m_lineEnd = kLf;
-    // A tag that was never written costs no memory: the system gives zeroed pages when they are first
-    // touched.
-    m_tags.reset(static_cast<std::uint8_t*>(std::calloc(m_scannedCount, 1)));
-    if (m_tags == nullptr)
-        throw std::bad_alloc();
-}
-
-void IniText::AddLineStart(std::size_t offset) {
-    constexpr std::size_t kMost = std::size_t{kFirstInArena} + 1;  // numbers above these mean other lines
-    if (m_scannedCount == kMost)
-        throw std::bad_alloc();
-    if (m_scannedCount == m_scannedRoom)
-        ResizeLineStarts(std::min(m_scannedRoom + m_scannedRoom / 2 + 1024, kMost));
-    m_scanned[m_scannedCount++] = static_cast<std::uint32_t>(offset);
-}
-
-// realloc moves the pages of a large block instead of copying them.
-void IniText::ResizeLineStarts(std::size_t room) {
-    void* const block = std::realloc(m_scanned.get(), room * sizeof(std::uint32_t));
-    if (block == nullptr)
-        throw std::bad_alloc();
-    static_cast<void>(m_scanned.release());  // realloc has taken it
-    m_scanned.reset(static_cast<std::uint32_t*>(block));
-    m_scannedRoom = room;
 }
 
 // Begins a section with the next line, when it is a header.
@@ -115,19 +107,19 @@ void IniText::OpenSection(std::string_view raw) {
     }
     CloseSection();
     SectionData section;
-    section.header = static_cast<LineRef>(m_scannedCount);
+    section.header = m_loading->starts.Count();
     section.nameEnd = FoldedEnd(name);
     section.nameSize = static_cast<std::uint32_t>(name.size());
     section.first = section.header + 1;
     section.position = static_cast<std::uint32_t>(m_order.size());
     m_order.push_back(static_cast<Section>(m_sections.size()));
-    m_firstLine.push_back(static_cast<std::uint32_t>(m_scannedCount));
+    m_firstLine.push_back(m_loading->starts.Count());
     m_sections.push_back(std::move(section));
 }
 
 void IniText::CloseSection() {
     SectionData& section = m_sections.back();
-    section.count = static_cast<std::uint32_t>(m_scannedCount) - section.first;
+    section.count = m_loading->starts.Count() - section.first;
 }
 
 // ---- lines
@@ -170,6 +162,11 @@ bool IniText::HasName(const SectionData& section, std::string_view name) const {
            (name.size() <= kWordBytes || MeterText::EqualIgnoringCase(NameOf(section), name));
 }
 
+bool IniText::HaveOneName(const SectionData& a, const SectionData& b) const {
+    return a.nameSize == b.nameSize && a.nameEnd == b.nameEnd &&
+           (a.nameSize <= kWordBytes || MeterText::EqualIgnoringCase(NameOf(a), NameOf(b)));
+}
+
 // ---- finding
 
 IniText::Section IniText::FindSection(std::string_view name) const {
@@ -180,9 +177,16 @@ IniText::Section IniText::FindSection(std::string_view name) const {
     });
 }
 
+// The hash of the name of a section, whose header mostly need not be looked at.
+std::uint32_t IniText::HashOf(const SectionData& section) const {
+    if (section.nameSize <= kWordBytes)
+        return HashOfShort(section.nameSize, section.nameEnd);
+    return FoldedHash(NameOf(section));
+}
+
 // The first section of the name.
-IniText::Section IniText::FirstOf(std::uint32_t hash, std::string_view name) const {
-    return m_names.Find(hash, [&](Section id) { return HasName(m_sections[id], name); });
+IniText::Section IniText::FirstOf(std::uint32_t hash, const SectionData& section) const {
+    return m_names.Find(hash, [&](Section id) { return HaveOneName(m_sections[id], section); });
 }
 
 // What the search for a key will touch, all of which may be far from the processor.
@@ -363,17 +367,21 @@ void IniText::BuildNameIndex() {
         Link(m_order[position]);
 }
 
+void IniText::DropCopyOfDeleted(std::string_view name) {
+    const auto deleted = m_copiesOfDeleted.find(name);
+    if (deleted != m_copiesOfDeleted.end())
+        m_copiesOfDeleted.erase(deleted);
+}
+
 // Enters a section under its name. Sections of one name form a list in the order of the file, of which the
 // first alone stands in the table; the first knows the last one, so that a file of equal names is no slower.
 // A copy of a deleted section of that name is dropped: the name means this section now.
 void IniText::Link(Section id) {
     SectionData& section = m_sections[id];
-    const std::string_view name = NameOf(section);
-    const std::uint32_t hash = FoldedHash(name);
-    const auto deleted = m_copiesOfDeleted.find(name);
-    if (deleted != m_copiesOfDeleted.end())
-        m_copiesOfDeleted.erase(deleted);
-    const Section first = FirstOf(hash, name);
+    const std::uint32_t hash = HashOf(section);
+    if (!m_copiesOfDeleted.empty())
+        DropCopyOfDeleted(NameOf(section));
+    const Section first = FirstOf(hash, section);
     if (first == kNoSection) {
         section.nextSame = kNoSection;
         section.prevSame = id;
@@ -401,7 +409,7 @@ void IniText::Link(Section id) {
 
 void IniText::Unlink(Section id) {
     const SectionData& section = m_sections[id];
-    const std::uint32_t hash = FoldedHash(NameOf(section));
+    const std::uint32_t hash = HashOf(section);
     const Section next = section.nextSame;
     const Section before = section.prevSame;
     const bool isFirst = m_sections[before].nextSame != id;
@@ -414,7 +422,7 @@ void IniText::Unlink(Section id) {
     if (next != kNoSection)
         m_sections[next].prevSame = before;
     else if (!isFirst)
-        m_sections[FirstOf(hash, NameOf(section))].prevSame = before;  // the first knows the last
+        m_sections[FirstOf(hash, section)].prevSame = before;  // the first knows the last
 }
 
 // ---- saving

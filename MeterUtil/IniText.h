@@ -26,6 +26,7 @@
 #include "MeterUtil/IniLine.h"
 #include "MeterUtil/LineList.h"
 #include "MeterUtil/LineSource.h"
+#include "MeterUtil/LineStarts.h"
 #include "MeterUtil/NameTable.h"
 #include "Platform/Platform.h"
 
@@ -50,6 +51,11 @@ public:
 
     // Takes the bytes of a file, kMostBytes at most.
     void Load(Platform::FileBytes bytes);
+
+    // Looks at a file of about so many bytes before it is loaded, while it is read and still in the
+    // processor's caches: at all of it that is there so far, wherever that lies. What is loaded next begins
+    // with these bytes.
+    void Scan(std::string_view text, std::size_t expectedBytes);
 
     // ---- look-ups; the views are valid until the next edit
 
@@ -124,8 +130,12 @@ private:
     static constexpr std::uint32_t kHeaderLine = UINT32_MAX;
     static constexpr std::uint32_t kNoIndex = UINT32_MAX;
 
-    struct Free {
-        void operator()(void* block) const noexcept { std::free(block); }
+    struct Loading {
+        explicit Loading(std::size_t bytes) : starts(bytes) {}
+
+        LineStarts starts;
+        std::size_t scanned = 0;  // so many bytes were searched for line ends
+        std::size_t line = 0;     // where the line begins whose end was not found yet
     };
 
     // lines
@@ -137,6 +147,7 @@ private:
     std::string_view LineEndFor(std::string_view text) const;
     std::string_view NameOf(const SectionData& section) const;
     bool HasName(const SectionData& section, std::string_view name) const;
+    bool HaveOneName(const SectionData& a, const SectionData& b) const;
     void SetHeader(SectionData& section, LineRef header) noexcept;
     std::size_t SizeOf(const LineList& lines) const;
     bool BeginsWithBracket(LineRef line) const;
@@ -147,7 +158,8 @@ private:
 
     // finding
     void Tag(SectionData& section);
-    Section FirstOf(std::uint32_t hash, std::string_view name) const;
+    std::uint32_t HashOf(const SectionData& section) const;
+    Section FirstOf(std::uint32_t hash, const SectionData& section) const;
     std::uint32_t FindEntry(Section id, std::string_view key, std::string_view* value);
     void NumberLines(std::uint32_t upTo);
     std::uint32_t PositionOf(Section id);
@@ -157,17 +169,17 @@ private:
 
     // names
     void BuildNameIndex();
+    void DropCopyOfDeleted(std::string_view name);
     void Link(Section id);
     void Unlink(Section id);
 
     // loading
+    void BeginLoad(std::size_t bytes);
     static std::shared_ptr<const char> OwnBlock(Platform::FileBytes bytes);
-    static std::shared_ptr<const std::uint32_t> OwnStarts(std::unique_ptr<std::uint32_t[], Free> starts);
-    void ScanLines(const char* begin, const char* end);
+    void ScanLines(std::string_view text);
+    void AddLine(std::string_view text);
     void OpenSection(std::string_view raw);
     void CloseSection();
-    void AddLineStart(std::size_t offset);
-    void ResizeLineStarts(std::size_t room);
 
     // editing: what is prepared may throw, what is committed may not
     LineList& Edit(SectionData& section);
@@ -198,10 +210,8 @@ private:
     void Rebase(std::size_t textBytes);
 
     LineSource m_lines;
-    std::unique_ptr<std::uint8_t[], Free> m_tags;      // of the base's lines
-    std::unique_ptr<std::uint32_t[], Free> m_scanned;  // places of the lines while the text is loaded
-    std::size_t m_scannedCount = 0;
-    std::size_t m_scannedRoom = 0;
+    std::unique_ptr<std::uint8_t[], LineStarts::Free> m_tags;  // of the base's lines
+    std::unique_ptr<Loading> m_loading;
 
     std::vector<SectionData> m_sections;  // by Section
     std::vector<Section> m_unused;        // of m_sections

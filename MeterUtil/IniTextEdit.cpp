@@ -503,15 +503,16 @@ void IniText::Rebase(std::size_t textBytes) {
     const std::size_t startCount = std::size_t{m_lineCount} + 1;
     Platform::FileBytes bytes;
     bytes.data.reset(static_cast<char*>(std::malloc(textBytes + 1)));
-    std::unique_ptr<std::uint32_t[], Free> starts(
+    std::unique_ptr<std::uint32_t[], LineStarts::Free> starts(
         static_cast<std::uint32_t*>(std::malloc(startCount * sizeof(std::uint32_t))));
-    std::unique_ptr<std::uint8_t[], Free> tags(static_cast<std::uint8_t*>(std::calloc(startCount, 1)));
+    std::unique_ptr<std::uint8_t[], LineStarts::Free> tags(
+        static_cast<std::uint8_t*>(std::calloc(startCount, 1)));
     if (bytes.data == nullptr || starts == nullptr || tags == nullptr)
         throw std::bad_alloc();
     char* const base = bytes.data.get();
     std::uint32_t* const places = starts.get();
     std::shared_ptr<const char> owner = OwnBlock(std::move(bytes));
-    std::shared_ptr<const std::uint32_t> ownedStarts = OwnStarts(std::move(starts));
+    std::shared_ptr<const std::uint32_t> ownedStarts(starts.release(), LineStarts::Free());
 
     char* next = base;
     std::uint32_t line = 0;

@@ -11,6 +11,20 @@
 #include "MeterUtil/Text.h"
 #include "Platform/Platform.h"
 
+namespace {
+
+// Runs an operation; what it throws, for want of memory, is its failure.
+template <typename Result, typename Operation>
+Result Guarded(Result failure, Operation operation) noexcept {
+    try {
+        return operation();
+    } catch (...) {
+        return failure;
+    }
+}
+
+}  // namespace
+
 namespace MeterUtil {
 
 class IniStore {
@@ -29,9 +43,17 @@ IniStore::IniStore(const wchar_t* path, std::atomic<bool>* error) {
     if (path != nullptr)
         target.path = path;
     Platform::FileBytes bytes;
-    const Platform::LoadResult result = Platform::LoadFile(target.path, &bytes, IniText::kMostBytes);
+    const auto scan = [this](std::string_view read, std::size_t expectedBytes) {
+        return Guarded(false, [&] {
+            text.Scan(read, expectedBytes);
+            return true;
+        });
+    };
+    const Platform::LoadResult result = Platform::LoadFile(target.path, &bytes, IniText::kMostBytes, scan);
     if (result == Platform::LoadResult::Loaded)
         text.Load(std::move(bytes));
+    else
+        text = IniText();
     isLoaded = result == Platform::LoadResult::Loaded || result == Platform::LoadResult::Missing;
     *error = !isLoaded;
 }
@@ -79,16 +101,6 @@ bool MayBeKey(std::string_view key) {
 // A first line that begins like this would have no text there once it is loaded again.
 bool BeginsWithByteOrderMark(std::string_view text) {
     return text.substr(0, 3) == "\xEF\xBB\xBF";
-}
-
-// Runs an operation; what it throws, for want of memory, is its failure.
-template <typename Result, typename Operation>
-Result Guarded(Result failure, Operation operation) noexcept {
-    try {
-        return operation();
-    } catch (...) {
-        return failure;
-    }
 }
 
 // Keeps a text of the caller. False, and the earlier one stays, without memory.

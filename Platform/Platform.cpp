@@ -113,19 +113,24 @@ bool Resize(Block* block, std::size_t size) noexcept {
 
 // Reads up to the end, wherever that is by now: the file may have grown or shrunk since its size was asked
 // for.
-bool ReadToEnd(System::File file, std::uint64_t expectedSize, std::uint64_t mostBytes,
-               FileBytes* bytes) noexcept {
+bool ReadToEnd(System::File file, std::uint64_t expectedSize, std::uint64_t mostBytes, FileBytes* bytes,
+               const BytesRead& read) noexcept {
+    // So many at once stay in the processor's caches until they were looked at.
+    constexpr std::size_t kFew = std::size_t{256} * 1024;
+    const std::size_t most = read == nullptr ? SIZE_MAX : kFew;
     // One byte more than expected, so that the read that finds the end needs no larger block.
     std::size_t room = static_cast<std::size_t>(expectedSize) + 1;
     if (!Resize(&bytes->data, room))
         return false;
     ExpectRandomReads(bytes->data.get(), room);
     for (;;) {
-        const std::ptrdiff_t count = System::Read(file, bytes->data.get() + bytes->size, room - bytes->size);
+        const std::size_t wanted = std::min(room - bytes->size, most);
+        const std::ptrdiff_t count = System::Read(file, bytes->data.get() + bytes->size, wanted);
         if (count <= 0)
             return count == 0;
         bytes->size += static_cast<std::size_t>(count);
-        if (bytes->size > mostBytes)
+        if (bytes->size > mostBytes || (read != nullptr && !read({bytes->data.get(), bytes->size},
+                                                                 static_cast<std::size_t>(expectedSize))))
             return false;
         if (bytes->size < room)
             continue;
@@ -137,7 +142,8 @@ bool ReadToEnd(System::File file, std::uint64_t expectedSize, std::uint64_t most
 
 }  // namespace
 
-LoadResult LoadFile(const std::wstring& path, FileBytes* bytes, std::uint64_t mostBytes) noexcept {
+LoadResult LoadFile(const std::wstring& path, FileBytes* bytes, std::uint64_t mostBytes,
+                    const BytesRead& read) noexcept {
     *bytes = FileBytes();
     // Asked before the file is opened: opening a pipe would wait, opening a device may set it in motion.
     const System::FileState state = System::Inspect(path);
@@ -148,7 +154,7 @@ LoadResult LoadFile(const std::wstring& path, FileBytes* bytes, std::uint64_t mo
     const System::File file = System::OpenForReading(path);
     if (file == System::kNoFile)
         return LoadResult::Unreadable;
-    const bool complete = ReadToEnd(file, state.size, mostBytes, bytes);
+    const bool complete = ReadToEnd(file, state.size, mostBytes, bytes, read);
     System::Close(file);  // the bytes are here, whatever becomes of the file
     if (complete)
         return LoadResult::Loaded;

@@ -124,8 +124,12 @@ enum class LoadResult {
 
 // Reads a whole regular file into memory, bytes as they are. `bytes` is empty unless the result is Loaded. Of
 // a file of more than `mostBytes` bytes nothing is read, so that its size costs neither time nor memory.
-LoadResult LoadFile(const std::wstring& path, FileBytes* bytes,
-                    std::uint64_t mostBytes = PTRDIFF_MAX - 1) noexcept;
+//
+// `read` is told of all bytes that are there whenever some more were read, and of how many are expected; the
+// next time they may lie elsewhere. It must not throw; when it returns false the file is Unreadable.
+using BytesRead = std::function<bool(std::string_view bytes, std::size_t expectedBytes)>;
+LoadResult LoadFile(const std::wstring& path, FileBytes* bytes, std::uint64_t mostBytes = PTRDIFF_MAX - 1,
+                    const BytesRead& read = nullptr) noexcept;
 
 // A text in pieces, which may lie anywhere in memory.
 class TextPieces {
