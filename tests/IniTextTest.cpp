@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cctype>
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
@@ -12,6 +13,7 @@
 
 #include "MeterUtil/IniLine.h"
 #include "MeterUtil/IniText.h"
+#include "MeterUtil/LineStarts.h"
 #include "MeterUtil/NameTable.h"
 #include "tests/support/Pieces.h"
 
@@ -99,6 +101,22 @@ TEST(LineArena, LeavesALineRoomToGrow) {
     }
 }
 
+// Lines of any size are told apart by their number, also one that is larger than the blocks of the arena.
+TEST(LineArena, KeepsLinesOfAllSizes) {
+    MeterUtil::LineArena arena;
+    std::mt19937 random(5);
+    std::vector<std::pair<MeterUtil::LineRef, std::string>> lines;
+    for (int i = 0; i < 3000; ++i) {
+        const std::size_t size = random() % (i % 100 == 0 ? 300000 : 200);
+        const std::string text(size, static_cast<char>('a' + i % 26));
+        const MeterUtil::LineRef line = arena.Allocate(size);
+        std::copy(text.begin(), text.end(), arena.Writable(line));
+        lines.emplace_back(line, text);
+    }
+    for (const auto& [line, text] : lines)
+        ASSERT_EQ(arena.Raw(line), text);
+}
+
 // What a snapshot refers to is shared with the text: changes must not show through, nor pieces be released.
 TEST(IniTextMemory, SnapshotsStayAsTheyWere) {
     IniText text;
@@ -140,6 +158,22 @@ TEST(IniTextMemory, AGrowingTextDoesNotMove) {
     EXPECT_GT(PiecesOf(text).size(), 1U);
 }
 
+// A save gathers the pieces of a text in groups: none is lost between two of them.
+TEST(IniTextPieces, AreAllHandedOutHoweverManyThereAre) {
+    for (int entries = 250; entries < 265; ++entries) {
+        IniText text;
+        text.Load(Bytes("[a]\n"));
+        std::string expected = "[a]\n";
+        for (int i = 0; i < entries; ++i) {
+            const std::string entry = "k" + std::to_string(i) + "=";
+            text.AppendLine(entry);
+            expected += entry + "\n";
+        }
+        EXPECT_EQ(Joined(text), expected);
+        EXPECT_EQ(Joined(text.Snapshot()), expected);
+    }
+}
+
 // What is refused is a write that failed: nothing behind it may pass for saved.
 TEST(IniTextPieces, EndsWithThePieceThatIsRefused) {
     IniText text;
@@ -157,6 +191,89 @@ TEST(IniTextPieces, EndsWithThePieceThatIsRefused) {
             EXPECT_EQ(taken, refused > all);
             EXPECT_EQ(calls, std::min(refused, all));
         }
+    }
+}
+
+// ---- loading
+
+TEST(ForEachLineEnd, FindsEachLineEndAndNothingOutside) {
+    std::mt19937 random(3);
+    for (std::size_t size = 0; size < 200; ++size) {
+        std::string text(size + 2, '\n');  // a line end in front and one behind
+        std::vector<std::size_t> expected;
+        for (std::size_t i = 1; i <= size; ++i) {
+            text[i] = random() % 4 == 0 ? '\n' : static_cast<char>(random());
+            if (text[i] == '\n')
+                expected.push_back(i);
+        }
+        std::vector<std::size_t> found;
+        MeterUtil::ForEachLineEnd(text.data() + 1, text.data() + 1 + size, [&](const char* place) {
+            found.push_back(static_cast<std::size_t>(place - text.data()));
+        });
+        ASSERT_EQ(found, expected) << size;
+    }
+}
+
+// A file arrives in parts that end anywhere, each time in another block.
+TEST(IniTextLoading, PartsOfAFileGiveWhatTheFileGives) {
+    std::mt19937 random(9);
+    const std::vector<std::string> words = {
+        "[a]",         " [b] x", "[", "]", "\r\n", "\n", "k=1", "\t", ";", "\r", std::string(1, '\0'),
+        "\xEF\xBB\xBF"};
+    for (int round = 0; round < 500; ++round) {
+        std::string file = round % 3 == 0 ? "\xEF\xBB\xBF" : "";
+        for (std::size_t i = random() % 60; i != 0; --i)
+            file += words[random() % words.size()];
+        IniText whole;
+        whole.Load(Bytes(file));
+        IniText text;
+        for (std::size_t read = 0; read != file.size();) {
+            read += std::min<std::size_t>(1 + random() % 9, file.size() - read);
+            const std::string part = file.substr(0, read);
+            text.Scan(part, random() % 100);
+        }
+        text.Load(Bytes(file));
+        ASSERT_EQ(Joined(text), file);
+        ASSERT_EQ(text.LineCount(), whole.LineCount());
+        std::uint32_t line = 0;
+        for (; line < whole.LineCount(); ++line) {
+            std::string_view expected;
+            std::string_view found;
+            ASSERT_TRUE(whole.LineAt(line, &expected) && text.LineAt(line, &found));
+            ASSERT_EQ(found, expected);
+            ASSERT_EQ(text.FindBracketLine(line), whole.FindBracketLine(line));
+        }
+        for (const char* name : {"a", "b", ""})
+            ASSERT_EQ(text.FindSection(name), whole.FindSection(name));
+        whole.AppendLine("x");
+        text.AppendLine("x");
+        ASSERT_EQ(Joined(text), Joined(whole)) << "with the line end of the first line";
+    }
+}
+
+// ---- names
+
+// Short names are compared without a look at the header, of long ones the end alone.
+TEST(IniTextNames, DifferInAnyByteAndInTheirSize) {
+    const std::string longest = "meter with a name";
+    for (std::size_t size = 1; size <= longest.size(); ++size) {
+        const std::string name = longest.substr(0, size);
+        IniText text;
+        text.Load(Bytes("[" + name + "]\n"));
+        const IniText::Section section = text.FindSection(name);
+        ASSERT_NE(section, IniText::kNoSection) << name;
+        for (std::size_t i = 0; i < size; ++i) {
+            std::string other = name;
+            other[i] = '!';
+            EXPECT_EQ(text.FindSection(other), IniText::kNoSection) << other;
+            std::string upper = name;
+            upper[i] = static_cast<char>(std::toupper(upper[i]));
+            EXPECT_EQ(text.FindSection(upper), section) << upper;
+        }
+        EXPECT_EQ(text.FindSection(name + '!'), IniText::kNoSection);
+        EXPECT_EQ(text.FindSection(name + '\0'), IniText::kNoSection);
+        EXPECT_EQ(text.FindSection(name.substr(1)), IniText::kNoSection);
+        EXPECT_EQ(text.FindSection(name.substr(0, size - 1)), IniText::kNoSection);
     }
 }
 

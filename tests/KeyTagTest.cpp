@@ -93,4 +93,12 @@ TEST(NameHash, EveryLetterCounts) {
     ExpectEveryLetterCounts(20, 10, MeterUtil::FoldedHash);
 }
 
+TEST(NameHash, IsMadeOfSizeAndEndOfAShortName) {
+    const std::string name = "Meter_12";
+    for (std::size_t size = 0; size <= name.size(); ++size) {
+        const std::string_view part = std::string_view(name).substr(0, size);
+        EXPECT_EQ(MeterUtil::HashOfShort(size, MeterUtil::FoldedEnd(part)), MeterUtil::FoldedHash(part));
+    }
+}
+
 }  // namespace

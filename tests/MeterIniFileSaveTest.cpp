@@ -145,6 +145,17 @@ TEST_F(MeterIniFileSave, AFileThatCouldNotBeLoadedIsNeverSavedOver) {
     EXPECT_FALSE(m_folder.Exists("mirror.ini"));
 }
 
+TEST_F(MeterIniFileSave, OfAFileThatFailsOnTheWayNothingIsThere) {
+    m_folder.Write("long.ini", "[a]\n" + std::string(1000000, '\n'));
+    FakeSystem system;
+    system.FailCall(Call::Read, 3);
+    CMeterIniFile store(m_folder.Wide("long.ini").c_str());
+    EXPECT_TRUE(system.Count(Call::Read) == 3 && store.m_error);
+    EXPECT_FALSE(store.SectionExists("a"));
+    EXPECT_EQ(store.FindBracketLine(0), -1);
+    EXPECT_EQ(store.AppendString("x"), 0) << "there is no line yet";
+}
+
 TEST_F(MeterIniFileSave, ADirectoryCanBeNeitherLoadedNorSaved) {
     fs::create_directory(m_folder.Path() / "dir");
     CMeterIniFile store(m_folder.Wide("dir").c_str());

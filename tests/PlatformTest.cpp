@@ -281,6 +281,38 @@ TEST(LoadFile, ReadsAFileInOneGo) {
     EXPECT_EQ(system.Count(FakeSystem::Call::Close), 1);
 }
 
+TEST(LoadFile, TellsOfEachPartThatWasRead) {
+    const TestFolder folder;
+    const std::string content = ManyBytes(1024 * 1024 + 7);
+    folder.Write("a.ini", content);
+    Platform::FileBytes bytes;
+    std::size_t told = 0;
+    const auto read = [&](std::string_view all, std::size_t expected) {
+        EXPECT_EQ(expected, content.size());
+        EXPECT_GT(all.size(), told);
+        EXPECT_LE(all.size(), told + 256 * 1024) << "more would not stay in the processor's caches";
+        EXPECT_TRUE(all == std::string_view(content).substr(0, all.size()));
+        told = all.size();
+        return true;
+    };
+    EXPECT_EQ(Platform::LoadFile(folder.Wide("a.ini"), &bytes, content.size(), read), LoadResult::Loaded);
+    EXPECT_EQ(told, content.size());
+}
+
+TEST(LoadFile, EndsWhenWhatWasReadIsRefused) {
+    const TestFolder folder;
+    folder.Write("a.ini", ManyBytes(1024 * 1024));
+    Platform::FileBytes bytes;
+    for (int most = 1; most <= 4; ++most) {
+        int parts = 0;
+        const auto read = [&](std::string_view, std::size_t) { return ++parts < most; };
+        EXPECT_EQ(Platform::LoadFile(folder.Wide("a.ini"), &bytes, PTRDIFF_MAX - 1, read),
+                  LoadResult::Unreadable);
+        EXPECT_EQ(parts, most);
+        EXPECT_TRUE(bytes.data == nullptr && bytes.size == 0);
+    }
+}
+
 TEST(LoadFile, MissingIsWhatTheSystemSaysIsMissing) {
     const TestFolder folder;
     folder.Write("a.ini", "x");
