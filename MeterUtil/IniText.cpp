@@ -228,7 +228,7 @@ std::uint32_t IniText::FindEntry(Section id, std::string_view key, std::string_v
             return kNoIndex;
         i = static_cast<std::uint32_t>(static_cast<const std::uint8_t*>(found) - tags);
         const LineRef line = LineOf(section, i);
-        m_lines.Prefetch(line);
+        m_lines.Prefetch({line, 1});
         if (!IsEntryOf(m_lines.Raw(line), key, value))
             continue;
         *value = WithoutLineEnd(*value);
@@ -439,8 +439,10 @@ bool IniText::ForEachRun(Take take) const {
     };
     for (std::size_t position = 0; position < m_order.size(); ++position) {
         constexpr std::size_t kSectionsAhead = 2;
-        if (position + kSectionsAhead < m_order.size())
-            Prefetch(m_sections[m_order[position + kSectionsAhead]]);
+        const SectionData& ahead =
+            m_sections[m_order[std::min(position + kSectionsAhead, m_order.size() - 1)]];
+        if (ahead.edited.Exists())
+            Prefetch(ahead);
         const SectionData& section = m_sections[m_order[position]];
         if (section.header != kNoLine && !add(section.header, 1))
             return false;

@@ -59,8 +59,9 @@ public:
 
     // ---- look-ups; the views are valid until the next edit
 
-    Section FindSection(std::string_view name) const;
+    // Fetches what FindSection begins with, while the caller still has other things to do.
     void Expect(std::string_view name) const { m_names.Prefetch(FoldedHash(name)); }
+    Section FindSection(std::string_view name) const;
     bool FindValue(Section id, std::string_view key, std::string_view* value);
     bool EntryAt(Section id, std::uint32_t index, std::string_view* key,
                  std::string_view* value);                                              // from 0

@@ -36,34 +36,33 @@ struct LineSource {
         return {base.get() + start[0], start[run.count] - start[0]};
     }
 
-    // Hands out each run as one piece, until `take` wants no more. Lines of the arena lie anywhere in memory
-    // and tell their size themselves: they are fetched ahead.
+    // Hands out each run as one piece, until `take` wants no more. They may lie anywhere in memory: both ends of
+    // each are on their way while the runs before it are handed out.
     template <typename Take>
     bool ForEach(const LineRun* runs, std::size_t count, Take take) const {
         constexpr std::size_t kAhead = 16;
-        const auto prefetch = [&](std::size_t i) {
-            if (i < count && runs[i].first >= kFirstInArena)
-                Platform::Prefetch(arena.Address(runs[i].first));
-        };
-        for (std::size_t i = 0; i < kAhead; ++i)
-            prefetch(i);
+        for (std::size_t i = 0; i < std::min(count, kAhead); ++i)
+            Prefetch(runs[i]);
         for (std::size_t i = 0; i < count; ++i) {
-            prefetch(i + kAhead);
+            if (i + kAhead < count)
+                Prefetch(runs[i + kAhead]);
             if (!take(Raw(runs[i])))
                 return false;
         }
         return true;
     }
 
-    // Fetches what is looked at of a line: its beginning, and its end, which mostly is not far from it.
-    void Prefetch(LineRef line) const {
+    // Fetches what is looked at of lines: where they begin and where they end. The end of a line of the arena,
+    // which tells its size itself, mostly is not far from its beginning.
+    void Prefetch(LineRun run) const {
         constexpr std::size_t kCacheLine = 64;
-        if (line >= kFirstInArena) {
-            Platform::Prefetch(arena.Address(line));
-            Platform::Prefetch(arena.Address(line) + kCacheLine);
+        if (run.first >= kFirstInArena) {
+            const char* const place = arena.Address(run.first);
+            Platform::Prefetch(place);
+            Platform::Prefetch(place + kCacheLine);
             return;
         }
-        const std::string_view raw = Raw(line);
+        const std::string_view raw = Raw(run);
         Platform::Prefetch(raw.data());
         Platform::Prefetch(raw.data() + raw.size());
     }

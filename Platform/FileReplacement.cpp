@@ -1,12 +1,10 @@
 // Replacing a file in one step, and telling whether two paths mean the same file. Owns the rule that a path
 // holds either the whole old file or the whole new one at every moment, and that a failed replacement leaves
 // nothing behind. What the single calls do on a system is that system's unit.
-#include <array>
 #include <exception>
 #include <utility>
 
 #include "Platform/Platform.h"
-#include "Platform/Prefetch.h"
 #include "Platform/System.h"
 
 namespace Platform {
@@ -88,50 +86,31 @@ private:
     bool m_exists = false;
 };
 
-// Gathers small pieces into large writes. Pieces may lie anywhere in memory: they wait a little before they
-// are copied, while the processor fetches them.
+// Gathers small pieces into large writes.
 class Gatherer {
 public:
     explicit Gatherer(NewFile* file) : m_file(file) {}
 
     bool Add(std::string_view piece) {
-        if (piece.empty())
-            return true;
-        Prefetch(&piece.front());
-        Prefetch(&piece.back());
-        std::swap(piece, m_waiting[m_next]);
-        m_next = (m_next + 1) % m_waiting.size();
-        return Copy(piece);
-    }
-
-    bool Finish() {
-        for (std::size_t i = 0; i < m_waiting.size(); ++i)
-            if (!Copy(m_waiting[(m_next + i) % m_waiting.size()]))
-                return false;
-        return WriteBuffer();
-    }
-
-private:
-    bool Copy(std::string_view piece) {
         const std::size_t size = m_buffer.size() + piece.size();
         if (size > kBufferBytes)
-            return WriteBuffer() && (piece.size() > kBufferBytes ? m_file->Write(piece) : Copy(piece));
+            return Finish() && (piece.size() > kBufferBytes ? m_file->Write(piece) : Add(piece));
         if (size > m_buffer.capacity())
             m_buffer.reserve(size < kSmallBufferBytes ? kSmallBufferBytes : kBufferBytes);
         m_buffer.append(piece);
         return true;
     }
 
-    bool WriteBuffer() {
+    // Writes what was gathered.
+    bool Finish() {
         const bool written = m_file->Write(m_buffer);
         m_buffer.clear();
         return written;
     }
 
+private:
     NewFile* m_file;
     std::string m_buffer;
-    std::array<std::string_view, 16> m_waiting;  // in a circle, the oldest at m_next
-    std::size_t m_next = 0;
 };
 
 bool WriteAll(NewFile* file, const TextPieces& content) {
