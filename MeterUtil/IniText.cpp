@@ -198,9 +198,10 @@ void IniText::Prefetch(const SectionData& section) const {
     const std::uint32_t* const starts = m_lines.starts.get() + section.first;
     for (std::uint32_t i = 0; i <= count; i += kLinesAtOnce)
         Platform::Prefetch(starts + i);
-    if (section.edited.Exists())
-        for (std::uint32_t i = 0; i <= count; i += kLinesAtOnce)
-            Platform::Prefetch(section.edited.Lines() + i);
+    if (!section.edited.Exists())
+        return;
+    for (std::uint32_t i = 0; i <= count; i += kLinesAtOnce)
+        Platform::Prefetch(section.edited.Lines() + i);
 }
 
 // The text of the lines comes from far away, in the order of the file: it is fetched some lines ahead.

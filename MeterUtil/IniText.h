@@ -103,9 +103,11 @@ private:
         std::uint32_t prevSame = kNoSection;  // of the first: the last one
         std::uint32_t position = 0;           // in m_order; valid below m_placed
         std::uint32_t leading = 0;            // so many first lines are all entries; once tagged
+        LineArena::Corner corner = 0;         // of the lines that change
         bool tagged = false;
         bool hasBracketLines = false;  // a line behind the header may begin with '['
     };
+    static_assert(sizeof(SectionData) == 64);
 
     struct Copy {
         std::string header;  // as it stood when the section was deleted
@@ -185,9 +187,10 @@ private:
     // editing: what is prepared may throw, what is committed may not
     LineList& Edit(SectionData& section);
     void Touch(const SectionData& section) noexcept;
-    LineRef NewLine(std::initializer_list<std::string_view> parts);
+    LineRef NewLine(std::initializer_list<std::string_view> parts, LineArena::Corner* corner = nullptr);
     bool MayWriteOver(LineRef line, std::size_t size) const;
-    void ReplaceTail(LineRef& line, std::size_t kept, std::string_view text, std::string_view lineEnd);
+    void ReplaceTail(LineRef& line, std::size_t kept, std::string_view text, std::string_view lineEnd,
+                     LineArena::Corner* corner = nullptr);
     void ReplaceLine(SectionData& section, std::uint32_t index, std::string_view text);
     void AddEntry(Section id, std::string_view key, std::string_view value);
     void EndLastLine();

@@ -61,11 +61,11 @@ void IniText::Touch(const SectionData& section) noexcept {
         m_untouched = std::min(m_untouched, m_firstLine[section.position]);
 }
 
-LineRef IniText::NewLine(std::initializer_list<std::string_view> parts) {
+LineRef IniText::NewLine(std::initializer_list<std::string_view> parts, LineArena::Corner* corner) {
     std::size_t size = 0;
     for (const std::string_view part : parts)
         size += part.size();
-    const LineRef line = m_lines.arena.Allocate(size);
+    const LineRef line = m_lines.arena.Allocate(size, corner);
     char* next = m_lines.arena.Writable(line);
     for (const std::string_view part : parts)
         next = std::copy(part.begin(), part.end(), next);
@@ -77,10 +77,11 @@ bool IniText::MayWriteOver(LineRef line, std::size_t size) const {
 }
 
 // Puts a text and a line end behind the first `kept` bytes of a line.
-void IniText::ReplaceTail(LineRef& line, std::size_t kept, std::string_view text, std::string_view lineEnd) {
+void IniText::ReplaceTail(LineRef& line, std::size_t kept, std::string_view text, std::string_view lineEnd,
+                          LineArena::Corner* corner) {
     const std::size_t size = kept + text.size() + lineEnd.size();
     if (!MayWriteOver(line, size)) {
-        line = NewLine({m_lines.Raw(line).substr(0, kept), text, lineEnd});
+        line = NewLine({m_lines.Raw(line).substr(0, kept), text, lineEnd}, corner);
         return;
     }
     char* const tail = m_lines.arena.Writable(line) + kept;
@@ -130,9 +131,11 @@ void IniText::SetValue(Section id, std::string_view key, std::string_view value)
     if (index == kNoIndex) {
         AddEntry(id, key, value);
     } else {
-        LineRef& line = Edit(m_sections[id]).Lines()[index];
+        SectionData& section = m_sections[id];
+        LineRef& line = Edit(section).Lines()[index];
         const std::string_view raw = m_lines.Raw(line);
-        ReplaceTail(line, static_cast<std::size_t>(old.data() - raw.data()), value, LineEndOf(raw));
+        const auto kept = static_cast<std::size_t>(old.data() - raw.data());
+        ReplaceTail(line, kept, value, LineEndOf(raw), &section.corner);
     }
     Tidy();
 }
@@ -145,7 +148,7 @@ void IniText::AddEntry(Section id, std::string_view key, std::string_view value)
         --index;
     LineList& edited = Edit(section);
     edited.Reserve(1);
-    const LineRef line = NewLine({key, "=", value, m_lineEnd});
+    const LineRef line = NewLine({key, "=", value, m_lineEnd}, &section.corner);
     if (index == section.count && IsLast(id))
         EndLastLine();
 
@@ -195,7 +198,7 @@ void IniText::ReplaceLine(SectionData& section, std::uint32_t index, std::string
     LineRef& line = Edit(section).Lines()[index];
     const std::string_view lineEnd = LineEndOf(m_lines.Raw(line));
     // An empty line always has a line end: without one it would not be there.
-    ReplaceTail(line, 0, text, text.empty() && lineEnd.empty() ? m_lineEnd : lineEnd);
+    ReplaceTail(line, 0, text, text.empty() && lineEnd.empty() ? m_lineEnd : lineEnd, &section.corner);
     section.hasBracketLines |= BeginsWithBracket(line);
     section.tagged = false;
     m_cursor.section = kNoSection;
@@ -530,6 +533,7 @@ void IniText::Rebase(std::size_t textBytes) {
         for (std::uint32_t i = 0; i < section.count; ++i)
             move(Raw(section, i));
         section.edited = LineList();
+        section.corner = 0;
         section.first = first;
         section.tagged = false;
     }

@@ -8,6 +8,7 @@
 #include <memory>
 #include <new>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace MeterUtil {
@@ -24,15 +25,15 @@ class LineArena {
 public:
     using Block = std::shared_ptr<char[]>;
 
-    // Room for a line of `size` bytes, line end included, and a little more, so that a value may grow. Throws
-    // std::bad_alloc.
-    LineRef Allocate(std::size_t size) {
+    // Where the next line of a corner goes: room that is kept for lines which are looked at together. Zero
+    // before the first.
+    using Corner = std::uint32_t;
+
+    // Room for a line of `size` bytes, line end included, and a little more, so that a value may grow; in a
+    // corner, unless the line is long or the corner is null. Throws std::bad_alloc.
+    LineRef Allocate(std::size_t size, Corner* corner = nullptr) {
         const std::size_t room = (sizeof(Head) + size + kGranule) / kGranule * kGranule;
-        if (room > m_left)
-            AddBlock(room);
-        const auto line = static_cast<LineRef>(kFirstInArena + (m_reached - m_left) / kGranule);
-        m_left -= room;
-        m_used += room;
+        const LineRef line = corner == nullptr || room > kCorner / 2 ? Take(room) : TakeOf(corner, room);
         const Head head{static_cast<std::uint32_t>(size),
                         static_cast<std::uint16_t>(room - sizeof(Head) - size), m_epoch};
         std::memcpy(Place(line), &head, sizeof head);
@@ -93,6 +94,8 @@ private:
 
     static constexpr std::size_t kGranule = 16;  // lines begin at multiples of it
     static constexpr std::size_t kBlock = std::size_t{64} * 1024;
+    static constexpr std::size_t kCorner = 512;  // some lines, and little to lose when one is all that comes
+    static constexpr std::uint32_t kGranulesOfACorner = kCorner / kGranule;
     static constexpr std::uint64_t kMostBytes = std::uint64_t{kNoLine - kFirstInArena} * kGranule;
 
     // Blocks are numbered through; a block for one long line counts as several.
@@ -106,6 +109,25 @@ private:
         Head head{};
         std::memcpy(&head, Place(line), sizeof head);
         return head;
+    }
+
+    LineRef Take(std::size_t room) {
+        if (room > m_left)
+            AddBlock(room);
+        const auto line = static_cast<LineRef>(kFirstInArena + (m_reached - m_left) / kGranule);
+        m_left -= room;
+        m_used += room;
+        return line;
+    }
+
+    // Corners begin at multiples of their size: a place tells how much is left.
+    LineRef TakeOf(Corner* corner, std::size_t room) {
+        const auto granules = static_cast<std::uint32_t>(room / kGranule);
+        if (granules > (0 - *corner) % kGranulesOfACorner) {
+            m_left -= m_left % kCorner;
+            *corner = Take(kCorner);
+        }
+        return std::exchange(*corner, *corner + granules);
     }
 
     void AddBlock(std::size_t needed) {

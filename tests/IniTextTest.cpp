@@ -7,6 +7,8 @@
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
+#include <map>
 #include <random>
 #include <set>
 #include <unordered_map>
@@ -115,6 +117,35 @@ TEST(LineArena, KeepsLinesOfAllSizes) {
     }
     for (const auto& [line, text] : lines)
         ASSERT_EQ(arena.Raw(line), text);
+}
+
+// Sections are edited in turns; what changes in one of them lies together all the same.
+TEST(LineArena, LinesOfACornerLieTogether) {
+    MeterUtil::LineArena arena;
+    MeterUtil::LineArena::Corner corners[20] = {};
+    std::vector<std::pair<MeterUtil::LineRef, std::string>> lines;
+    std::map<std::ptrdiff_t, std::set<std::size_t>> neighbours;  // corners, by 512 bytes of memory
+    const char* const start = arena.Address(arena.Allocate(1));
+    for (int i = 0; i < 400; ++i) {
+        const std::size_t number = static_cast<std::size_t>(i) % std::size(corners);
+        const std::size_t size = static_cast<std::size_t>(i) * 7 % 240;
+        const MeterUtil::LineRef line = arena.Allocate(size, &corners[number]);
+        if (i % 3 == 0)
+            arena.Allocate(100);  // what belongs to no section goes on beside them
+        const std::string text(size, static_cast<char>('a' + i % 26));
+        std::copy(text.begin(), text.end(), arena.Writable(line));
+        lines.emplace_back(line, text);
+        if (arena.Blocks().size() == 1)
+            neighbours[(arena.Address(line) - start) / 512].insert(number);
+    }
+    for (const auto& [line, text] : lines)
+        ASSERT_EQ(arena.Raw(line), text);
+    EXPECT_GT(neighbours.size(), std::size(corners));
+    for (const auto& [place, numbers] : neighbours)
+        EXPECT_EQ(numbers.size(), 1U) << place;
+    const std::size_t used = arena.UsedBytes();
+    arena.Allocate(300, &corners[0]);
+    EXPECT_EQ(arena.UsedBytes() - used, 320U) << "a long line needs no corner";
 }
 
 // What a snapshot refers to is shared with the text: changes must not show through, nor pieces be released.
