@@ -32,9 +32,15 @@ IniText::IniText() {
 // ---- loading
 
 void IniText::BeginLoad(std::size_t bytes) {
+    // What a record or an appendix takes: tables that grow among each other leave holes in the memory.
+    constexpr std::size_t kBytesOfASection = 2048;
+    const std::size_t sections = bytes / kBytesOfASection + 2;
     m_lineEnd = kCrLf;
     m_hasByteOrderMark = false;
     m_sections.clear();
+    m_sections.reserve(sections);
+    m_order.reserve(sections);
+    m_firstLine.reserve(sections);
     m_order.assign(1, 0);
     m_firstLine.assign(1, 0);
     m_sections.emplace_back();
