@@ -21,7 +21,7 @@ constexpr std::uint32_t kAhead = 6;  // lines whose text is on its way while tha
 
 constexpr std::size_t kCacheLine = 64;  // bytes that the processor fetches at once
 constexpr std::uint32_t kLinesAtOnce = kCacheLine / sizeof(LineRef);
-constexpr std::uint32_t kMostAhead = 8 * kLinesAtOnce;  // more lines are not fetched ahead
+constexpr std::uint32_t kLinesOfARecord = 4 * kLinesAtOnce;
 
 }  // namespace
 
@@ -195,19 +195,19 @@ IniText::Section IniText::FirstOf(std::uint32_t hash, const SectionData& section
     return m_names.Find(hash, [&](Section id) { return HaveOneName(m_sections[id], section); });
 }
 
-// What the search for a key will touch, all of which may be far from the processor.
+// What the search for a key will touch, all of which may be far from the processor: as much as a record takes,
+// also of a short section, as it costs less to fetch too much than to decide.
 void IniText::Prefetch(const SectionData& section) const {
+    const auto prefetch = [](const std::uint32_t* lines) {
+        for (std::uint32_t i = 0; i < kLinesOfARecord; i += kLinesAtOnce)
+            Platform::Prefetch(lines + i);
+    };
     const std::uint8_t* const tags = Tags(section);
     Platform::Prefetch(tags);
     Platform::Prefetch(tags + section.count);
-    const std::uint32_t count = std::min(section.count, kMostAhead);
-    const std::uint32_t* const starts = m_lines.starts.get() + section.first;
-    for (std::uint32_t i = 0; i <= count; i += kLinesAtOnce)
-        Platform::Prefetch(starts + i);
-    if (!section.edited.Exists())
-        return;
-    for (std::uint32_t i = 0; i <= count; i += kLinesAtOnce)
-        Platform::Prefetch(section.edited.Lines() + i);
+    prefetch(m_lines.starts.get() + section.first);
+    if (section.edited.Exists())
+        prefetch(section.edited.Lines());
 }
 
 // The text of the lines comes from far away, in the order of the file: it is fetched some lines ahead.
