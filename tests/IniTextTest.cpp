@@ -168,18 +168,34 @@ TEST(IniTextMemory, SnapshotsStayAsTheyWere) {
         ASSERT_EQ(Joined(snapshots[i]), expected[i]) << i;
 }
 
-// More snapshots than the lines can tell apart.
+// More snapshots than the lines can tell apart: what was changed between the first two of them must not pass
+// for changed since the last when the count begins again.
 TEST(IniTextMemory, AnyNumberOfSnapshotsMayBeTaken) {
+    constexpr int kSnapshots = 65530;
+    constexpr int kTries = 10;  // one of them comes just when the count begins again
     IniText text;
-    text.Load(Bytes("[a]\nk=1\n"));
-    text.SetValue(text.FindSection("a"), "k", "first");
+    std::string file = "[a]\n";
+    for (int i = 0; i < kTries; ++i)
+        file += "k" + std::to_string(i) + "=1\n";
+    for (int i = 0; i < kTries; ++i)
+        file += "[b" + std::to_string(i) + "]\n";
+    text.Load(Bytes(file));
+    const auto change = [&](int i, const std::string& value) {
+        text.SetValue(text.FindSection("a"), "k" + std::to_string(i), value);
+        text.SetLine(static_cast<std::uint32_t>(1 + kTries + i), "[" + value + std::to_string(i) + "]");
+    };
+    text.Snapshot();
+    for (int i = 0; i < kTries; ++i)
+        change(i, "first");
+    const std::string expected = Joined(text);
     const MeterUtil::TextSnapshot first = text.Snapshot();
-    for (int i = 0; i < 70000; ++i) {
-        const MeterUtil::TextSnapshot snapshot = text.Snapshot();
-        text.SetValue(text.FindSection("a"), "k", "other");
-        ASSERT_EQ(Joined(first), "[a]\nk=first\n") << i;
+    for (int i = 0; i < kSnapshots + kTries; ++i) {
+        text.Snapshot();
+        if (i >= kSnapshots)
+            change(i - kSnapshots, "other");
+        ASSERT_TRUE(i < kSnapshots || Joined(first) == expected) << i;
     }
-    EXPECT_EQ(Joined(text), "[a]\nk=other\n");
+    EXPECT_EQ(Joined(text).find("first"), std::string::npos);
 }
 
 TEST(IniTextMemory, AGrowingTextDoesNotMove) {
@@ -222,6 +238,21 @@ TEST(IniTextPieces, EndsWithThePieceThatIsRefused) {
             EXPECT_EQ(taken, refused > all);
             EXPECT_EQ(calls, std::min(refused, all));
         }
+    }
+}
+
+TEST(IniTextPieces, EndWithARefusedOneAmongMany) {
+    IniText text;
+    text.Load(Bytes("[a]\n[b]\n[c]\nk=1\n"));
+    for (int i = 0; i < 600; ++i)
+        text.SetValue(text.FindSection("b"), "k" + std::to_string(i), "1");
+    text.SetLine(0, "[first]");
+    const std::size_t all = PiecesOf(text).size();
+    ASSERT_GT(all, 600U);
+    for (std::size_t refused = 1; refused <= all; ++refused) {
+        std::size_t calls = 0;
+        EXPECT_FALSE(text.ForEach([&](std::string_view) { return ++calls != refused; }));
+        EXPECT_EQ(calls, refused);
     }
 }
 
