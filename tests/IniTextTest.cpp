@@ -242,11 +242,16 @@ TEST(IniTextPieces, EndsWithThePieceThatIsRefused) {
 }
 
 TEST(IniTextPieces, EndWithARefusedOneAmongMany) {
+    constexpr std::uint32_t kSections = 300;
+    std::string file;
+    for (std::uint32_t i = 0; i < kSections; ++i)
+        file += "[" + std::to_string(i) + "]\nk=1\n";
     IniText text;
-    text.Load(Bytes("[a]\n[b]\n[c]\nk=1\n"));
-    for (int i = 0; i < 600; ++i)
-        text.SetValue(text.FindSection("b"), "k" + std::to_string(i), "1");
-    text.SetLine(0, "[first]");
+    text.Load(Bytes(file));
+    for (std::uint32_t i = 0; i < kSections; ++i)
+        text.SetLine(2 * i, "[renamed " + std::to_string(i) + "]");
+    for (int i = 0; i < 300; ++i)
+        text.SetValue(text.FindSection("renamed 150"), "k" + std::to_string(i), "1");
     const std::size_t all = PiecesOf(text).size();
     ASSERT_GT(all, 600U);
     for (std::size_t refused = 1; refused <= all; ++refused) {
