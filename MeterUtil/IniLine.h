@@ -122,6 +122,7 @@ inline std::uint64_t FoldedEnd(std::string_view name) {
     return ToLower8(LastBytes(name));
 }
 
+// One step of a hash.
 inline std::uint64_t MixedHash(std::uint64_t hash, std::uint64_t bytes) {
     hash = (hash ^ bytes) * kHashFactor;
     return hash ^ hash >> 32U;

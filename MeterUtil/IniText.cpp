@@ -3,25 +3,20 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdlib>
+#include <cstring>
 #include <functional>
 #include <new>
 #include <utility>
 
 #include "MeterUtil/IniLine.h"
 #include "MeterUtil/KeyTag.h"
-#include "MeterUtil/LineStarts.h"
 #include "Platform/Prefetch.h"
 
 namespace MeterUtil {
 namespace {
 
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
-
-constexpr std::uint32_t kAhead = 6;  // lines whose text is on its way while that of one is looked at
-
-constexpr std::size_t kCacheLine = 64;  // bytes that the processor fetches at once
-constexpr std::uint32_t kLinesAtOnce = kCacheLine / sizeof(LineRef);
-constexpr std::uint32_t kLinesOfARecord = 4 * kLinesAtOnce;
 
 }  // namespace
 
@@ -114,8 +109,7 @@ void IniText::OpenSection(std::string_view raw) {
     CloseSection();
     SectionData section;
     section.header = m_loading->starts.Count();
-    section.nameEnd = FoldedEnd(name);
-    section.nameSize = static_cast<std::uint32_t>(name.size());
+    SetName(section, name);
     section.first = section.header + 1;
     section.position = static_cast<std::uint32_t>(m_order.size());
     m_order.push_back(static_cast<Section>(m_sections.size()));
@@ -162,15 +156,15 @@ std::string_view IniText::NameOf(const SectionData& section) const {
     return header.substr(header.find('[') + 1, section.nameSize);
 }
 
+void IniText::SetName(SectionData& section, std::string_view name) {
+    section.nameEnd = FoldedEnd(name);
+    section.nameSize = static_cast<std::uint32_t>(name.size());
+}
+
 // Most names are short: the section tells without its header being looked at.
 bool IniText::HasName(const SectionData& section, std::string_view name) const {
     return section.nameSize == name.size() && section.nameEnd == FoldedEnd(name) &&
            (name.size() <= kWordBytes || MeterText::EqualIgnoringCase(NameOf(section), name));
-}
-
-bool IniText::HaveOneName(const SectionData& a, const SectionData& b) const {
-    return a.nameSize == b.nameSize && a.nameEnd == b.nameEnd &&
-           (a.nameSize <= kWordBytes || MeterText::EqualIgnoringCase(NameOf(a), NameOf(b)));
 }
 
 // ---- finding
@@ -192,12 +186,13 @@ std::uint32_t IniText::HashOf(const SectionData& section) const {
 
 // The first section of the name.
 IniText::Section IniText::FirstOf(std::uint32_t hash, const SectionData& section) const {
-    return m_names.Find(hash, [&](Section id) { return HaveOneName(m_sections[id], section); });
+    return m_names.Find(hash, [&](Section id) { return HasName(m_sections[id], NameOf(section)); });
 }
 
-// What the search for a key will touch, all of which may be far from the processor: as much as a record takes,
-// also of a short section, as it costs less to fetch too much than to decide.
+// What the search for a key will touch, all of which may be far from the processor: as much as a record
+// takes, also of a short section, as it costs less to fetch too much than to decide.
 void IniText::Prefetch(const SectionData& section) const {
+    constexpr std::uint32_t kLinesAtOnce = Platform::kCacheLine / sizeof(LineRef);
     const auto prefetch = [](const std::uint32_t* lines) {
         for (std::uint32_t i = 0; i < kLinesOfARecord; i += kLinesAtOnce)
             Platform::Prefetch(lines + i);
@@ -212,6 +207,7 @@ void IniText::Prefetch(const SectionData& section) const {
 
 // The text of the lines comes from far away, in the order of the file: it is fetched some lines ahead.
 void IniText::Tag(SectionData& section) {
+    constexpr std::uint32_t kAhead = 6;
     const bool isInBase = !section.edited.Exists();
     std::uint8_t* const tags = isInBase ? m_tags.get() + section.first : section.edited.Tags();
     for (std::uint32_t i = 0; i < section.count; ++i) {

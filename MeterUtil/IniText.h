@@ -13,8 +13,6 @@
 #pragma once
 
 #include <cstdint>
-#include <cstdlib>
-#include <cstring>
 #include <functional>
 #include <initializer_list>
 #include <map>
@@ -29,6 +27,7 @@
 #include "MeterUtil/LineStarts.h"
 #include "MeterUtil/NameTable.h"
 #include "Platform/Platform.h"
+#include "Platform/Prefetch.h"
 
 namespace MeterUtil {
 
@@ -92,7 +91,7 @@ public:
 
 private:
     // One line of the processor's cache.
-    struct alignas(64) SectionData {
+    struct alignas(Platform::kCacheLine) SectionData {
         std::uint64_t nameEnd = 0;  // of the name, folded: all of it when it is short
         std::uint32_t nameSize = 0;
         LineRef header = kNoLine;  // none for the lines before the first header
@@ -107,7 +106,7 @@ private:
         bool tagged = false;
         bool hasBracketLines = false;  // a line behind the header may begin with '['
     };
-    static_assert(sizeof(SectionData) == 64);
+    static_assert(sizeof(SectionData) == Platform::kCacheLine);
 
     struct Copy {
         std::string header;  // as it stood when the section was deleted
@@ -150,7 +149,7 @@ private:
     std::string_view LineEndFor(std::string_view text) const;
     std::string_view NameOf(const SectionData& section) const;
     bool HasName(const SectionData& section, std::string_view name) const;
-    bool HaveOneName(const SectionData& a, const SectionData& b) const;
+    static void SetName(SectionData& section, std::string_view name);
     void SetHeader(SectionData& section, LineRef header) noexcept;
     std::size_t SizeOf(const LineList& lines) const;
     bool BeginsWithBracket(LineRef line) const;
@@ -214,7 +213,7 @@ private:
     void Rebase(std::size_t textBytes);
 
     LineSource m_lines;
-    std::unique_ptr<std::uint8_t[], LineStarts::Free> m_tags;  // of the base's lines
+    std::unique_ptr<std::uint8_t[], Platform::FreeBlock> m_tags;  // of the base's lines
     std::unique_ptr<Loading> m_loading;
 
     std::vector<SectionData> m_sections;  // by Section

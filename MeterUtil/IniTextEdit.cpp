@@ -1,6 +1,7 @@
 // Editing a text: lines and sections come, change and go. Every edit first prepares what may run out of
 // memory and then commits, so that a failed edit changes nothing.
 #include <algorithm>
+#include <cstdlib>
 #include <new>
 
 #include "MeterUtil/IniLine.h"
@@ -17,8 +18,6 @@ void Reserve(std::vector<Element>& elements, std::size_t more = 1) {
     if (elements.capacity() - elements.size() < more)
         elements.reserve(elements.size() + std::max({more, elements.size() / 2, kFew}));
 }
-
-constexpr std::uint32_t kLinesOfARecord = 64;  // room that a new section begins with: most fit
 
 }  // namespace
 
@@ -310,8 +309,7 @@ void IniText::SetHeader(SectionData& section, LineRef header) noexcept {
     std::string_view name;
     IsHeader(m_lines.Raw(header), &name);
     section.header = header;
-    section.nameEnd = FoldedEnd(name);
-    section.nameSize = static_cast<std::uint32_t>(name.size());
+    SetName(section, name);
 }
 
 // Makes room for one section more.
@@ -506,16 +504,16 @@ void IniText::Rebase(std::size_t textBytes) {
     const std::size_t startCount = std::size_t{m_lineCount} + 1;
     Platform::FileBytes bytes;
     bytes.data.reset(static_cast<char*>(std::malloc(textBytes + 1)));
-    std::unique_ptr<std::uint32_t[], LineStarts::Free> starts(
+    std::unique_ptr<std::uint32_t[], Platform::FreeBlock> starts(
         static_cast<std::uint32_t*>(std::malloc(startCount * sizeof(std::uint32_t))));
-    std::unique_ptr<std::uint8_t[], LineStarts::Free> tags(
+    std::unique_ptr<std::uint8_t[], Platform::FreeBlock> tags(
         static_cast<std::uint8_t*>(std::calloc(startCount, 1)));
     if (bytes.data == nullptr || starts == nullptr || tags == nullptr)
         throw std::bad_alloc();
     char* const base = bytes.data.get();
     std::uint32_t* const places = starts.get();
     std::shared_ptr<const char> owner = OwnBlock(std::move(bytes));
-    std::shared_ptr<const std::uint32_t> ownedStarts(starts.release(), LineStarts::Free());
+    std::shared_ptr<const std::uint32_t> ownedStarts(starts.release(), Platform::FreeBlock());
 
     char* next = base;
     std::uint32_t line = 0;

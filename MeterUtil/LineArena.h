@@ -23,8 +23,6 @@ constexpr LineRef kFirstInArena = 0x80000000U;
 // until the arena is frozen. A copy shares the lines that were given out.
 class LineArena {
 public:
-    using Block = std::shared_ptr<char[]>;
-
     // Where the next line of a corner goes: room that is kept for lines which are looked at together. Zero
     // before the first.
     using Corner = std::uint32_t;
@@ -81,7 +79,6 @@ public:
         std::memcpy(Place(line), &head, sizeof head);
     }
 
-    const std::vector<Block>& Blocks() const { return m_blocks; }
     std::size_t UsedBytes() const { return m_used; }
 
 private:
@@ -124,7 +121,7 @@ private:
     LineRef TakeOf(Corner* corner, std::size_t room) {
         const auto granules = static_cast<std::uint32_t>(room / kGranule);
         if (granules > (0 - *corner) % kGranulesOfACorner) {
-            m_left -= m_left % kCorner;
+            Take(m_left % kCorner);  // which no line gets
             *corner = Take(kCorner);
         }
         return std::exchange(*corner, *corner + granules);
@@ -135,7 +132,7 @@ private:
         if (m_reached + std::uint64_t{size} > kMostBytes)
             throw std::bad_alloc();
         m_places.resize((m_reached + size) / kBlock);  // what a failure leaves there is made anew
-        const Block block(new char[size]);
+        const std::shared_ptr<char[]> block(new char[size]);
         m_blocks.push_back(block);
         for (std::size_t at = 0; at < size; at += kBlock)
             m_places[(m_reached + at) / kBlock] = block.get() + at;
@@ -143,7 +140,7 @@ private:
         m_left = size;
     }
 
-    std::vector<Block> m_blocks;
+    std::vector<std::shared_ptr<char[]>> m_blocks;
     std::vector<char*> m_places;  // of each 64 kB
     std::size_t m_reached = 0;    // bytes of all blocks
     std::size_t m_left = 0;       // of them, in the last one

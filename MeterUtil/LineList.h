@@ -11,6 +11,8 @@
 
 namespace MeterUtil {
 
+constexpr std::uint32_t kLinesOfARecord = 64;  // hardly one has more
+
 // Lines and their tags in one block: a search looks at the tags and then at one line.
 class LineList {
 public:

@@ -19,7 +19,7 @@ struct LineRun {
 };
 
 // The base, a block that never changes, with the places of its lines, and the arena of what was changed. A
-// copy shares the bytes, and gives out what it gave out when it was made as long as the arena was frozen then.
+// copy shares the bytes; when the arena is frozen they stay what they were.
 struct LineSource {
     std::shared_ptr<const char> base;
     std::shared_ptr<const std::uint32_t> starts;  // of the base's lines, and its end
@@ -36,8 +36,8 @@ struct LineSource {
         return {base.get() + start[0], start[run.count] - start[0]};
     }
 
-    // Hands out each run as one piece, until `take` wants no more. They may lie anywhere in memory: both ends of
-    // each are on their way while the runs before it are handed out.
+    // Hands out each run as one piece, until `take` wants no more. They may lie anywhere in memory: both ends
+    // of each are on their way while the runs before it are handed out.
     template <typename Take>
     bool ForEach(const LineRun* runs, std::size_t count, Take take) const {
         constexpr std::size_t kAhead = 16;
@@ -52,14 +52,13 @@ struct LineSource {
         return true;
     }
 
-    // Fetches what is looked at of lines: where they begin and where they end. The end of a line of the arena,
-    // which tells its size itself, mostly is not far from its beginning.
+    // Fetches what is looked at of lines: where they begin and where they end. The end of a line of the
+    // arena, which tells its size itself, mostly is not far from its beginning.
     void Prefetch(LineRun run) const {
-        constexpr std::size_t kCacheLine = 64;
         if (run.first >= kFirstInArena) {
             const char* const place = arena.Address(run.first);
             Platform::Prefetch(place);
-            Platform::Prefetch(place + kCacheLine);
+            Platform::Prefetch(place + Platform::kCacheLine);
             return;
         }
         const std::string_view raw = Raw(run);

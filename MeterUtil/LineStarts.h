@@ -51,10 +51,6 @@ void ForEachLineEnd(const char* begin, const char* end, Found found) {
 // Where the lines of a text begin, in the order of the file, while it is loaded. Throws std::bad_alloc.
 class LineStarts {
 public:
-    struct Free {
-        void operator()(void* block) const noexcept { std::free(block); }
-    };
-
     // Makes room for the lines of so many bytes: most files have longer lines, so that it need not grow.
     explicit LineStarts(std::size_t bytes) {
         constexpr std::size_t kShortLine = 32;
@@ -77,7 +73,7 @@ public:
     // Gives the table away, without the room that was not needed.
     std::shared_ptr<const std::uint32_t> Take() {
         Resize(m_count);
-        return {m_block.release(), Free()};
+        return {m_block.release(), Platform::FreeBlock()};
     }
 
 private:
@@ -91,7 +87,7 @@ private:
         m_room = room;
     }
 
-    std::unique_ptr<std::uint32_t[], Free> m_block;
+    std::unique_ptr<std::uint32_t[], Platform::FreeBlock> m_block;
     std::size_t m_count = 0;
     std::size_t m_room = 0;
 };

@@ -212,6 +212,7 @@ bool CMeterIniFile::WriteString(const char* section, const char* key, const char
     std::string_view text;
     if (m_store == nullptr || !TakeSection(section, &sectionName))
         return false;
+    // The section is on its way from memory while the key is checked, and the entry while the value is.
     m_store->text.Expect(sectionName);
     if (!TakeKey(key, &keyName))
         return false;

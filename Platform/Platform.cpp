@@ -129,8 +129,10 @@ bool ReadToEnd(System::File file, std::uint64_t expectedSize, std::uint64_t most
         if (count <= 0)
             return count == 0;
         bytes->size += static_cast<std::size_t>(count);
-        if (bytes->size > mostBytes || (read != nullptr && !read({bytes->data.get(), bytes->size},
-                                                                 static_cast<std::size_t>(expectedSize))))
+        if (bytes->size > mostBytes)
+            return false;
+        if (read != nullptr &&
+            !read({bytes->data.get(), bytes->size}, static_cast<std::size_t>(expectedSize)))
             return false;
         if (bytes->size < room)
             continue;

@@ -109,7 +109,7 @@ bool AppendFile(const std::wstring& path, std::string_view head, const std::wstr
 
 // A block of memory from malloc that frees itself.
 struct FreeBlock {
-    void operator()(char* block) const noexcept { std::free(block); }
+    void operator()(void* block) const noexcept { std::free(block); }
 };
 struct FileBytes {
     std::unique_ptr<char[], FreeBlock> data;

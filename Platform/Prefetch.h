@@ -1,7 +1,11 @@
 // Tells the processor which memory is needed next, so that several waits become one.
 #pragma once
 
+#include <cstddef>
+
 namespace Platform {
+
+constexpr std::size_t kCacheLine = 64;  // bytes that the processor fetches at once
 
 // Never fails; the address need not be valid.
 inline void Prefetch(const void* address) noexcept {
