@@ -21,7 +21,7 @@
 // Conventions: sizes are in bytes, terminator included. A null output, or a size below 1, means that the
 // output is not wanted. Outputs are emptied first and always terminated; longer text is cut. A null input
 // counts as an empty text where a value is expected and is refused where a name is. Nothing throws: without
-// memory an operation fails. Files of up to 4 GiB - 1 bytes are held.
+// memory an operation fails. Files of up to 4 GiB - 1 bytes and 2^31 lines are held.
 //
 // Threads: one thread at a time uses a store. A store that saves in the background does that on a thread of
 // its own, with a snapshot; the store may be used meanwhile.
