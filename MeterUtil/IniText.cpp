@@ -205,18 +205,29 @@ void IniText::Prefetch(const SectionData& section) const {
         prefetch(section.edited.Lines());
 }
 
-// The text of the lines comes from far away, in the order of the file: it is fetched some lines ahead.
 void IniText::Tag(SectionData& section) {
-    constexpr std::uint32_t kAhead = 6;
-    const bool isInBase = !section.edited.Exists();
-    std::uint8_t* const tags = isInBase ? m_tags.get() + section.first : section.edited.Tags();
-    for (std::uint32_t i = 0; i < section.count; ++i) {
-        if (isInBase && i + kAhead < section.count)
-            Platform::Prefetch(Raw(section, i + kAhead).data());
-        tags[i] = LineTag(Raw(section, i));
+    std::uint8_t* tags = section.edited.Tags();
+    if (section.edited.Exists()) {
+        std::transform(section.edited.begin(), section.edited.end(), tags,
+                       [&](LineRef line) { return LineTag(m_lines.Raw(line)); });
+    } else {
+        tags = m_tags.get() + section.first;
+        TagBase(section.first, section.count);
     }
     section.leading = static_cast<std::uint32_t>(std::find(tags, tags + section.count, kNoEntryTag) - tags);
     section.tagged = true;
+}
+
+// The text of the lines comes from far away, in the order of the file: it is fetched some lines ahead.
+void IniText::TagBase(std::uint32_t first, std::uint32_t count) {
+    constexpr std::uint32_t kAhead = 6;
+    const char* const base = m_lines.base.get();
+    const std::uint32_t* const starts = m_lines.starts.get();
+    const std::uint32_t end = first + count;
+    for (std::uint32_t line = first; line < end; ++line) {
+        Platform::Prefetch(base + starts[std::min(line + kAhead, end)]);
+        m_tags[line] = LineTag({base + starts[line], starts[line + 1] - starts[line]});
+    }
 }
 
 std::uint32_t IniText::FindEntry(Section id, std::string_view key, std::string_view* value) {

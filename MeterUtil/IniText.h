@@ -160,6 +160,7 @@ private:
 
     // finding
     void Tag(SectionData& section);
+    void TagBase(std::uint32_t first, std::uint32_t count);
     std::uint32_t HashOf(const SectionData& section) const;
     Section FirstOf(std::uint32_t hash, const SectionData& section) const;
     std::uint32_t FindEntry(Section id, std::string_view key, std::string_view* value);

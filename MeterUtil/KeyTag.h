@@ -12,6 +12,10 @@
 
 #include "MeterUtil/IniLine.h"
 
+#if defined(__GNUC__) && defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 namespace MeterUtil {
 
 constexpr std::uint8_t kNoEntryTag = 0;
@@ -68,20 +72,47 @@ inline std::uint8_t PartsTag(std::string_view line) {
     return SplitEntry(line, &key, &value) ? KeyTag(key) : kNoEntryTag;
 }
 
+#if defined(__GNUC__) && defined(__SSE2__)
+// Takes the key from the first sixteen bytes of a line. False when that is not so plain.
+inline bool TakePlainKey(const char* line, KeyHead* key) {
+    static constexpr char kKept[2 * KeyHead::kBytes] = {-1, -1, -1, -1, -1, -1, -1, -1,
+                                                        -1, -1, -1, -1, -1, -1, -1, -1};
+    __m128i bytes;
+    std::memcpy(&bytes, line, sizeof bytes);
+    const auto marks = [](__m128i found) { return static_cast<std::uint32_t>(_mm_movemask_epi8(found)); };
+    const std::uint32_t equals = marks(_mm_cmpeq_epi8(bytes, _mm_set1_epi8('=')));
+    const std::uint32_t blanks = marks(_mm_cmpeq_epi8(_mm_min_epu8(bytes, _mm_set1_epi8(' ')), bytes));
+    const std::uint32_t inKey = (equals & (~equals + 1)) - 1;
+    if (equals == 0 || inKey == 0 || (blanks & inKey) != 0)
+        return false;
+    __m128i kept;
+    std::memcpy(&kept, kKept + KeyHead::kBytes - __builtin_ctz(equals), sizeof kept);
+    kept = _mm_and_si128(kept, bytes);
+    std::memcpy(key, &kept, sizeof *key);
+    return true;
+}
+#else
+inline bool TakePlainKey(const char* line, KeyHead* key) {
+    if (!LowByteFirst())
+        return false;
+    std::memcpy(key, line, sizeof *key);
+    const std::uint64_t equals = BytesBelow(key->first ^ EachByte('='), 1);
+    const std::uint64_t laterEquals = BytesBelow(key->second ^ EachByte('='), 1);
+    const std::uint64_t inFirst = BytesBefore(equals);
+    const std::uint64_t inSecond = equals != 0 ? 0 : BytesBefore(laterEquals);
+    const std::uint64_t blanks =
+        BytesBelow(key->first | ~inFirst, ' ' + 1) | BytesBelow(key->second | ~inSecond, ' ' + 1);
+    *key = {key->first & inFirst, key->second & inSecond};
+    return (equals | laterEquals) != 0 && inFirst != 0 && blanks == 0;
+}
+#endif
+
 // The tag of a line's key; kNoEntryTag for a line that is no entry. The line may have its line end.
 inline std::uint8_t LineTag(std::string_view line) {
-    if (!LowByteFirst() || line.size() < KeyHead::kBytes || line.front() == ';')
+    KeyHead key{};
+    if (line.size() < KeyHead::kBytes || line.front() == ';' || !TakePlainKey(line.data(), &key))
         return PartsTag(line);
-    const KeyHead head{LastBytes(line.substr(0, kWordBytes)), LastBytes(line.substr(kWordBytes, kWordBytes))};
-    const std::uint64_t equals = BytesBelow(head.first ^ EachByte('='), 1);
-    const std::uint64_t laterEquals = BytesBelow(head.second ^ EachByte('='), 1);
-    const std::uint64_t key = BytesBefore(equals);
-    const std::uint64_t laterKey = equals != 0 ? 0 : BytesBefore(laterEquals);
-    const std::uint64_t blanks =
-        BytesBelow(head.first | ~key, ' ' + 1) | BytesBelow(head.second | ~laterKey, ' ' + 1);
-    if ((equals | laterEquals) == 0 || key == 0 || blanks != 0)
-        return PartsTag(line);
-    return TagOf({head.first & key, head.second & laterKey});
+    return TagOf(key);
 }
 
 }  // namespace MeterUtil
