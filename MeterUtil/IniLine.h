@@ -22,6 +22,14 @@ inline std::string_view LineEndOf(std::string_view raw) {
     return raw.size() > 1 && raw[raw.size() - 2] == '\r' ? kCrLf : kLf;
 }
 
+// Puts a line end behind a text, where there is room for it.
+inline void PutLineEnd(char* at, std::string_view lineEnd) {
+    if (lineEnd.size() == kCrLf.size())
+        std::memcpy(at, kCrLf.data(), kCrLf.size());
+    else if (!lineEnd.empty())
+        *at = kLf.front();
+}
+
 inline std::string_view WithoutLineEnd(std::string_view raw) {
     return raw.substr(0, raw.size() - LineEndOf(raw).size());
 }
@@ -56,6 +64,11 @@ inline bool SplitEntry(std::string_view text, std::string_view* key, std::string
 
 // True when the text is an entry with this key, which has no blanks around it; `value` is then its value.
 inline bool IsEntryOf(std::string_view text, std::string_view key, std::string_view* value) {
+    // Most are asked for as they are written.
+    if (text.size() > key.size() && text[key.size()] == '=' && text.substr(0, key.size()) == key) {
+        *value = text.substr(key.size() + 1);
+        return true;
+    }
     std::size_t at = 0;
     while (at < text.size() && MeterText::IsBlank(text[at]))
         ++at;
@@ -133,12 +146,17 @@ inline std::uint32_t HashOfEnd(std::uint64_t hash, std::uint64_t end) {
     return static_cast<std::uint32_t>((MixedHash(hash, end) * kHashFactor) >> 32U);
 }
 
-// A hash that is the same for names that differ in the case of letters alone.
-inline std::uint32_t FoldedHash(std::string_view name) {
+// A hash that is the same for names that differ in the case of letters alone. `end` is the folded end of the
+// name.
+inline std::uint32_t HashWithEnd(std::string_view name, std::uint64_t end) {
     std::uint64_t hash = name.size() * kHashFactor;
     for (std::size_t taken = 0; name.size() - taken > kWordBytes; taken += kWordBytes)
         hash = MixedHash(hash, FoldedEnd(name.substr(taken, kWordBytes)));
-    return HashOfEnd(hash, FoldedEnd(name));
+    return HashOfEnd(hash, end);
+}
+
+inline std::uint32_t FoldedHash(std::string_view name) {
+    return HashWithEnd(name, FoldedEnd(name));
 }
 
 // The same for a name of eight bytes at most, of which size and folded end are known.

@@ -162,18 +162,25 @@ void IniText::SetName(SectionData& section, std::string_view name) {
 }
 
 // Most names are short: the section tells without its header being looked at.
-bool IniText::HasName(const SectionData& section, std::string_view name) const {
-    return section.nameSize == name.size() && section.nameEnd == FoldedEnd(name) &&
-           (name.size() <= kWordBytes || MeterText::EqualIgnoringCase(NameOf(section), name));
+bool IniText::HasName(const SectionData& section, const SoughtName& sought) const {
+    return section.nameEnd == sought.end && section.nameSize == sought.name.size() &&
+           (section.nameSize <= kWordBytes || MeterText::EqualIgnoringCase(NameOf(section), sought.name));
 }
 
 // ---- finding
 
-IniText::Section IniText::FindSection(std::string_view name) const {
-    return m_names.Find(FoldedHash(name), [&](Section id) {
+IniText::SoughtName IniText::Seek(std::string_view name) const {
+    const std::uint64_t end = FoldedEnd(name);
+    const SoughtName sought{name, end, HashWithEnd(name, end)};
+    m_names.Prefetch(sought.hash);
+    return sought;
+}
+
+IniText::Section IniText::FindSection(const SoughtName& sought) const {
+    return m_names.Find(sought.hash, [&](Section id) {
         const SectionData& section = m_sections[id];
         Prefetch(section);
-        return HasName(section, name);
+        return HasName(section, sought);
     });
 }
 
@@ -186,7 +193,8 @@ std::uint32_t IniText::HashOf(const SectionData& section) const {
 
 // The first section of the name.
 IniText::Section IniText::FirstOf(std::uint32_t hash, const SectionData& section) const {
-    return m_names.Find(hash, [&](Section id) { return HasName(m_sections[id], NameOf(section)); });
+    return m_names.Find(
+        hash, [&](Section id) { return HasName(m_sections[id], {NameOf(section), section.nameEnd, hash}); });
 }
 
 // What the search for a key will touch, all of which may be far from the processor: as much as a record
@@ -230,8 +238,9 @@ void IniText::TagBase(std::uint32_t first, std::uint32_t count) {
     }
 }
 
-std::uint32_t IniText::FindEntry(Section id, std::string_view key, std::string_view* value) {
-    SectionData& section = m_sections[id];
+// The index of the entry with this key; `value` is then a part of its line.
+std::uint32_t IniText::FindEntry(SectionData& section, std::string_view key, std::string_view* line,
+                                 std::string_view* value) {
     if (!section.tagged)
         Tag(section);
     const std::uint8_t* const tags = Tags(section);
@@ -241,9 +250,10 @@ std::uint32_t IniText::FindEntry(Section id, std::string_view key, std::string_v
         if (found == nullptr)
             return kNoIndex;
         i = static_cast<std::uint32_t>(static_cast<const std::uint8_t*>(found) - tags);
-        const LineRef line = LineOf(section, i);
-        m_lines.Prefetch({line, 1});
-        if (!IsEntryOf(m_lines.Raw(line), key, value))
+        const LineRef place = LineOf(section, i);
+        m_lines.Prefetch({place, 1});
+        *line = m_lines.Raw(place);
+        if (!IsEntryOf(*line, key, value))
             continue;
         *value = WithoutLineEnd(*value);
         return i;
@@ -252,7 +262,8 @@ std::uint32_t IniText::FindEntry(Section id, std::string_view key, std::string_v
 }
 
 bool IniText::FindValue(Section id, std::string_view key, std::string_view* value) {
-    return FindEntry(id, key, value) != kNoIndex;
+    std::string_view line;
+    return FindEntry(m_sections[id], key, &line, value) != kNoIndex;
 }
 
 bool IniText::EntryAt(Section id, std::uint32_t index, std::string_view* key, std::string_view* value) {

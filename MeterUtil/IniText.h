@@ -58,9 +58,16 @@ public:
 
     // ---- look-ups; the views are valid until the next edit
 
-    // Fetches what FindSection begins with, while the caller still has other things to do.
-    void Expect(std::string_view name) const { m_names.Prefetch(FoldedHash(name)); }
-    Section FindSection(std::string_view name) const;
+    // What a section is found by. To make it fetches what FindSection begins with, while the caller still has
+    // other things to do.
+    struct SoughtName {
+        std::string_view name;
+        std::uint64_t end;  // folded
+        std::uint32_t hash;
+    };
+    SoughtName Seek(std::string_view name) const;
+    Section FindSection(const SoughtName& sought) const;
+    Section FindSection(std::string_view name) const { return FindSection(Seek(name)); }
     bool FindValue(Section id, std::string_view key, std::string_view* value);
     bool EntryAt(Section id, std::uint32_t index, std::string_view* key,
                  std::string_view* value);                                              // from 0
@@ -131,6 +138,7 @@ private:
     };
     static constexpr std::uint32_t kHeaderLine = UINT32_MAX;
     static constexpr std::uint32_t kNoIndex = UINT32_MAX;
+    static constexpr std::size_t kSmallArena = std::size_t{1024} * 1024;
 
     struct Loading {
         explicit Loading(std::size_t bytes) : starts(bytes) {}
@@ -148,7 +156,7 @@ private:
     std::uint32_t LinesOf(const SectionData& section) const;
     std::string_view LineEndFor(std::string_view text) const;
     std::string_view NameOf(const SectionData& section) const;
-    bool HasName(const SectionData& section, std::string_view name) const;
+    bool HasName(const SectionData& section, const SoughtName& sought) const;
     static void SetName(SectionData& section, std::string_view name);
     void SetHeader(SectionData& section, LineRef header) noexcept;
     std::size_t SizeOf(const LineList& lines) const;
@@ -163,7 +171,8 @@ private:
     void TagBase(std::uint32_t first, std::uint32_t count);
     std::uint32_t HashOf(const SectionData& section) const;
     Section FirstOf(std::uint32_t hash, const SectionData& section) const;
-    std::uint32_t FindEntry(Section id, std::string_view key, std::string_view* value);
+    std::uint32_t FindEntry(SectionData& section, std::string_view key, std::string_view* line,
+                            std::string_view* value);
     void NumberLines(std::uint32_t upTo);
     std::uint32_t PositionOf(Section id);
     std::uint32_t PositionNear(std::uint32_t line) const;
@@ -185,10 +194,12 @@ private:
     void CloseSection();
 
     // editing: what is prepared may throw, what is committed may not
-    LineList& Edit(SectionData& section);
+    LineList& Edit(SectionData& section) {
+        return section.edited.Exists() ? section.edited : MakeOwnLines(section);
+    }
+    LineList& MakeOwnLines(SectionData& section);
     void Touch(const SectionData& section) noexcept;
     LineRef NewLine(std::initializer_list<std::string_view> parts, LineArena::Corner* corner = nullptr);
-    bool MayWriteOver(LineRef line, std::size_t size) const;
     void ReplaceTail(LineRef& line, std::size_t kept, std::string_view text, std::string_view lineEnd,
                      LineArena::Corner* corner = nullptr);
     void ReplaceLine(SectionData& section, std::uint32_t index, std::string_view text);
@@ -210,7 +221,11 @@ private:
     void LinesChangedFrom(std::uint32_t position);
     std::size_t BytesOf(const SectionData& section) const;
     std::size_t TextBytes() const;
-    void Tidy() noexcept;
+    void Tidy() noexcept {
+        if (m_lines.arena.UsedBytes() >= m_tidyAt)
+            TidyUp();
+    }
+    void TidyUp() noexcept;
     void Rebase(std::size_t textBytes);
 
     LineSource m_lines;
@@ -230,7 +245,8 @@ private:
     std::uint32_t m_untouched = 0;  // so many first lines of the text are the first lines of the base
     NameTable m_names;              // the first section of each name
     std::uint32_t m_lineCount = 0;
-    std::size_t m_tidyAt = 0;    // so many bytes of the arena: it is time to look how much of it is in use
+    // So many bytes of the arena: it is time to look how much of it is in use.
+    std::size_t m_tidyAt = kSmallArena;
     std::string_view m_lineEnd;  // of new lines
     bool m_hasByteOrderMark = false;
 

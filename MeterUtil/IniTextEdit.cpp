@@ -39,9 +39,7 @@ bool IniText::HasBracketLine(const LineList& lines) const {
 }
 
 // Gives a section lines of its own, which may be changed.
-LineList& IniText::Edit(SectionData& section) {
-    if (section.edited.Exists())
-        return section.edited;
+LineList& IniText::MakeOwnLines(SectionData& section) {
     LineList edited;
     edited.Reserve(section.count + 1);
     for (std::uint32_t i = 0; i < section.count; ++i)
@@ -71,21 +69,15 @@ LineRef IniText::NewLine(std::initializer_list<std::string_view> parts, LineAren
     return line;
 }
 
-bool IniText::MayWriteOver(LineRef line, std::size_t size) const {
-    return line >= kFirstInArena && m_lines.arena.Takes(line, size);
-}
-
 // Puts a text and a line end behind the first `kept` bytes of a line.
 void IniText::ReplaceTail(LineRef& line, std::size_t kept, std::string_view text, std::string_view lineEnd,
                           LineArena::Corner* corner) {
     const std::size_t size = kept + text.size() + lineEnd.size();
-    if (!MayWriteOver(line, size)) {
+    char* const bytes = line < kFirstInArena ? nullptr : m_lines.arena.WriteOver(line, size);
+    if (bytes == nullptr)
         line = NewLine({m_lines.Raw(line).substr(0, kept), text, lineEnd}, corner);
-        return;
-    }
-    char* const tail = m_lines.arena.Writable(line) + kept;
-    std::copy(lineEnd.begin(), lineEnd.end(), std::copy(text.begin(), text.end(), tail));
-    m_lines.arena.Resize(line, size);
+    else
+        PutLineEnd(std::copy(text.begin(), text.end(), bytes + kept), lineEnd);
 }
 
 bool IniText::IsLast(Section id) const {
@@ -125,16 +117,17 @@ std::size_t IniText::BytesOf(const SectionData& section) const {
 // ---- entries
 
 void IniText::SetValue(Section id, std::string_view key, std::string_view value) {
+    SectionData& section = m_sections[id];
+    std::string_view line;
     std::string_view old;
-    const std::uint32_t index = FindEntry(id, key, &old);
+    const std::uint32_t index = FindEntry(section, key, &line, &old);
     if (index == kNoIndex) {
         AddEntry(id, key, value);
     } else {
-        SectionData& section = m_sections[id];
-        LineRef& line = Edit(section).Lines()[index];
-        const std::string_view raw = m_lines.Raw(line);
-        const auto kept = static_cast<std::size_t>(old.data() - raw.data());
-        ReplaceTail(line, kept, value, LineEndOf(raw), &section.corner);
+        const auto kept = static_cast<std::size_t>(old.data() - line.data());
+        const std::size_t lineEnd = line.size() - kept - old.size();
+        ReplaceTail(Edit(section).Lines()[index], kept, value, kCrLf.substr(kCrLf.size() - lineEnd),
+                    &section.corner);
     }
     Tidy();
 }
@@ -160,11 +153,12 @@ void IniText::AddEntry(Section id, std::string_view key, std::string_view value)
 }
 
 bool IniText::DeleteKey(Section id, std::string_view key) {
+    SectionData& section = m_sections[id];
+    std::string_view line;
     std::string_view value;
-    const std::uint32_t index = FindEntry(id, key, &value);
+    const std::uint32_t index = FindEntry(section, key, &line, &value);
     if (index == kNoIndex)
         return false;
-    SectionData& section = m_sections[id];
     Edit(section).Erase(index);
     if (index < section.leading)
         --section.leading;
@@ -208,7 +202,7 @@ void IniText::RenameHeader(Section id, std::string_view text) {
     const std::string_view lineEnd = LineEndOf(Header(section));
     const std::size_t size = text.size() + lineEnd.size();
     LineRef header = section.header;
-    if (!MayWriteOver(header, size))
+    if (header < kFirstInArena || !m_lines.arena.Takes(header, size))
         header = m_lines.arena.Allocate(size);
 
     Unlink(id);
@@ -477,12 +471,9 @@ void IniText::ReplaceLines(Section id, std::string_view raw) {
 
 // Lines that were written over or deleted leave gaps in the arena. When they outweigh the text, the text
 // moves into a new base; without memory for that it stays where it is.
-void IniText::Tidy() noexcept {
-    constexpr std::size_t kSmall = std::size_t{1024} * 1024;
-    if (m_lines.arena.UsedBytes() < std::max(m_tidyAt, kSmall))
-        return;
+void IniText::TidyUp() noexcept {
     const std::size_t textBytes = TextBytes();
-    m_tidyAt = kSmall + 2 * textBytes;
+    m_tidyAt = kSmallArena + 2 * textBytes;
     if (m_lines.arena.UsedBytes() < m_tidyAt || textBytes > kMostBytes)
         return;
     try {

@@ -55,16 +55,21 @@ public:
         return head.epoch == m_epoch && size <= std::size_t{head.size} + head.slack;
     }
 
-    // The bytes of a line that was just given out, or that takes what is written.
+    // The bytes of a line that was just given out.
     char* Writable(LineRef line) { return Place(line) + sizeof(Head); }
 
-    // Sets the size of a line that takes it.
-    void Resize(LineRef line, std::size_t size) {
-        Head head = HeadOf(line);
-        const std::size_t slack = std::size_t{head.size} + head.slack - size;
-        head.slack = static_cast<std::uint16_t>(std::min<std::size_t>(slack, UINT16_MAX));
+    // The bytes of a line, so many from now on, to be written over; null when it does not take them.
+    char* WriteOver(LineRef line, std::size_t size) {
+        char* const place = Place(line);
+        Head head{};
+        std::memcpy(&head, place, sizeof head);
+        const std::size_t room = std::size_t{head.size} + head.slack;
+        if (head.epoch != m_epoch || size > room)
+            return nullptr;
+        head.slack = static_cast<std::uint16_t>(std::min<std::size_t>(room - size, UINT16_MAX));
         head.size = static_cast<std::uint32_t>(size);
-        std::memcpy(Place(line), &head, sizeof head);
+        std::memcpy(place, &head, sizeof head);
+        return place + sizeof head;
     }
 
     // From now on no line that was given out is written over: someone else reads the blocks.

@@ -213,10 +213,10 @@ bool CMeterIniFile::WriteString(const char* section, const char* key, const char
     if (m_store == nullptr || !TakeSection(section, &sectionName))
         return false;
     // The section is on its way from memory while the key is checked, and the entry while the value is.
-    m_store->text.Expect(sectionName);
+    const IniText::SoughtName sought = m_store->text.Seek(sectionName);
     if (!TakeKey(key, &keyName))
         return false;
-    const IniText::Section found = m_store->text.FindSection(sectionName);
+    const IniText::Section found = m_store->text.FindSection(sought);
     if (!TakeLine(value, &text))
         return false;
     return Guarded(false, [&] {

@@ -94,13 +94,28 @@ TEST(LineArena, LeavesALineRoomToGrow) {
             ++room;
         EXPECT_GT(room, size);
         EXPECT_LE(room, size + 16);
-        arena.Resize(line, room);
-        arena.Resize(line, 0);
+        EXPECT_EQ(arena.WriteOver(line, room + 1), nullptr);
+        EXPECT_EQ(arena.Raw(line).size(), size) << "it stays as it was";
+        for (const std::size_t written : {room, std::size_t{0}}) {
+            EXPECT_EQ(arena.WriteOver(line, written), arena.Raw(line).data());
+            EXPECT_EQ(arena.Raw(line).size(), written);
+        }
         EXPECT_TRUE(arena.Takes(line, room)) << "shorter for a while";
         EXPECT_FALSE(arena.Takes(line, room + 1));
         const char* const next = arena.Address(arena.Allocate(1));
         EXPECT_GE(next, arena.Raw(line).data() + room) << "the next line's own";
     }
+}
+
+TEST(LineArena, WritesOverNoLineThatWasThereWhenItWasFrozen) {
+    MeterUtil::LineArena arena;
+    const MeterUtil::LineRef before = arena.Allocate(10);
+    arena.Freeze();
+    const MeterUtil::LineRef behind = arena.Allocate(10);
+    EXPECT_EQ(arena.WriteOver(before, 1), nullptr);
+    EXPECT_NE(arena.WriteOver(behind, 1), nullptr);
+    EXPECT_FALSE(arena.Takes(before, 1));
+    EXPECT_EQ(arena.Raw(before).size(), 10U);
 }
 
 // Lines of any size are told apart by their number, also one that is larger than the blocks of the arena.
