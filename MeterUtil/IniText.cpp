@@ -5,7 +5,6 @@
 #include <array>
 #include <cstdlib>
 #include <cstring>
-#include <functional>
 #include <new>
 #include <utility>
 
@@ -193,8 +192,9 @@ std::uint32_t IniText::HashOf(const SectionData& section) const {
 
 // The first section of the name.
 IniText::Section IniText::FirstOf(std::uint32_t hash, const SectionData& section) const {
-    return m_names.Find(
-        hash, [&](Section id) { return HasName(m_sections[id], {NameOf(section), section.nameEnd, hash}); });
+    return m_names.Find(hash, [&](Section id) {
+        return HasName(m_sections[id], {NameOf(section), section.nameEnd, hash});
+    });
 }
 
 // What the search for a key will touch, all of which may be far from the processor: as much as a record
@@ -489,14 +489,12 @@ std::size_t IniText::MostRuns() const {
 }
 
 // Needs no memory: who has none left can still save.
-bool IniText::ForEach(const std::function<bool(std::string_view)>& take) const {
-    if (m_hasByteOrderMark && !take(kByteOrderMark))
+bool IniText::HandTo(Platform::TextSink& sink) const {
+    if (m_hasByteOrderMark && !sink.Take(kByteOrderMark))
         return false;
     std::array<LineRun, 256> runs;
     std::size_t count = 0;
-    const auto handOut = [&] {
-        return m_lines.ForEach(runs.data(), std::exchange(count, 0), std::cref(take));
-    };
+    const auto handOut = [&] { return m_lines.HandTo(sink, runs.data(), std::exchange(count, 0)); };
     const auto gather = [&](LineRun run) {
         if (count == runs.size() && !handOut())
             return false;
@@ -521,10 +519,10 @@ TextSnapshot IniText::Snapshot() {
     return snapshot;
 }
 
-bool TextSnapshot::ForEach(const std::function<bool(std::string_view)>& take) const {
-    if (hasByteOrderMark && !take(kByteOrderMark))
+bool TextSnapshot::HandTo(Platform::TextSink& sink) const {
+    if (hasByteOrderMark && !sink.Take(kByteOrderMark))
         return false;
-    return lines.ForEach(runs.data(), runs.size(), std::cref(take));
+    return lines.HandTo(sink, runs.data(), runs.size());
 }
 
 }  // namespace MeterUtil

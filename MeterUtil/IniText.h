@@ -13,7 +13,6 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <initializer_list>
 #include <map>
 #include <memory>
@@ -37,7 +36,7 @@ struct TextSnapshot final : Platform::TextPieces {
     std::vector<LineRun> runs;
     LineSource lines;  // which the runs refer to
 
-    bool ForEach(const std::function<bool(std::string_view)>& take) const override;
+    bool HandTo(Platform::TextSink& sink) const override;
 };
 
 class IniText final : public Platform::TextPieces {
@@ -93,7 +92,7 @@ public:
 
     // ---- saving
 
-    bool ForEach(const std::function<bool(std::string_view)>& take) const override;
+    bool HandTo(Platform::TextSink& sink) const override;
     TextSnapshot Snapshot();
 
 private:

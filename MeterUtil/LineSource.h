@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "MeterUtil/LineArena.h"
+#include "Platform/Platform.h"
 #include "Platform/Prefetch.h"
 
 namespace MeterUtil {
@@ -38,15 +39,14 @@ struct LineSource {
 
     // Hands out each run as one piece, until `take` wants no more. They may lie anywhere in memory: both ends
     // of each are on their way while the runs before it are handed out.
-    template <typename Take>
-    bool ForEach(const LineRun* runs, std::size_t count, Take take) const {
+    bool HandTo(Platform::TextSink& sink, const LineRun* runs, std::size_t count) const {
         constexpr std::size_t kAhead = 16;
         for (std::size_t i = 0; i < std::min(count, kAhead); ++i)
             Prefetch(runs[i]);
         for (std::size_t i = 0; i < count; ++i) {
             if (i + kAhead < count)
                 Prefetch(runs[i + kAhead]);
-            if (!take(Raw(runs[i])))
+            if (!sink.Take(Raw(runs[i])))
                 return false;
         }
         return true;

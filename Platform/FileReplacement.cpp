@@ -1,7 +1,9 @@
 // Replacing a file in one step, and telling whether two paths mean the same file. Owns the rule that a path
 // holds either the whole old file or the whole new one at every moment, and that a failed replacement leaves
 // nothing behind. What the single calls do on a system is that system's unit.
+#include <algorithm>
 #include <exception>
+#include <memory>
 #include <utility>
 
 #include "Platform/Platform.h"
@@ -87,35 +89,47 @@ private:
 };
 
 // Gathers small pieces into large writes.
-class Gatherer {
+class Gatherer final : public TextSink {
 public:
     explicit Gatherer(NewFile* file) : m_file(file) {}
 
-    bool Add(std::string_view piece) {
-        const std::size_t size = m_buffer.size() + piece.size();
-        if (size > kBufferBytes)
-            return Finish() && (piece.size() > kBufferBytes ? m_file->Write(piece) : Add(piece));
-        if (size > m_buffer.capacity())
-            m_buffer.reserve(size < kSmallBufferBytes ? kSmallBufferBytes : kBufferBytes);
-        m_buffer.append(piece);
-        return true;
-    }
-
     // Writes what was gathered.
     bool Finish() {
-        const bool written = m_file->Write(m_buffer);
-        m_buffer.clear();
+        const bool written = m_file->Write({m_buffer.get(), m_size - Room()});
+        GatherAt(m_buffer.get(), m_size);
         return written;
     }
 
 private:
+    bool TakeMore(std::string_view piece) override {
+        const std::size_t needed = m_size - Room() + piece.size();
+        if (needed > kBufferBytes && !Finish())
+            return false;
+        if (piece.size() > kBufferBytes)
+            return m_file->Write(piece);
+        if (needed <= kBufferBytes)
+            Grow(needed);
+        return Take(piece);
+    }
+
+    void Grow(std::size_t needed) {
+        const std::size_t gathered = m_size - Room();
+        const std::size_t size = needed < kSmallBufferBytes ? kSmallBufferBytes : kBufferBytes;
+        std::unique_ptr<char[]> buffer(new char[size]);
+        std::copy(m_buffer.get(), m_buffer.get() + gathered, buffer.get());
+        m_buffer = std::move(buffer);
+        m_size = size;
+        GatherAt(m_buffer.get() + gathered, size - gathered);
+    }
+
     NewFile* m_file;
-    std::string m_buffer;
+    std::unique_ptr<char[]> m_buffer;
+    std::size_t m_size = 0;
 };
 
 bool WriteAll(NewFile* file, const TextPieces& content) {
     Gatherer gatherer(file);
-    return content.ForEach([&](std::string_view piece) { return gatherer.Add(piece); }) && gatherer.Finish();
+    return content.HandTo(gatherer) && gatherer.Finish();
 }
 
 bool MayReplace(const std::wstring& target) {

@@ -7,6 +7,7 @@
 // here throws but std::bad_alloc, and only where a std type is returned.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
@@ -131,11 +132,45 @@ using BytesRead = std::function<bool(std::string_view bytes, std::size_t expecte
 LoadResult LoadFile(const std::wstring& path, FileBytes* bytes, std::uint64_t mostBytes = PTRDIFF_MAX - 1,
                     const BytesRead& read = nullptr) noexcept;
 
+// Takes a text in pieces. Small ones are gathered, as a call for each would take longer than to copy it.
+class TextSink {
+public:
+    TextSink() = default;
+    TextSink(const TextSink&) = delete;
+    TextSink& operator=(const TextSink&) = delete;
+
+    // Takes the next piece. False when the text cannot be taken: no more of it is wanted then.
+    bool Take(std::string_view piece) {
+        if (piece.size() > m_room)
+            return TakeMore(piece);
+        m_next = std::copy(piece.begin(), piece.end(), m_next);
+        m_room -= piece.size();
+        return true;
+    }
+
+protected:
+    ~TextSink() = default;
+
+    // Takes a piece for which there is no room.
+    virtual bool TakeMore(std::string_view piece) = 0;
+
+    // Has the next pieces gathered there, as long as there is room for them.
+    void GatherAt(char* place, std::size_t room) {
+        m_next = place;
+        m_room = room;
+    }
+    std::size_t Room() const { return m_room; }
+
+private:
+    char* m_next = nullptr;
+    std::size_t m_room = 0;
+};
+
 // A text in pieces, which may lie anywhere in memory.
 class TextPieces {
 public:
-    // Hands each piece to `take`, in the order of the text, until that gives false; false then.
-    virtual bool ForEach(const std::function<bool(std::string_view)>& take) const = 0;
+    // Hands out each piece, in the order of the text, until one is not taken; false then.
+    virtual bool HandTo(TextSink& sink) const = 0;
 
 protected:
     ~TextPieces() = default;

@@ -254,8 +254,8 @@ TEST(IniTextPieces, EndWithTheOneThatIsRefused) {
                                                static_cast<const Platform::TextPieces*>(&snapshot)}) {
         for (std::size_t refused = 1; refused <= all + 1; ++refused) {
             std::size_t calls = 0;
-            const bool taken = pieces->ForEach([&](std::string_view) { return ++calls != refused; });
-            ASSERT_EQ(taken, refused > all);
+            PieceTaker taker([&](std::string_view) { return ++calls != refused; });
+            ASSERT_EQ(pieces->HandTo(taker), refused > all);
             ASSERT_EQ(calls, std::min(refused, all));
         }
     }
