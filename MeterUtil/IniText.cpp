@@ -488,7 +488,7 @@ std::size_t IniText::MostRuns() const {
     return most;
 }
 
-// Needs no memory: who has none left can still save.
+// Needs no memory of its own: who cannot take a snapshot can still save.
 bool IniText::HandTo(Platform::TextSink& sink) const {
     if (m_hasByteOrderMark && !sink.Take(kByteOrderMark))
         return false;

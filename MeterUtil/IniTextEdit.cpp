@@ -125,9 +125,9 @@ void IniText::SetValue(Section id, std::string_view key, std::string_view value)
         AddEntry(id, key, value);
     } else {
         const auto kept = static_cast<std::size_t>(old.data() - line.data());
-        const std::size_t lineEnd = line.size() - kept - old.size();
-        ReplaceTail(Edit(section).Lines()[index], kept, value, kCrLf.substr(kCrLf.size() - lineEnd),
-                    &section.corner);
+        const std::size_t lineEndSize = line.size() - kept - old.size();
+        const std::string_view lineEnd = kCrLf.substr(kCrLf.size() - lineEndSize);  // all, LF, or none
+        ReplaceTail(Edit(section).Lines()[index], kept, value, lineEnd, &section.corner);
     }
     Tidy();
 }

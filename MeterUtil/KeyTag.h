@@ -75,6 +75,7 @@ inline std::uint8_t PartsTag(std::string_view line) {
 #if defined(__GNUC__) && defined(__SSE2__)
 // Takes the key from the first sixteen bytes of a line. False when that is not so plain.
 inline bool TakePlainKey(const char* line, KeyHead* key) {
+    // Read from n bytes before its middle, it keeps the first n bytes of a line and clears the others.
     static constexpr char kKept[2 * KeyHead::kBytes] = {-1, -1, -1, -1, -1, -1, -1, -1,
                                                         -1, -1, -1, -1, -1, -1, -1, -1};
     __m128i bytes;

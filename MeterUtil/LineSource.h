@@ -37,8 +37,8 @@ struct LineSource {
         return {base.get() + start[0], start[run.count] - start[0]};
     }
 
-    // Hands out each run as one piece, until `take` wants no more. They may lie anywhere in memory: both ends
-    // of each are on their way while the runs before it are handed out.
+    // Hands out each run as one piece, until one is not taken. They may lie anywhere in memory: both ends of
+    // each are on their way while the runs before it are handed out.
     bool HandTo(Platform::TextSink& sink, const LineRun* runs, std::size_t count) const {
         constexpr std::size_t kAhead = 16;
         for (std::size_t i = 0; i < std::min(count, kAhead); ++i)

@@ -95,14 +95,16 @@ public:
 
     // Writes what was gathered.
     bool Finish() {
-        const bool written = m_file->Write({m_buffer.get(), m_size - Room()});
+        const bool written = m_file->Write({m_buffer.get(), Gathered()});
         GatherAt(m_buffer.get(), m_size);
         return written;
     }
 
 private:
+    std::size_t Gathered() const { return m_size - Room(); }
+
     bool TakeMore(std::string_view piece) override {
-        const std::size_t needed = m_size - Room() + piece.size();
+        const std::size_t needed = Gathered() + piece.size();
         if (needed > kBufferBytes && !Finish())
             return false;
         if (piece.size() > kBufferBytes)
@@ -113,7 +115,7 @@ private:
     }
 
     void Grow(std::size_t needed) {
-        const std::size_t gathered = m_size - Room();
+        const std::size_t gathered = Gathered();
         const std::size_t size = needed < kSmallBufferBytes ? kSmallBufferBytes : kBufferBytes;
         std::unique_ptr<char[]> buffer(new char[size]);
         std::copy(m_buffer.get(), m_buffer.get() + gathered, buffer.get());
