@@ -423,7 +423,7 @@ void IniText::Link(Section id) {
         return;
     }
     Section before = head.prevSame;
-    while (m_sections[before].position > section.position)  // both are up to date now
+    while (m_sections[before].position > section.position)  // one that is out of date is larger still
         before = m_sections[before].prevSame;
     const Section after = m_sections[before].nextSame;
     section.prevSame = before;
@@ -483,8 +483,11 @@ bool IniText::ForEachRun(Take take) const {
 // So many runs there may be.
 std::size_t IniText::MostRuns() const {
     std::size_t most = 1;
-    for (const Section id : m_order)
-        most += m_sections[id].edited.Exists() ? m_sections[id].count + std::size_t{2} : 1;
+    for (const Section id : m_order) {
+        const SectionData& section = m_sections[id];
+        most += section.edited.Exists() ? section.count : 1;
+        most += section.header >= kFirstInArena || section.edited.Exists() ? 1 : 0;
+    }
     return most;
 }
 

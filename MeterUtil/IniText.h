@@ -47,7 +47,7 @@ public:
 
     IniText();
 
-    // Takes the bytes of a file, kMostBytes at most.
+    // Takes the bytes of a file, kMostBytes at most; once, before anything is edited.
     void Load(Platform::FileBytes bytes);
 
     // Looks at a file of about so many bytes before it is loaded, while it is read and still in the

@@ -228,7 +228,6 @@ void IniText::SplitSection(Section id, std::uint32_t index, std::string_view hea
     section.edited.Truncate(index);
     section.count = index;
     section.tagged = false;
-    LinesChangedFrom(PositionOf(id));
 }
 
 // A header becomes an ordinary line: it and the lines behind it go on with the section before.
@@ -474,7 +473,7 @@ void IniText::ReplaceLines(Section id, std::string_view raw) {
 void IniText::TidyUp() noexcept {
     const std::size_t textBytes = TextBytes();
     m_tidyAt = kSmallArena + 2 * textBytes;
-    if (m_lines.arena.UsedBytes() < m_tidyAt || textBytes > kMostBytes)
+    if (m_lines.arena.UsedBytes() < m_tidyAt || textBytes > kMostBytes || m_lineCount > kFirstInArena)
         return;
     try {
         Rebase(textBytes);

@@ -28,8 +28,11 @@ public:
     using Corner = std::uint32_t;
 
     // Room for a line of `size` bytes, line end included, and a little more, so that a value may grow; in a
-    // corner, unless the line is long or the corner is null. Throws std::bad_alloc.
+    // corner, unless the line is long or the corner is null. Throws std::bad_alloc, also for a line of nearly
+    // 4 GiB, which a head cannot tell the size of.
     LineRef Allocate(std::size_t size, Corner* corner = nullptr) {
+        if (size > kMostBytesOfALine)
+            throw std::bad_alloc();
         const std::size_t room = (sizeof(Head) + size + kGranule) / kGranule * kGranule;
         const LineRef line = corner == nullptr || room > kCorner / 2 ? Take(room) : TakeOf(corner, room);
         const Head head{static_cast<std::uint32_t>(size),
@@ -50,26 +53,20 @@ public:
     const char* Address(LineRef line) const { return Place(line); }
 
     // True when the line may be written over with so many bytes.
-    bool Takes(LineRef line, std::size_t size) const {
-        const Head head = HeadOf(line);
-        return head.epoch == m_epoch && size <= std::size_t{head.size} + head.slack;
-    }
+    bool Takes(LineRef line, std::size_t size) const { return Takes(HeadOf(line), size); }
 
     // The bytes of a line that was just given out.
     char* Writable(LineRef line) { return Place(line) + sizeof(Head); }
 
     // The bytes of a line, so many from now on, to be written over; null when it does not take them.
     char* WriteOver(LineRef line, std::size_t size) {
-        char* const place = Place(line);
-        Head head{};
-        std::memcpy(&head, place, sizeof head);
-        const std::size_t room = std::size_t{head.size} + head.slack;
-        if (head.epoch != m_epoch || size > room)
+        Head head = HeadOf(line);
+        if (!Takes(head, size))
             return nullptr;
-        head.slack = static_cast<std::uint16_t>(std::min<std::size_t>(room - size, UINT16_MAX));
+        head.slack = static_cast<std::uint16_t>(std::min<std::size_t>(RoomOf(head) - size, UINT16_MAX));
         head.size = static_cast<std::uint32_t>(size);
-        std::memcpy(place, &head, sizeof head);
-        return place + sizeof head;
+        std::memcpy(Place(line), &head, sizeof head);
+        return Place(line) + sizeof head;
     }
 
     // From now on no line that was given out is written over: someone else reads the blocks.
@@ -78,10 +75,10 @@ public:
 
     // Begins with the first epoch again: each line of an earlier one that is still in use has been forbidden.
     void RestartEpochs() noexcept { m_epoch = 1; }
+    // Writes nothing that a snapshot looks at.
     void ForbidWriting(LineRef line) noexcept {
-        Head head = HeadOf(line);
-        head.epoch = 0;
-        std::memcpy(Place(line), &head, sizeof head);
+        constexpr std::uint16_t kNever = 0;
+        std::memcpy(Place(line) + offsetof(Head, epoch), &kNever, sizeof kNever);
     }
 
     std::size_t UsedBytes() const { return m_used; }
@@ -98,6 +95,8 @@ private:
     static constexpr std::size_t kBlock = std::size_t{64} * 1024;
     static constexpr std::size_t kCorner = 512;  // some lines, and little to lose when one is all that comes
     static constexpr std::uint32_t kGranulesOfACorner = kCorner / kGranule;
+    // No sum of sizes overflows, also where addresses have 32 bits.
+    static constexpr std::size_t kMostBytesOfALine = UINT32_MAX - 2 * kBlock;
     static constexpr std::uint64_t kMostBytes = std::uint64_t{kNoLine - kFirstInArena} * kGranule;
 
     // Blocks are numbered through; a block for one long line counts as several.
@@ -111,6 +110,11 @@ private:
         Head head{};
         std::memcpy(&head, Place(line), sizeof head);
         return head;
+    }
+
+    static std::size_t RoomOf(const Head& head) { return std::size_t{head.size} + head.slack; }
+    bool Takes(const Head& head, std::size_t size) const {
+        return head.epoch == m_epoch && size <= RoomOf(head);
     }
 
     LineRef Take(std::size_t room) {

@@ -246,7 +246,7 @@ int CMeterIniFile::AppendString(const char* text) {
         return -1;
     return Guarded(-1, [&] {
         m_store->text.AppendLine(newText);
-        return static_cast<int>(m_store->text.LineCount()) - 1;
+        return static_cast<int>(m_store->text.LineCount() - 1);
     });
 }
 

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <exception>
 #include <memory>
+#include <new>
 #include <utility>
 
 #include "Platform/Platform.h"
@@ -105,19 +106,20 @@ private:
 
     bool TakeMore(std::string_view piece) override {
         const std::size_t needed = Gathered() + piece.size();
-        if (needed > kBufferBytes && !Finish())
-            return false;
-        if (piece.size() > kBufferBytes)
-            return m_file->Write(piece);
         if (needed <= kBufferBytes)
             Grow(needed);
-        return Take(piece);
+        if (piece.size() > Room() && !Finish())
+            return false;
+        return piece.size() > Room() ? m_file->Write(piece) : Take(piece);
     }
 
+    // Without memory the buffer stays as small as it is: a save is slower then, but none fails for it.
     void Grow(std::size_t needed) {
         const std::size_t gathered = Gathered();
-        const std::size_t size = needed < kSmallBufferBytes ? kSmallBufferBytes : kBufferBytes;
-        std::unique_ptr<char[]> buffer(new char[size]);
+        const std::size_t size = needed <= kSmallBufferBytes ? kSmallBufferBytes : kBufferBytes;
+        std::unique_ptr<char[]> buffer(new (std::nothrow) char[size]);
+        if (buffer == nullptr)
+            return;
         std::copy(m_buffer.get(), m_buffer.get() + gathered, buffer.get());
         m_buffer = std::move(buffer);
         m_size = size;

@@ -52,13 +52,12 @@ TEST(ReplaceFile, NoPiecesMakeAnEmptyFile) {
     EXPECT_EQ(folder.Read("a.ini"), "");
 }
 
-TEST(ReplaceFile, JoinsPiecesOfEverySizeInOrder) {
+class JoinedPieces : public testing::TestWithParam<std::vector<std::size_t>> {};
+
+TEST_P(JoinedPieces, AreTheTextInItsOrder) {
     const TestFolder folder;
-    const std::size_t buffer = 256 * 1024;
-    const std::size_t sizes[] = {0, 1, buffer - 1, buffer, 1, buffer + 1, 3 * buffer,
-                                 0, 7, buffer - 8, 1,      1, 2 * buffer};
     std::vector<std::string> texts;
-    for (const std::size_t size : sizes)
+    for (const std::size_t size : GetParam())
         texts.emplace_back(size, static_cast<char>('a' + texts.size()));
     std::string whole;
     std::vector<std::string_view> pieces;
@@ -69,6 +68,19 @@ TEST(ReplaceFile, JoinsPiecesOfEverySizeInOrder) {
     EXPECT_TRUE(ReplaceFile(folder.Wide("a.ini"), pieces));
     EXPECT_TRUE(folder.Read("a.ini") == whole);
 }
+
+// Small pieces are gathered in 16 kB first, then in 256.
+constexpr std::size_t kSmall = 16 * 1024;
+constexpr std::size_t kLarge = 256 * 1024;
+INSTANTIATE_TEST_SUITE_P(ReplaceFile, JoinedPieces,
+                         testing::Values(std::vector<std::size_t>{0, 1, kLarge - 1, kLarge, 1, kLarge + 1,
+                                                                  3 * kLarge, 0, 7, kLarge - 8, 1, 1,
+                                                                  2 * kLarge},
+                                         std::vector<std::size_t>{10, kSmall - 10, 1, kLarge - kSmall - 1, 1},
+                                         std::vector<std::size_t>{10, kSmall - 9, 1},
+                                         std::vector<std::size_t>{kSmall, 1},
+                                         std::vector<std::size_t>{10, kLarge, 20, kLarge - 20, 1},
+                                         std::vector<std::size_t>{10, 2 * kLarge, kSmall + 1, kLarge}));
 
 TEST(ReplaceFile, GathersSmallPiecesIntoFewWrites) {
     const TestFolder folder;

@@ -14,10 +14,25 @@ namespace {
 
 const std::string kBytes = "top\n[a]\r\nk=1\nm=2\n\n[b]\nx=1\n[open\n[c]\ny=1\nlast=line without end";
 
+const std::string kLongHeader = "[" + std::string(80000, 'n') + "]";
+
 struct Edit {
     const char* name;
     std::function<bool(CMeterIniFile&)> run;
+    std::function<bool(CMeterIniFile&)> prepare = nullptr;
+    std::string bytes = kBytes;
 };
+
+// Of a text without any name twice.
+void ExpectEachHeaderFound(const CMeterIniFile& store) {
+    std::string text(100000, '\0');
+    for (int line = store.FindBracketLine(0); line >= 0; line = store.FindBracketLine(line + 1)) {
+        ASSERT_TRUE(store.GetString(line, text.data(), static_cast<int>(text.size())));
+        const std::string header = text.c_str();
+        const std::size_t close = header.find(']');
+        EXPECT_EQ(store.SectionExists(header.substr(1, close - 1).c_str()), close != std::string::npos);
+    }
+}
 
 class MeterIniFileMemory : public testing::TestWithParam<Edit> {};
 
@@ -25,12 +40,14 @@ class MeterIniFileMemory : public testing::TestWithParam<Edit> {};
 // store; whenever it reports failure the text is what it was.
 TEST_P(MeterIniFileMemory, FailedEditChangesNothing) {
     const TestFolder folder;
-    folder.Write("a.ini", kBytes);
     int failures = 0;
     for (int n = 1;; ++n) {
         ASSERT_LT(n, 100);
-        folder.Write("a.ini", kBytes);
+        folder.Write("a.ini", GetParam().bytes);
         CMeterIniFile store(folder.Wide("a.ini").c_str());
+        ASSERT_TRUE(GetParam().prepare == nullptr || GetParam().prepare(store));
+        ASSERT_TRUE(store.UpdateFile());
+        const std::string before = folder.Read("a.ini");
         bool done = false;
         bool happened = false;
         {
@@ -39,14 +56,15 @@ TEST_P(MeterIniFileMemory, FailedEditChangesNothing) {
             happened = fault.Happened();
         }
         ASSERT_TRUE(store.UpdateFile());
+        ExpectEachHeaderFound(store);
         if (!happened) {
             EXPECT_TRUE(done);
-            EXPECT_NE(folder.Read("a.ini"), kBytes);
+            EXPECT_NE(folder.Read("a.ini"), before);
             break;
         }
         failures += done ? 0 : 1;
         if (!done) {
-            EXPECT_EQ(folder.Read("a.ini"), kBytes) << "allocation " << n;
+            EXPECT_EQ(folder.Read("a.ini"), before) << "allocation " << n;
         }
     }
     EXPECT_GE(failures, 1);
@@ -65,6 +83,13 @@ INSTANTIATE_TEST_SUITE_P(
         Edit{"SetLine", [](CMeterIniFile& s) { return s.SetString(2, "another line, and a longer one"); }},
         Edit{"RenameHeader",
              [](CMeterIniFile& s) { return s.SetString(1, "[a much longer name than before]"); }},
+        Edit{"RenameHeaderOnceMore", [](CMeterIniFile& s) { return s.SetString(1, kLongHeader.c_str()); },
+             [](CMeterIniFile& s) { return s.SetString(1, "[a new name]"); }},
+        Edit{"AppendLineToAListThatIsFull", [](CMeterIniFile& s) { return s.AppendString("text") >= 0; },
+             [](CMeterIniFile& s) { return s.WriteString("a", "m", "2") && s.WriteString("a", "n", "3"); },
+             "[a]\nk=1\n "},
+        Edit{"RestoreSection", [](CMeterIniFile& s) { return s.RestoreSection("b"); },
+             [](CMeterIniFile& s) { return s.BackupSection("b") && s.DeleteSection("b"); }},
         Edit{"MakeHeader", [](CMeterIniFile& s) { return s.SetString(3, "[n]"); }},
         Edit{"UnmakeHeader", [](CMeterIniFile& s) { return s.SetString(5, "no header"); }},
         Edit{"DeleteKey", [](CMeterIniFile& s) { return s.DeleteKey("a", "k"); }},

@@ -2,15 +2,24 @@
 // seeds. After every operation the results agree, and the saved bytes are those of the model.
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <random>
 
 #include "MeterUtil/MeterIniFile.h"
+#include "tests/support/HeapFault.h"
 #include "tests/support/NaiveIni.h"
 #include "tests/support/TestFolder.h"
 
 namespace {
 
 constexpr int kSize = 512;
+
+// An edit of both, with what is given back when it is refused.
+struct Edit {
+    std::function<int(CMeterIniFile&)> ofStore;
+    std::function<int(NaiveIni&)> ofNaive;
+    int refused = 0;
+};
 
 class Pair {
 public:
@@ -20,19 +29,22 @@ public:
           m_store((folder.Write("a.ini", bytes), folder.Wide("a.ini").c_str())) {}
 
     void Step(std::mt19937& random);
+    void StepWithoutMemory(std::mt19937& random);
     void CompareAll();
     void CompareSaved();
+    int Failed() const { return m_failed; }
 
 private:
     std::string Any(std::mt19937& random, const std::vector<std::string>& from) {
         return from[random() % from.size()];
     }
+    Edit AnyEdit(std::mt19937& random);
     void CompareReads(std::mt19937& random);
 
     const TestFolder& m_folder;
     NaiveIni m_naive;
     CMeterIniFile m_store;
-    int m_lines = 0;
+    int m_failed = 0;
 };
 
 const std::vector<std::string> kNames = {"a",   "A",  "b", "#_1", "#_2",      "#1_1",
@@ -80,42 +92,65 @@ void Pair::CompareReads(std::mt19937& random) {
     ASSERT_EQ(m_store.FindBracketLine(line), m_naive.FindBracketLine(line));
 }
 
-void Pair::Step(std::mt19937& random) {
+Edit Pair::AnyEdit(std::mt19937& random) {
     const std::string section = Any(random, kNames);
     const std::string key = Any(random, kKeys);
     const std::string value = Any(random, kValues);
     const std::string text = Any(random, kLines);
     const int line = static_cast<int>(random() % 24) - 1;
-    switch (random() % 12) {
+    switch (random() % 11) {
         case 0:
         case 1:
         case 2:
-            ASSERT_EQ(m_store.WriteString(section.c_str(), key.c_str(), value.c_str()),
-                      m_naive.WriteString(section, key, value));
-            break;
+            return {[=](auto& s) { return s.WriteString(section.c_str(), key.c_str(), value.c_str()); },
+                    [=](auto& naive) { return naive.WriteString(section, key, value); }};
         case 3:
         case 4:
-            ASSERT_EQ(m_store.SetString(line, text.c_str()), m_naive.SetString(line, text));
-            break;
+            return {[=](auto& s) { return s.SetString(line, text.c_str()); },
+                    [=](auto& naive) { return naive.SetString(line, text); }};
         case 5:
         case 6:
-            ASSERT_EQ(m_store.AppendString(text.c_str()), m_naive.AppendString(text));
-            break;
+            return {[=](auto& s) { return s.AppendString(text.c_str()); },
+                    [=](auto& naive) { return naive.AppendString(text); }, -1};
         case 7:
-            ASSERT_EQ(m_store.DeleteSection(section.c_str()), m_naive.DeleteSection(section));
-            break;
+            return {[=](auto& s) { return s.DeleteSection(section.c_str()); },
+                    [=](auto& naive) { return naive.DeleteSection(section); }};
         case 8:
-            ASSERT_EQ(m_store.DeleteKey(section.c_str(), key.c_str()), m_naive.DeleteKey(section, key));
-            break;
+            return {[=](auto& s) { return s.DeleteKey(section.c_str(), key.c_str()); },
+                    [=](auto& naive) { return naive.DeleteKey(section, key); }};
         case 9:
-            ASSERT_EQ(m_store.BackupSection(section.c_str()), m_naive.BackupSection(section));
-            break;
-        case 10:
-            ASSERT_EQ(m_store.RestoreSection(section.c_str()), m_naive.RestoreSection(section));
-            break;
+            return {[=](auto& s) { return s.BackupSection(section.c_str()); },
+                    [=](auto& naive) { return naive.BackupSection(section); }};
         default:
-            CompareReads(random);
+            return {[=](auto& s) { return s.RestoreSection(section.c_str()); },
+                    [=](auto& naive) { return naive.RestoreSection(section); }};
     }
+}
+
+void Pair::Step(std::mt19937& random) {
+    if (random() % 12 == 0) {
+        CompareReads(random);
+        return;
+    }
+    const Edit edit = AnyEdit(random);
+    ASSERT_EQ(edit.ofStore(m_store), edit.ofNaive(m_naive));
+}
+
+void Pair::StepWithoutMemory(std::mt19937& random) {
+    const Edit edit = AnyEdit(random);
+    const auto times = random() % 2 == 0 ? HeapFault::Times::Once : HeapFault::Times::FromThenOn;
+    const int failing = 1 + static_cast<int>(random() % 6);
+    int result;
+    bool happened;
+    {
+        const HeapFault fault(failing, times);
+        result = edit.ofStore(m_store);
+        happened = fault.Happened();
+    }
+    if (happened && result == edit.refused)
+        ++m_failed;
+    else
+        ASSERT_EQ(result, edit.ofNaive(m_naive));
 }
 
 void Pair::CompareAll() {
@@ -161,6 +196,28 @@ TEST_P(MeterIniFileModel, AgreesOverRandomOperations) {
         }
         ASSERT_NO_FATAL_FAILURE(pair.CompareSaved()) << "seed " << GetParam() << " file " << file;
     }
+}
+
+// Now and then an allocation fails during an edit, or all do from then on: the edit is done or nothing changed.
+TEST_P(MeterIniFileModel, AgreesWhenMemoryIsShort) {
+    const TestFolder folder;
+    std::mt19937 random(static_cast<unsigned>(GetParam()));
+    int failed = 0;
+    for (int file = 0; file < 40; ++file) {
+        Pair pair(folder, RandomFile(random));
+        for (int step = 0; step < 120; ++step) {
+            SCOPED_TRACE("seed " + std::to_string(GetParam()) + " file " + std::to_string(file) + " step " +
+                         std::to_string(step));
+            if (step % 2 == 0)
+                ASSERT_NO_FATAL_FAILURE(pair.StepWithoutMemory(random));
+            else
+                ASSERT_NO_FATAL_FAILURE(pair.Step(random));
+            ASSERT_NO_FATAL_FAILURE(pair.CompareAll());
+        }
+        ASSERT_NO_FATAL_FAILURE(pair.CompareSaved());
+        failed += pair.Failed();
+    }
+    EXPECT_GT(failed, 100);
 }
 
 INSTANTIATE_TEST_SUITE_P(Seeds, MeterIniFileModel, testing::Range(1, 13));
