@@ -222,7 +222,8 @@ void IniText::Tag(SectionData& section) {
         tags = m_tags.get() + section.first;
         TagBase(section.first, section.count);
     }
-    section.leading = static_cast<std::uint32_t>(std::find(tags, tags + section.count, kNoEntryTag) - tags);
+    const auto* const other = static_cast<const std::uint8_t*>(std::memchr(tags, kNoEntryTag, section.count));
+    section.leading = other == nullptr ? section.count : static_cast<std::uint32_t>(other - tags);
     section.tagged = true;
 }
 

@@ -42,8 +42,7 @@ bool IniText::HasBracketLine(const LineList& lines) const {
 LineList& IniText::MakeOwnLines(SectionData& section) {
     LineList edited;
     edited.Reserve(section.count + 1);
-    for (std::uint32_t i = 0; i < section.count; ++i)
-        edited.Append(section.first + i);
+    edited.AppendRun(section.first, section.count);
     if (section.tagged)
         std::copy(Tags(section), Tags(section) + section.count, edited.Tags());
     section.edited = std::move(edited);
@@ -73,11 +72,14 @@ LineRef IniText::NewLine(std::initializer_list<std::string_view> parts, LineAren
 void IniText::ReplaceTail(LineRef& line, std::size_t kept, std::string_view text, std::string_view lineEnd,
                           LineArena::Corner* corner) {
     const std::size_t size = kept + text.size() + lineEnd.size();
-    char* const bytes = line < kFirstInArena ? nullptr : m_lines.arena.WriteOver(line, size);
-    if (bytes == nullptr)
-        line = NewLine({m_lines.Raw(line).substr(0, kept), text, lineEnd}, corner);
-    else
-        PutLineEnd(std::copy(text.begin(), text.end(), bytes + kept), lineEnd);
+    char* bytes = line < kFirstInArena ? nullptr : m_lines.arena.WriteOver(line, size);
+    if (bytes == nullptr) {
+        const std::string_view head = m_lines.Raw(line).substr(0, kept);
+        line = m_lines.arena.Allocate(size, corner);
+        bytes = m_lines.arena.Writable(line);
+        std::copy(head.begin(), head.end(), bytes);
+    }
+    PutLineEnd(std::copy(text.begin(), text.end(), bytes + kept), lineEnd);
 }
 
 bool IniText::IsLast(Section id) const {

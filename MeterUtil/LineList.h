@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <numeric>
 #include <utility>
 
 #include "MeterUtil/LineArena.h"
@@ -63,6 +64,12 @@ public:
 
     // Without a tag.
     void Append(LineRef line) noexcept { Lines()[m_size++] = line; }
+
+    // Lines of the base that follow each other.
+    void AppendRun(LineRef first, std::uint32_t count) noexcept {
+        std::iota(Lines() + m_size, Lines() + m_size + count, first);
+        m_size += count;
+    }
 
     void Erase(std::uint32_t at) noexcept {
         std::copy(Lines() + at + 1, Lines() + m_size, Lines() + at);
