@@ -127,9 +127,7 @@ void IniText::SetValue(Section id, std::string_view key, std::string_view value)
         AddEntry(id, key, value);
     } else {
         const auto kept = static_cast<std::size_t>(old.data() - line.data());
-        const std::size_t lineEndSize = line.size() - kept - old.size();
-        const std::string_view lineEnd = kCrLf.substr(kCrLf.size() - lineEndSize);  // all, LF, or none
-        ReplaceTail(Edit(section).Lines()[index], kept, value, lineEnd, &section.corner);
+        ReplaceTail(Edit(section).Lines()[index], kept, value, LineEndOf(line), &section.corner);
     }
     Tidy();
 }

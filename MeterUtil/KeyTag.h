@@ -1,8 +1,8 @@
 // One byte for the key of a line, so that a search in a section looks at the text of one line only.
 //
 // A section is tagged when it is first asked for a key: all its lines at once, which is most of what the
-// first look-up takes. So the tag is made of the first sixteen bytes of a line, eight at a time and without a
-// decision that depends on the key; a line that is not so plain is taken apart.
+// first look-up takes. So the tag is made of the first sixteen bytes of a line, at once where the processor
+// can, and without a decision that depends on the key; a line that is not so plain is taken apart.
 #pragma once
 
 #include <algorithm>
@@ -26,25 +26,6 @@ struct KeyHead {
     std::uint64_t first;
     std::uint64_t second;
 };
-
-// Whether the first byte of a word in memory is its lowest, which the compiler knows.
-inline bool LowByteFirst() {
-    const std::uint64_t word = 1;
-    char first = 0;
-    std::memcpy(&first, &word, 1);
-    return first == 1;
-}
-
-// The high bit of each byte that is below `limit`, which is at most 0x80. Bytes behind such a byte may be
-// told of wrongly.
-constexpr std::uint64_t BytesBelow(std::uint64_t word, std::uint8_t limit) {
-    return (word - EachByte(limit)) & ~word & EachByte(0x80);
-}
-
-// All bits of the bytes in front of the first marked one; of all bytes when none is.
-constexpr std::uint64_t BytesBefore(std::uint64_t marks) {
-    return ((marks & (~marks + 1)) >> 7U) - 1;
-}
 
 // Letters count in lower case; zeros count as blanks, which no key ends with.
 inline std::uint8_t TagOf(KeyHead head) {
@@ -76,8 +57,8 @@ inline std::uint8_t PartsTag(std::string_view line) {
 // Takes the key from the first sixteen bytes of a line. False when that is not so plain.
 inline bool TakePlainKey(const char* line, KeyHead* key) {
     // Read from n bytes before its middle, it keeps the first n bytes of a line and clears the others.
-    static constexpr char kKept[2 * KeyHead::kBytes] = {-1, -1, -1, -1, -1, -1, -1, -1,
-                                                        -1, -1, -1, -1, -1, -1, -1, -1};
+    static constexpr std::uint8_t kKept[2 * KeyHead::kBytes] = {
+        0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF};
     __m128i bytes;
     std::memcpy(&bytes, line, sizeof bytes);
     const auto marks = [](__m128i found) { return static_cast<std::uint32_t>(_mm_movemask_epi8(found)); };
@@ -93,6 +74,26 @@ inline bool TakePlainKey(const char* line, KeyHead* key) {
     return true;
 }
 #else
+// Whether the first byte of a word in memory is its lowest, which the compiler knows.
+inline bool LowByteFirst() {
+    const std::uint64_t word = 1;
+    char first = 0;
+    std::memcpy(&first, &word, 1);
+    return first == 1;
+}
+
+// The high bit of each byte that is below `limit`, which is at most 0x80. Bytes behind such a byte may be
+// told of wrongly.
+constexpr std::uint64_t BytesBelow(std::uint64_t word, std::uint8_t limit) {
+    return (word - EachByte(limit)) & ~word & EachByte(0x80);
+}
+
+// All bits of the bytes in front of the first marked one; of all bytes when none is.
+constexpr std::uint64_t BytesBefore(std::uint64_t marks) {
+    return ((marks & (~marks + 1)) >> 7U) - 1;
+}
+
+// The same, eight bytes at a time.
 inline bool TakePlainKey(const char* line, KeyHead* key) {
     if (!LowByteFirst())
         return false;

@@ -194,7 +194,7 @@ TEST(IniTextMemory, SnapshotsStayAsTheyWere) {
         ASSERT_EQ(Joined(snapshots[i]), expected[i]) << i;
 }
 
-// What a snapshot takes memory for is known before: only so can it do without more.
+// However much was edited, a snapshot asks for memory as often: it knows before how much it needs.
 TEST(IniTextMemory, ASnapshotTakesItsMemoryAtOnce) {
     const auto allocations = [](const std::function<void(IniText&)>& edit) {
         std::string file;
