@@ -62,13 +62,38 @@ inline bool SplitEntry(std::string_view text, std::string_view* key, std::string
     return !key->empty() && key->front() != ';';
 }
 
-// True when the text is an entry with this key, which has no blanks around it; `value` is then its value.
-inline bool IsEntryOf(std::string_view text, std::string_view key, std::string_view* value) {
-    // Most are asked for as they are written.
-    if (text.size() > key.size() && text[key.size()] == '=' && text.substr(0, key.size()) == key) {
-        *value = text.substr(key.size() + 1);
-        return true;
+// A key of four to twelve bytes, as most have, in words: its first, its middle and its last four bytes, which
+// are all of it. Nothing is decided by the size, which differs from key to key so that the processor cannot
+// guess it.
+struct KeyWords {
+    static constexpr std::size_t kWord = sizeof(std::uint32_t);
+
+    static bool Fit(std::string_view key) { return key.size() - kWord <= 2 * kWord; }
+
+    explicit KeyWords(std::string_view key) {
+        std::memcpy(&first, key.data(), kWord);
+        std::memcpy(&middle, key.data() + (key.size() - kWord) / 2, kWord);
+        std::memcpy(&last, key.data() + key.size() - kWord, kWord);
     }
+
+    bool operator==(const KeyWords& other) const {
+        return ((first ^ other.first) | (middle ^ other.middle) | (last ^ other.last)) == 0;
+    }
+
+    std::uint32_t first;
+    std::uint32_t middle;
+    std::uint32_t last;
+};
+
+// True when two keys of one size are written alike.
+inline bool SameKey(std::string_view a, std::string_view b) {
+    return KeyWords::Fit(a) ? KeyWords(a) == KeyWords(b) : a == b;
+}
+
+// IsEntryOf for a key that is written otherwise. Kept apart, as other rare ways are: the way that most take
+// is short.
+[[gnu::noinline]] inline bool IsEntryOfFolded(std::string_view text, std::string_view key,
+                                              std::string_view* value) {
     std::size_t at = 0;
     while (at < text.size() && MeterText::IsBlank(text[at]))
         ++at;
@@ -80,6 +105,15 @@ inline bool IsEntryOf(std::string_view text, std::string_view key, std::string_v
     if (at == text.size() || text[at] != '=')
         return false;
     *value = text.substr(at + 1);
+    return true;
+}
+
+// True when the text is an entry with this key, which has no blanks around it; `value` is then its value.
+inline bool IsEntryOf(std::string_view text, std::string_view key, std::string_view* value) {
+    // Most are asked for as they are written.
+    if (text.size() <= key.size() || text[key.size()] != '=' || !SameKey(text.substr(0, key.size()), key))
+        return IsEntryOfFolded(text, key, value);
+    *value = text.substr(key.size() + 1);
     return true;
 }
 
@@ -146,22 +180,26 @@ inline std::uint32_t HashOfEnd(std::uint64_t hash, std::uint64_t end) {
     return static_cast<std::uint32_t>((MixedHash(hash, end) * kHashFactor) >> 32U);
 }
 
-// A hash that is the same for names that differ in the case of letters alone. `end` is the folded end of the
-// name.
-inline std::uint32_t HashWithEnd(std::string_view name, std::uint64_t end) {
+// A hash that is the same for names that differ in the case of letters alone, of a name of eight bytes at
+// most, of which size and folded end are known.
+inline std::uint32_t HashOfShort(std::size_t size, std::uint64_t end) {
+    return HashOfEnd(size * kHashFactor, end);
+}
+
+// The same for any name; `end` is the folded end of the name.
+[[gnu::noinline]] inline std::uint32_t HashOfLong(std::string_view name, std::uint64_t end) {
     std::uint64_t hash = name.size() * kHashFactor;
     for (std::size_t taken = 0; name.size() - taken > kWordBytes; taken += kWordBytes)
         hash = MixedHash(hash, FoldedEnd(name.substr(taken, kWordBytes)));
     return HashOfEnd(hash, end);
 }
 
-inline std::uint32_t FoldedHash(std::string_view name) {
-    return HashWithEnd(name, FoldedEnd(name));
+inline std::uint32_t HashWithEnd(std::string_view name, std::uint64_t end) {
+    return name.size() <= kWordBytes ? HashOfShort(name.size(), end) : HashOfLong(name, end);
 }
 
-// The same for a name of eight bytes at most, of which size and folded end are known.
-inline std::uint32_t HashOfShort(std::size_t size, std::uint64_t end) {
-    return HashOfEnd(size * kHashFactor, end);
+inline std::uint32_t FoldedHash(std::string_view name) {
+    return HashWithEnd(name, FoldedEnd(name));
 }
 
 }  // namespace MeterUtil

@@ -87,7 +87,7 @@ void IniText::Load(Platform::FileBytes bytes) {
         m_lineEnd = kLf;
     // A tag that was never written costs no memory: the system gives zeroed pages when they are first
     // touched.
-    m_tags.reset(static_cast<std::uint8_t*>(std::calloc(m_lineCount + std::size_t{1}, 1)));
+    m_tags.reset(static_cast<std::uint8_t*>(std::calloc(m_lineCount + std::size_t{kTagsAtOnce}, 1)));
     if (m_tags == nullptr)
         throw std::bad_alloc();
     BuildNameIndex();
@@ -123,10 +123,6 @@ void IniText::CloseSection() {
 
 // ---- lines
 
-LineRef IniText::LineOf(const SectionData& section, std::uint32_t index) const {
-    return section.edited.Exists() ? section.edited.Lines()[index] : section.first + index;
-}
-
 std::string_view IniText::Raw(const SectionData& section, std::uint32_t index) const {
     return m_lines.Raw(LineOf(section, index));
 }
@@ -134,10 +130,6 @@ std::string_view IniText::Raw(const SectionData& section, std::uint32_t index) c
 // Empty when there is none.
 std::string_view IniText::Header(const SectionData& section) const {
     return section.header == kNoLine ? std::string_view() : m_lines.Raw(section.header);
-}
-
-const std::uint8_t* IniText::Tags(const SectionData& section) const {
-    return section.edited.Exists() ? section.edited.Tags() : m_tags.get() + section.first;
 }
 
 std::uint32_t IniText::LinesOf(const SectionData& section) const {
@@ -163,7 +155,11 @@ void IniText::SetName(SectionData& section, std::string_view name) {
 // Most names are short: the section tells without its header being looked at.
 bool IniText::HasName(const SectionData& section, const SoughtName& sought) const {
     return section.nameEnd == sought.end && section.nameSize == sought.name.size() &&
-           (section.nameSize <= kWordBytes || MeterText::EqualIgnoringCase(NameOf(section), sought.name));
+           (section.nameSize <= kWordBytes || HasLongName(section, sought.name));
+}
+
+bool IniText::HasLongName(const SectionData& section, std::string_view name) const {
+    return MeterText::EqualIgnoringCase(NameOf(section), name);
 }
 
 // ---- finding
@@ -208,9 +204,10 @@ void IniText::Prefetch(const SectionData& section) const {
     const std::uint8_t* const tags = Tags(section);
     Platform::Prefetch(tags);
     Platform::Prefetch(tags + section.count);
-    prefetch(m_lines.starts.get() + section.first);
     if (section.edited.Exists())
         prefetch(section.edited.Lines());
+    if (section.moved * 2U <= section.count)
+        prefetch(m_lines.starts.get() + section.first);
 }
 
 void IniText::Tag(SectionData& section) {
@@ -239,32 +236,25 @@ void IniText::TagBase(std::uint32_t first, std::uint32_t count) {
     }
 }
 
-// The index of the entry with this key; `value` is then a part of its line.
-std::uint32_t IniText::FindEntry(SectionData& section, std::string_view key, std::string_view* line,
-                                 std::string_view* value) {
+IniText::SoughtEntry IniText::Seek(Section id, std::string_view key) {
+    if (id == kNoSection)
+        return {id, kNoIndex, key, kNoEntryTag};
+    SectionData& section = m_sections[id];
     if (!section.tagged)
         Tag(section);
-    const std::uint8_t* const tags = Tags(section);
     const std::uint8_t tag = KeyTag(key);
-    for (std::uint32_t i = 0; i < section.count; ++i) {
-        const void* const found = std::memchr(tags + i, tag, section.count - i);
-        if (found == nullptr)
-            return kNoIndex;
-        i = static_cast<std::uint32_t>(static_cast<const std::uint8_t*>(found) - tags);
-        const LineRef place = LineOf(section, i);
-        m_lines.Prefetch({place, 1});
-        *line = m_lines.Raw(place);
-        if (!IsEntryOf(*line, key, value))
-            continue;
-        *value = WithoutLineEnd(*value);
-        return i;
-    }
-    return kNoIndex;
+    const std::uint32_t index = FindTag(Tags(section), 0, section.count, tag);
+    if (index != kNoIndex)
+        m_lines.Prefetch({LineOf(section, index), 1});
+    return {id, index, key, tag};
 }
 
 bool IniText::FindValue(Section id, std::string_view key, std::string_view* value) {
     std::string_view line;
-    return FindEntry(m_sections[id], key, &line, value) != kNoIndex;
+    if (FindEntry(Seek(id, key), &line, value) == kNoIndex)
+        return false;
+    *value = WithoutLineEnd(*value);
+    return true;
 }
 
 bool IniText::EntryAt(Section id, std::uint32_t index, std::string_view* key, std::string_view* value) {

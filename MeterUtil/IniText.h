@@ -21,6 +21,7 @@
 #include <vector>
 
 #include "MeterUtil/IniLine.h"
+#include "MeterUtil/KeyTag.h"
 #include "MeterUtil/LineList.h"
 #include "MeterUtil/LineSource.h"
 #include "MeterUtil/LineStarts.h"
@@ -67,6 +68,16 @@ public:
     SoughtName Seek(std::string_view name) const;
     Section FindSection(const SoughtName& sought) const;
     Section FindSection(std::string_view name) const { return FindSection(Seek(name)); }
+
+    // What an entry of a section, which may be none, is found by. To make it fetches the first line that may
+    // be the entry.
+    struct SoughtEntry {
+        Section section;
+        std::uint32_t index;  // of that line
+        std::string_view key;
+        std::uint8_t tag;
+    };
+    SoughtEntry Seek(Section id, std::string_view key);
     bool FindValue(Section id, std::string_view key, std::string_view* value);
     bool EntryAt(Section id, std::uint32_t index, std::string_view* key,
                  std::string_view* value);                                              // from 0
@@ -79,7 +90,8 @@ public:
 
     // ---- edits; each either happens whole or, without memory, throws and changes nothing
 
-    void SetValue(Section id, std::string_view key, std::string_view value);
+    bool SetValue(const SoughtEntry& sought, std::string_view value);  // false: there is no such entry
+    void AddEntry(Section id, std::string_view key, std::string_view value);
     void AddSection(std::string_view name, std::string_view key, std::string_view value);
     void SetLine(std::uint32_t line, std::string_view text);  // line < LineCount()
     void AppendLine(std::string_view text);
@@ -109,6 +121,7 @@ private:
         std::uint32_t position = 0;           // in m_order; valid below m_placed
         std::uint32_t leading = 0;            // so many first lines are all entries; once tagged
         LineArena::Corner corner = 0;         // of the lines that change
+        std::uint16_t moved = 0;              // so many values were moved to the arena since it has own lines
         bool tagged = false;
         bool hasBracketLines = false;  // a line behind the header may begin with '['
     };
@@ -136,7 +149,6 @@ private:
         std::uint32_t index;     // of the line behind its header; kHeaderLine for the header
     };
     static constexpr std::uint32_t kHeaderLine = UINT32_MAX;
-    static constexpr std::uint32_t kNoIndex = UINT32_MAX;
     static constexpr std::size_t kSmallArena = std::size_t{1024} * 1024;
 
     struct Loading {
@@ -148,14 +160,19 @@ private:
     };
 
     // lines
-    LineRef LineOf(const SectionData& section, std::uint32_t index) const;
+    LineRef LineOf(const SectionData& section, std::uint32_t index) const {
+        return section.edited.Exists() ? section.edited.Lines()[index] : section.first + index;
+    }
     std::string_view Raw(const SectionData& section, std::uint32_t index) const;
     std::string_view Header(const SectionData& section) const;
-    const std::uint8_t* Tags(const SectionData& section) const;
+    const std::uint8_t* Tags(const SectionData& section) const {
+        return section.edited.Exists() ? section.edited.Tags() : m_tags.get() + section.first;
+    }
     std::uint32_t LinesOf(const SectionData& section) const;
     std::string_view LineEndFor(std::string_view text) const;
     std::string_view NameOf(const SectionData& section) const;
     bool HasName(const SectionData& section, const SoughtName& sought) const;
+    [[gnu::noinline]] bool HasLongName(const SectionData& section, std::string_view name) const;
     static void SetName(SectionData& section, std::string_view name);
     void SetHeader(SectionData& section, LineRef header) noexcept;
     std::size_t SizeOf(const LineList& lines) const;
@@ -170,8 +187,7 @@ private:
     void TagBase(std::uint32_t first, std::uint32_t count);
     std::uint32_t HashOf(const SectionData& section) const;
     Section FirstOf(std::uint32_t hash, const SectionData& section) const;
-    std::uint32_t FindEntry(SectionData& section, std::string_view key, std::string_view* line,
-                            std::string_view* value);
+    std::uint32_t FindEntry(const SoughtEntry& sought, std::string_view* line, std::string_view* value) const;
     void NumberLines(std::uint32_t upTo);
     std::uint32_t PositionOf(Section id);
     std::uint32_t PositionNear(std::uint32_t line) const;
@@ -201,8 +217,9 @@ private:
     LineRef NewLine(std::initializer_list<std::string_view> parts, LineArena::Corner* corner = nullptr);
     void ReplaceTail(LineRef& line, std::size_t kept, std::string_view text, std::string_view lineEnd,
                      LineArena::Corner* corner = nullptr);
+    [[gnu::noinline]] char* MoveHead(LineRef& line, std::size_t kept, std::size_t size, std::size_t lineEnd,
+                                     LineArena::Corner* corner);
     void ReplaceLine(SectionData& section, std::uint32_t index, std::string_view text);
-    void AddEntry(Section id, std::string_view key, std::string_view value);
     void EndLastLine();
     bool IsLast(Section id) const;
     LineList LinesFrom(std::string_view raw);
@@ -255,5 +272,28 @@ private:
     std::map<Section, Copy> m_copies;  // of sections that exist
     std::map<std::string, Copy, NameOrder> m_copiesOfDeleted;
 };
+
+// The index of the entry; `value` is then a part of its line.
+inline std::uint32_t IniText::FindEntry(const SoughtEntry& sought, std::string_view* line,
+                                        std::string_view* value) const {
+    for (std::uint32_t i = sought.index; i != kNoIndex;) {
+        const SectionData& section = m_sections[sought.section];
+        *line = m_lines.Raw(LineOf(section, i));
+        if (IsEntryOf(*line, sought.key, value))
+            return i;
+        i = FindTag(Tags(section), i + 1, section.count, sought.tag);
+    }
+    return kNoIndex;
+}
+
+// Puts a text and a line end behind the first `kept` bytes of a line.
+inline void IniText::ReplaceTail(LineRef& line, std::size_t kept, std::string_view text,
+                                 std::string_view lineEnd, LineArena::Corner* corner) {
+    const std::size_t size = kept + text.size() + lineEnd.size();
+    char* bytes = line < kFirstInArena ? nullptr : m_lines.arena.WriteOver(line, size, lineEnd.size());
+    if (bytes == nullptr)
+        bytes = MoveHead(line, kept, size, lineEnd.size(), corner);
+    PutLineEnd(std::copy(text.begin(), text.end(), bytes + kept), lineEnd);
+}
 
 }  // namespace MeterUtil

@@ -61,25 +61,21 @@ LineRef IniText::NewLine(std::initializer_list<std::string_view> parts, LineAren
     std::size_t size = 0;
     for (const std::string_view part : parts)
         size += part.size();
-    const LineRef line = m_lines.arena.Allocate(size, corner);
+    const LineRef line = m_lines.arena.Allocate(size, LineEndOf(*(parts.end() - 1)).size(), corner);
     char* next = m_lines.arena.Writable(line);
     for (const std::string_view part : parts)
         next = std::copy(part.begin(), part.end(), next);
     return line;
 }
 
-// Puts a text and a line end behind the first `kept` bytes of a line.
-void IniText::ReplaceTail(LineRef& line, std::size_t kept, std::string_view text, std::string_view lineEnd,
-                          LineArena::Corner* corner) {
-    const std::size_t size = kept + text.size() + lineEnd.size();
-    char* bytes = line < kFirstInArena ? nullptr : m_lines.arena.WriteOver(line, size);
-    if (bytes == nullptr) {
-        const std::string_view head = m_lines.Raw(line).substr(0, kept);
-        line = m_lines.arena.Allocate(size, corner);
-        bytes = m_lines.arena.Writable(line);
-        std::copy(head.begin(), head.end(), bytes);
-    }
-    PutLineEnd(std::copy(text.begin(), text.end(), bytes + kept), lineEnd);
+// Gives a line other bytes, with the first `kept` ones in them.
+char* IniText::MoveHead(LineRef& line, std::size_t kept, std::size_t size, std::size_t lineEnd,
+                        LineArena::Corner* corner) {
+    const std::string_view head = m_lines.Raw(line).substr(0, kept);
+    line = m_lines.arena.Allocate(size, lineEnd, corner);
+    char* const bytes = m_lines.arena.Writable(line);
+    std::copy(head.begin(), head.end(), bytes);
+    return bytes;
 }
 
 bool IniText::IsLast(Section id) const {
@@ -118,18 +114,22 @@ std::size_t IniText::BytesOf(const SectionData& section) const {
 
 // ---- entries
 
-void IniText::SetValue(Section id, std::string_view key, std::string_view value) {
-    SectionData& section = m_sections[id];
+bool IniText::SetValue(const SoughtEntry& sought, std::string_view value) {
+    if (sought.index == kNoIndex)
+        return false;
+    SectionData& section = m_sections[sought.section];
+    m_lines.arena.PrefetchCorner(section.corner);
     std::string_view line;
     std::string_view old;
-    const std::uint32_t index = FindEntry(section, key, &line, &old);
-    if (index == kNoIndex) {
-        AddEntry(id, key, value);
-    } else {
-        const auto kept = static_cast<std::size_t>(old.data() - line.data());
-        ReplaceTail(Edit(section).Lines()[index], kept, value, LineEndOf(line), &section.corner);
-    }
+    const std::uint32_t index = FindEntry(sought, &line, &old);
+    if (index == kNoIndex)
+        return false;
+    const auto kept = static_cast<std::size_t>(old.data() - line.data());
+    LineRef& place = Edit(section).Lines()[index];
+    section.moved = static_cast<std::uint16_t>(section.moved + (place < kFirstInArena ? 1 : 0));
+    ReplaceTail(place, kept, value, m_lines.EndOf(place), &section.corner);
     Tidy();
+    return true;
 }
 
 // Adds an entry behind the last line of a tagged section that is not blank.
@@ -150,13 +150,14 @@ void IniText::AddEntry(Section id, std::string_view key, std::string_view value)
     ++section.count;
     ++m_lineCount;
     LinesChangedFrom(PositionOf(id));
+    Tidy();
 }
 
 bool IniText::DeleteKey(Section id, std::string_view key) {
     SectionData& section = m_sections[id];
     std::string_view line;
     std::string_view value;
-    const std::uint32_t index = FindEntry(section, key, &line, &value);
+    const std::uint32_t index = FindEntry(Seek(id, key), &line, &value);
     if (index == kNoIndex)
         return false;
     Edit(section).Erase(index);
@@ -189,7 +190,7 @@ void IniText::SetLine(std::uint32_t line, std::string_view text) {
 
 void IniText::ReplaceLine(SectionData& section, std::uint32_t index, std::string_view text) {
     LineRef& line = Edit(section).Lines()[index];
-    const std::string_view lineEnd = LineEndOf(m_lines.Raw(line));
+    const std::string_view lineEnd = m_lines.EndOf(line);
     // An empty line always has a line end: without one it would not be there.
     ReplaceTail(line, 0, text, text.empty() && lineEnd.empty() ? m_lineEnd : lineEnd, &section.corner);
     section.hasBracketLines |= BeginsWithBracket(line);
@@ -497,7 +498,7 @@ void IniText::Rebase(std::size_t textBytes) {
     std::unique_ptr<std::uint32_t[], Platform::FreeBlock> starts(
         static_cast<std::uint32_t*>(std::malloc(startCount * sizeof(std::uint32_t))));
     std::unique_ptr<std::uint8_t[], Platform::FreeBlock> tags(
-        static_cast<std::uint8_t*>(std::calloc(startCount, 1)));
+        static_cast<std::uint8_t*>(std::calloc(m_lineCount + std::size_t{kTagsAtOnce}, 1)));
     if (bytes.data == nullptr || starts == nullptr || tags == nullptr)
         throw std::bad_alloc();
     char* const base = bytes.data.get();
@@ -522,6 +523,7 @@ void IniText::Rebase(std::size_t textBytes) {
             move(Raw(section, i));
         section.edited = LineList();
         section.corner = 0;
+        section.moved = 0;
         section.first = first;
         section.tagged = false;
     }

@@ -1,8 +1,8 @@
 // One byte for the key of a line, so that a search in a section looks at the text of one line only.
 //
 // A section is tagged when it is first asked for a key: all its lines at once, which is most of what the
-// first look-up takes. So the tag is made of the first sixteen bytes of a line, at once where the processor
-// can, and without a decision that depends on the key; a line that is not so plain is taken apart.
+// first look-up takes. Keys are of any few bytes, so nothing here depends on their size but what is rare: a
+// processor that guesses wrong which way to go has lost more time than the tag takes.
 #pragma once
 
 #include <algorithm>
@@ -20,30 +20,18 @@ namespace MeterUtil {
 
 constexpr std::uint8_t kNoEntryTag = 0;
 
-// What the tag of a short key is made of: sixteen bytes, zeros behind the key.
-struct KeyHead {
-    static constexpr std::size_t kBytes = 2 * kWordBytes;
-    std::uint64_t first;
-    std::uint64_t second;
-};
-
-// Letters count in lower case; zeros count as blanks, which no key ends with.
-inline std::uint8_t TagOf(KeyHead head) {
-    constexpr std::uint64_t kLowerCase = EachByte(0x20);
-    const std::uint64_t hash = (head.first | kLowerCase) * kHashFactor ^ (head.second | kLowerCase);
+constexpr std::uint8_t TagOf(std::uint64_t hash) {
     return std::max<std::uint8_t>(static_cast<std::uint8_t>((hash * kHashFactor) >> 56U), kNoEntryTag + 1);
 }
 
-// The tag of a key that has no blanks around it.
+// The tag of a key that has no blanks around it. Letters count in lower case.
 inline std::uint8_t KeyTag(std::string_view key) {
-    if (key.size() <= kWordBytes)
-        return TagOf({LastBytes(key), 0});
-    if (key.size() > KeyHead::kBytes) {
-        const std::uint64_t hash = FoldedHash(key);
-        return TagOf({hash, hash});
-    }
-    const std::size_t half = 4 * (KeyHead::kBytes - key.size());
-    return TagOf({LastBytes(key.substr(0, kWordBytes)), LastBytes(key) >> half >> half});
+    if (!KeyWords::Fit(key))
+        return TagOf(FoldedHash(key));
+    constexpr std::uint64_t kLowerCase = EachByte(0x20);
+    const KeyWords words(key);
+    const std::uint64_t ends = words.first | std::uint64_t{words.last} << 32U;
+    return TagOf((ends | kLowerCase) * kHashFactor ^ (words.middle | kLowerCase) ^ key.size());
 }
 
 // The tag of a line that is taken apart.
@@ -53,68 +41,69 @@ inline std::uint8_t PartsTag(std::string_view line) {
     return SplitEntry(line, &key, &value) ? KeyTag(key) : kNoEntryTag;
 }
 
+constexpr std::size_t kPlainBytes = 16;
+
+// The size of the key when a line has it, without any blank, and the '=' in its first sixteen bytes; else 0.
+inline std::size_t PlainKeySize(const char* line) {
 #if defined(__GNUC__) && defined(__SSE2__)
-// Takes the key from the first sixteen bytes of a line. False when that is not so plain.
-inline bool TakePlainKey(const char* line, KeyHead* key) {
-    // Read from n bytes before its middle, it keeps the first n bytes of a line and clears the others.
-    static constexpr std::uint8_t kKept[2 * KeyHead::kBytes] = {
-        0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF};
     __m128i bytes;
     std::memcpy(&bytes, line, sizeof bytes);
     const auto marks = [](__m128i found) { return static_cast<std::uint32_t>(_mm_movemask_epi8(found)); };
     const std::uint32_t equals = marks(_mm_cmpeq_epi8(bytes, _mm_set1_epi8('=')));
     const std::uint32_t blanks = marks(_mm_cmpeq_epi8(_mm_min_epu8(bytes, _mm_set1_epi8(' ')), bytes));
     const std::uint32_t inKey = (equals & (~equals + 1)) - 1;
-    if (equals == 0 || inKey == 0 || (blanks & inKey) != 0)
-        return false;
-    __m128i kept;
-    std::memcpy(&kept, kKept + KeyHead::kBytes - __builtin_ctz(equals), sizeof kept);
-    kept = _mm_and_si128(kept, bytes);
-    std::memcpy(key, &kept, sizeof *key);
-    return true;
-}
+    return equals == 0 || (blanks & inKey) != 0 ? 0 : static_cast<std::size_t>(__builtin_ctz(equals));
 #else
-// Whether the first byte of a word in memory is its lowest, which the compiler knows.
-inline bool LowByteFirst() {
-    const std::uint64_t word = 1;
-    char first = 0;
-    std::memcpy(&first, &word, 1);
-    return first == 1;
-}
-
-// The high bit of each byte that is below `limit`, which is at most 0x80. Bytes behind such a byte may be
-// told of wrongly.
-constexpr std::uint64_t BytesBelow(std::uint64_t word, std::uint8_t limit) {
-    return (word - EachByte(limit)) & ~word & EachByte(0x80);
-}
-
-// All bits of the bytes in front of the first marked one; of all bytes when none is.
-constexpr std::uint64_t BytesBefore(std::uint64_t marks) {
-    return ((marks & (~marks + 1)) >> 7U) - 1;
-}
-
-// The same, eight bytes at a time.
-inline bool TakePlainKey(const char* line, KeyHead* key) {
-    if (!LowByteFirst())
-        return false;
-    std::memcpy(key, line, sizeof *key);
-    const std::uint64_t equals = BytesBelow(key->first ^ EachByte('='), 1);
-    const std::uint64_t laterEquals = BytesBelow(key->second ^ EachByte('='), 1);
-    const std::uint64_t inFirst = BytesBefore(equals);
-    const std::uint64_t inSecond = equals != 0 ? 0 : BytesBefore(laterEquals);
-    const std::uint64_t blanks =
-        BytesBelow(key->first | ~inFirst, ' ' + 1) | BytesBelow(key->second | ~inSecond, ' ' + 1);
-    *key = {key->first & inFirst, key->second & inSecond};
-    return (equals | laterEquals) != 0 && inFirst != 0 && blanks == 0;
-}
+    for (std::size_t i = 0; i < kPlainBytes; ++i) {
+        if (line[i] == '=')
+            return i;
+        if (static_cast<unsigned char>(line[i]) <= ' ')
+            return 0;
+    }
+    return 0;
 #endif
+}
 
 // The tag of a line's key; kNoEntryTag for a line that is no entry. The line may have its line end.
 inline std::uint8_t LineTag(std::string_view line) {
-    KeyHead key{};
-    if (line.size() < KeyHead::kBytes || line.front() == ';' || !TakePlainKey(line.data(), &key))
+    if (line.size() < kPlainBytes || line.front() == ';')
         return PartsTag(line);
-    return TagOf(key);
+    const std::size_t size = PlainKeySize(line.data());
+    return size == 0 ? PartsTag(line) : KeyTag(line.substr(0, size));
+}
+
+constexpr std::uint32_t kTagsAtOnce = 64;
+constexpr std::uint32_t kNoIndex = UINT32_MAX;
+
+// The first of `count` tags, at or behind `from`, that is this one. There must be memory behind the tags for
+// a multiple of kTagsAtOnce of them.
+inline std::uint32_t FindTag(const std::uint8_t* tags, std::uint32_t from, std::uint32_t count,
+                             std::uint8_t tag) {
+#if defined(__GNUC__) && defined(__SSE2__)
+    const __m128i wanted = _mm_set1_epi8(static_cast<char>(tag));
+    const auto marks = [&](const std::uint8_t* at) {
+        __m128i bytes;
+        std::memcpy(&bytes, at, sizeof bytes);
+        return std::uint64_t{static_cast<std::uint32_t>(_mm_movemask_epi8(_mm_cmpeq_epi8(bytes, wanted)))};
+    };
+    std::uint32_t at = from / kTagsAtOnce * kTagsAtOnce;
+    std::uint64_t sought = ~std::uint64_t{0} << from % kTagsAtOnce;
+    for (; at < count; at += kTagsAtOnce, sought = ~std::uint64_t{0}) {
+        const std::uint8_t* const block = tags + at;
+        const std::uint64_t found =
+            (marks(block) | marks(block + 16) << 16U | marks(block + 32) << 32U | marks(block + 48) << 48U) &
+            sought;
+        if (found == 0)
+            continue;
+        const std::uint32_t index = at + static_cast<std::uint32_t>(__builtin_ctzll(found));
+        return index < count ? index : kNoIndex;
+    }
+    return kNoIndex;
+#else
+    const void* const found = std::memchr(tags + from, tag, count - from);
+    return found == nullptr ? kNoIndex
+                            : static_cast<std::uint32_t>(static_cast<const std::uint8_t*>(found) - tags);
+#endif
 }
 
 }  // namespace MeterUtil

@@ -11,6 +11,8 @@
 #include <utility>
 #include <vector>
 
+#include "Platform/Prefetch.h"
+
 namespace MeterUtil {
 
 // Names a line of a text: by its number in the base, or, above these, by its place in the arena. Four bytes,
@@ -27,16 +29,16 @@ public:
     // before the first.
     using Corner = std::uint32_t;
 
-    // Room for a line of `size` bytes, line end included, and a little more, so that a value may grow; in a
-    // corner, unless the line is long or the corner is null. Throws std::bad_alloc, also for a line of nearly
-    // 4 GiB, which a head cannot tell the size of.
-    LineRef Allocate(std::size_t size, Corner* corner = nullptr) {
+    // Room for a line of `size` bytes, of which its line end takes `lineEnd`, and a little more, so that a
+    // value may grow; in a corner, unless the line is long or the corner is null. Throws std::bad_alloc, also
+    // for a line of nearly 4 GiB, which a head cannot tell the size of.
+    LineRef Allocate(std::size_t size, std::size_t lineEnd = 0, Corner* corner = nullptr) {
         if (size > kMostBytesOfALine)
             throw std::bad_alloc();
         const std::size_t room = (sizeof(Head) + size + kGranule) / kGranule * kGranule;
         const LineRef line = corner == nullptr || room > kCorner / 2 ? Take(room) : TakeOf(corner, room);
-        const Head head{static_cast<std::uint32_t>(size),
-                        static_cast<std::uint16_t>(room - sizeof(Head) - size), m_epoch};
+        const Head head{static_cast<std::uint32_t>(size), SlackOf(room - sizeof(Head) - size, lineEnd),
+                        m_epoch};
         std::memcpy(Place(line), &head, sizeof head);
         return line;
     }
@@ -49,6 +51,18 @@ public:
         return {place + sizeof(Head), size};
     }
 
+    // The bytes of its line end, without a look at them.
+    std::size_t LineEndOf(LineRef line) const { return HeadOf(line).slack % kLineEnds; }
+
+    // Fetches where the next line of a corner goes.
+    void PrefetchCorner(Corner corner) const {
+        if (corner == 0)
+            return;
+        const char* const next = Place(corner - 1) + kGranule;
+        Platform::Prefetch(next);
+        Platform::Prefetch(next + Platform::kCacheLine);
+    }
+
     // Where the line and what is known of it lie.
     const char* Address(LineRef line) const { return Place(line); }
 
@@ -59,11 +73,11 @@ public:
     char* Writable(LineRef line) { return Place(line) + sizeof(Head); }
 
     // The bytes of a line, so many from now on, to be written over; null when it does not take them.
-    char* WriteOver(LineRef line, std::size_t size) {
+    char* WriteOver(LineRef line, std::size_t size, std::size_t lineEnd = 0) {
         Head head = HeadOf(line);
         if (!Takes(head, size))
             return nullptr;
-        head.slack = static_cast<std::uint16_t>(std::min<std::size_t>(RoomOf(head) - size, UINT16_MAX));
+        head.slack = SlackOf(RoomOf(head) - size, lineEnd);
         head.size = static_cast<std::uint32_t>(size);
         std::memcpy(Place(line), &head, sizeof head);
         return Place(line) + sizeof head;
@@ -87,10 +101,12 @@ private:
     // What stands in front of the text of a line.
     struct Head {
         std::uint32_t size;   // bytes, line end included
-        std::uint16_t slack;  // so many bytes more there is room for
+        std::uint16_t slack;  // bytes more there is room for, times kLineEnds, plus those of the line end
         std::uint16_t epoch;  // of the arena when the line was made; 0: never to be written over
     };
 
+    static constexpr std::size_t kLineEnds = 4;  // a line end has two bytes at most
+    static constexpr std::size_t kMostSlack = UINT16_MAX / kLineEnds;
     static constexpr std::size_t kGranule = 16;  // lines begin at multiples of it
     static constexpr std::size_t kBlock = std::size_t{64} * 1024;
     static constexpr std::size_t kCorner = 512;  // some lines, and little to lose when one is all that comes
@@ -112,7 +128,10 @@ private:
         return head;
     }
 
-    static std::size_t RoomOf(const Head& head) { return std::size_t{head.size} + head.slack; }
+    static std::uint16_t SlackOf(std::size_t more, std::size_t lineEnd) {
+        return static_cast<std::uint16_t>(std::min(more, kMostSlack) * kLineEnds + lineEnd);
+    }
+    static std::size_t RoomOf(const Head& head) { return std::size_t{head.size} + head.slack / kLineEnds; }
     bool Takes(const Head& head, std::size_t size) const {
         return head.epoch == m_epoch && size <= RoomOf(head);
     }

@@ -8,6 +8,7 @@
 #include <numeric>
 #include <utility>
 
+#include "MeterUtil/KeyTag.h"
 #include "MeterUtil/LineArena.h"
 
 namespace MeterUtil {
@@ -86,7 +87,8 @@ private:
 
     void Resize(std::uint32_t room) {
         room = std::max<std::uint32_t>((room + kTagsOfARef - 1) / kTagsOfARef, 1) * kTagsOfARef;
-        std::unique_ptr<LineRef[]> block(new LineRef[room + room / kTagsOfARef]);
+        const std::uint32_t tags = (room + kTagsAtOnce - 1) / kTagsAtOnce * kTagsAtOnce;
+        std::unique_ptr<LineRef[]> block(new LineRef[room + tags / kTagsOfARef]);
         std::copy(Lines(), Lines() + m_size, block.get());
         std::copy(Tags(), Tags() + m_size, TagsOf(block.get(), room));
         m_block = std::move(block);
@@ -95,7 +97,7 @@ private:
 
     static constexpr std::uint32_t kTagsOfARef = sizeof(LineRef);
 
-    std::unique_ptr<LineRef[]> m_block;  // the lines, then their tags
+    std::unique_ptr<LineRef[]> m_block;  // the lines, then their tags, as many as are looked at at once
     std::uint32_t m_size = 0;
     std::uint32_t m_room = 0;
 };

@@ -7,6 +7,7 @@
 #include <memory>
 #include <string_view>
 
+#include "MeterUtil/IniLine.h"
 #include "MeterUtil/LineArena.h"
 #include "Platform/Platform.h"
 #include "Platform/Prefetch.h"
@@ -35,6 +36,12 @@ struct LineSource {
             return arena.Raw(run.first);
         const std::uint32_t* const start = starts.get() + run.first;
         return {base.get() + start[0], start[run.count] - start[0]};
+    }
+
+    // The line end of a line. Not a view of it.
+    std::string_view EndOf(LineRef line) const {
+        return line < kFirstInArena ? LineEndOf(Raw(line))
+                                    : kCrLf.substr(kCrLf.size() - arena.LineEndOf(line));
     }
 
     // Hands out each run as one piece, until one is not taken. They may lie anywhere in memory: both ends of

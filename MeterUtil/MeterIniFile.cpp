@@ -69,33 +69,31 @@ using MeterUtil::IniText;
 // A text of 2 GiB and more is refused: lines and sizes of the interface are ints.
 constexpr std::size_t kMostLineBytes = 0x7FFFFFFF;
 
-// Takes a text of the caller that must be without certain letters; null counts as empty. False when it holds
-// one, or is too long. Text and letters are passed over once.
-bool TakeWithout(const char* letters, const char* text, std::string_view* taken) {
-    text = text == nullptr ? "" : text;
-    *taken = {text, std::strcspn(text, letters)};
-    return text[taken->size()] == '\0' && taken->size() < kMostLineBytes;
-}
-
+// Takes a text of the caller that must stay one line; null counts as empty. False when it would not, or is
+// too long. The text is passed over once.
 bool TakeLine(const char* text, std::string_view* taken) {
-    return TakeWithout("\r\n", text, taken);
-}
-
-bool TakeSection(const char* name, std::string_view* taken) {
-    return TakeWithout("\r\n]", name, taken) && !taken->empty();
-}
-
-// Without the blanks around it.
-bool TakeKey(const char* key, std::string_view* taken) {
-    if (!TakeWithout("\r\n=", key, taken))
-        return false;
-    *taken = MeterText::TrimBlanks(*taken);
-    return !taken->empty() && taken->front() != '[' && taken->front() != ';';
+    text = text == nullptr ? "" : text;
+    *taken = {text, std::strcspn(text, "\r\n")};
+    return text[taken->size()] == '\0' && taken->size() < kMostLineBytes;
 }
 
 // False for what no entry has as its key.
 bool MayBeKey(std::string_view key) {
     return !key.empty() && !MeterText::Contains(key, '=');
+}
+
+// False for a name that must not be written although a loaded file may have it.
+bool MayBeWritten(std::string_view name) {
+    return !name.empty() && name.size() < kMostLineBytes && !MeterText::Contains(name, '\r');
+}
+
+bool MayBeWrittenAsKey(std::string_view key) {
+    return MayBeWritten(key) && MayBeKey(key) && key.front() != '[' && key.front() != ';';
+}
+
+// False for names that no line has, neither a loaded one nor one that would be added.
+bool MayBeAdded(std::string_view section, std::string_view key) {
+    return !MeterText::ContainsAny(section, "\n]") && !MeterText::Contains(key, '\n');
 }
 
 // A first line that begins like this would have no text there once it is loaded again.
@@ -207,23 +205,29 @@ bool CMeterIniFile::SectionExists(const char* section) const {
 // ---- edits
 
 bool CMeterIniFile::WriteString(const char* section, const char* key, const char* value) {
-    std::string_view sectionName;
-    std::string_view keyName;
-    std::string_view text;
-    if (m_store == nullptr || !TakeSection(section, &sectionName))
+    if (m_store == nullptr || section == nullptr || key == nullptr)
         return false;
-    // The section is on its way from memory while the key is checked, and the entry while the value is.
-    const IniText::SoughtName sought = m_store->text.Seek(sectionName);
-    if (!TakeKey(key, &keyName))
-        return false;
-    const IniText::Section found = m_store->text.FindSection(sought);
-    if (!TakeLine(value, &text))
-        return false;
+    // What is looked at next is fetched while there are other things to do: the section while the key is
+    // taken, the line of the entry while all three texts are checked. Of names that are found there is less
+    // to check.
+    IniText& text = m_store->text;
+    const std::string_view sectionName = section;
+    const IniText::SoughtName sought = text.Seek(sectionName);
+    const std::string_view keyName = MeterText::TrimBlanks(key);
+    const IniText::Section found = text.FindSection(sought);
     return Guarded(false, [&] {
+        const IniText::SoughtEntry entry = text.Seek(found, keyName);
+        std::string_view newValue;
+        if (!MayBeWritten(sectionName) || !MayBeWrittenAsKey(keyName) || !TakeLine(value, &newValue))
+            return false;
+        if (text.SetValue(entry, newValue))
+            return true;
+        if (!MayBeAdded(sectionName, keyName))
+            return false;
         if (found != IniText::kNoSection)
-            m_store->text.SetValue(found, keyName, text);
+            text.AddEntry(found, keyName, newValue);
         else
-            m_store->text.AddSection(sectionName, keyName, text);
+            text.AddSection(sectionName, keyName, newValue);
         return true;
     });
 }

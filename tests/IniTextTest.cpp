@@ -36,6 +36,11 @@ Platform::FileBytes Bytes(const std::string& text) {
     return bytes;
 }
 
+void Set(IniText* text, IniText::Section id, std::string_view key, std::string_view value) {
+    if (!text->SetValue(text->Seek(id, key), value))
+        text->AddEntry(id, key, value);
+}
+
 std::string Joined(const Platform::TextPieces& text) {
     std::string joined;
     for (const std::string_view piece : PiecesOf(text))
@@ -47,7 +52,7 @@ TEST(IniTextMemory, AFileAsItWasReadIsOnePiece) {
     IniText text;
     text.Load(Bytes("top\n[a]\nk=1\n[b]\n"));
     EXPECT_EQ(PiecesOf(text).size(), 1U);
-    text.SetValue(text.FindSection("a"), "k", "2");
+    Set(&text, text.FindSection("a"), "k", "2");
     EXPECT_EQ(PiecesOf(text).size(), 3U) << "what stands before and behind the change is as it was read";
 }
 
@@ -62,7 +67,7 @@ TEST(IniTextMemory, ChangesDoNotPileUp) {
     constexpr std::size_t kBytes = 20000;
     for (int i = 0; i < kChanges; ++i) {
         value.assign(kBytes + 32 * static_cast<std::size_t>(i), 'v');  // never fits where the last one stood
-        text.SetValue(text.FindSection("a"), "k", value);
+        Set(&text, text.FindSection("a"), "k", value);
         moves += PiecesOf(text).size() == 1 ? 1 : 0;
     }
     // 36 MB of changes: the text moves for every MB of them, and not for each change.
@@ -82,7 +87,7 @@ TEST(IniTextMemory, AMovedTextIsAsLargeAsItBecame) {
     std::string value;
     for (std::size_t pieces = 2; pieces > 1; pieces = PiecesOf(text).size()) {
         value += std::string(1000000, 'v');
-        text.SetValue(section, "k0", value);
+        Set(&text, section, "k0", value);
     }
     std::string_view found;
     for (int i = 1; i < kLines; ++i)
@@ -131,6 +136,30 @@ TEST(LineArena, WritesOverNoLineThatWasThereWhenItWasFrozen) {
     EXPECT_EQ(arena.Raw(before).size(), 10U);
 }
 
+TEST(LineArena, KnowsTheLineEndOfALine) {
+    MeterUtil::LineArena arena;
+    for (const std::size_t lineEnd : {0U, 1U, 2U}) {
+        const MeterUtil::LineRef line = arena.Allocate(40, lineEnd);
+        EXPECT_EQ(arena.LineEndOf(line), lineEnd);
+        for (const std::size_t written : {1U, 2U, 0U}) {
+            ASSERT_NE(arena.WriteOver(line, 20 + written, written), nullptr);
+            EXPECT_EQ(arena.LineEndOf(line), written);
+            EXPECT_TRUE(arena.Takes(line, 40));
+        }
+    }
+}
+
+// Of a line that becomes shorter by far not all of its room is remembered, but never more than it has.
+TEST(LineArena, RemembersTheRoomOfALongLine) {
+    MeterUtil::LineArena arena;
+    const MeterUtil::LineRef line = arena.Allocate(100000);
+    ASSERT_NE(arena.WriteOver(line, 99000), nullptr);
+    EXPECT_TRUE(arena.Takes(line, 100000));
+    ASSERT_NE(arena.WriteOver(line, 10), nullptr);
+    EXPECT_TRUE(arena.Takes(line, 10000));
+    EXPECT_FALSE(arena.Takes(line, 100100));
+}
+
 // Lines of any size are told apart by their number, also one that is larger than the blocks of the arena.
 TEST(LineArena, KeepsLinesOfAllSizes) {
     MeterUtil::LineArena arena;
@@ -156,7 +185,7 @@ TEST(LineArena, LinesOfACornerLieTogether) {
     for (int i = 0; i < 200; ++i) {
         const std::size_t number = static_cast<std::size_t>(i) % std::size(corners);
         const std::size_t size = static_cast<std::size_t>(i) * 7 % 240;
-        const MeterUtil::LineRef line = arena.Allocate(size, &corners[number]);
+        const MeterUtil::LineRef line = arena.Allocate(size, 0, &corners[number]);
         if (i % 3 == 0)
             arena.Allocate(100);  // what belongs to no section goes on beside them
         const std::string text(size, static_cast<char>('a' + i % 26));
@@ -170,7 +199,7 @@ TEST(LineArena, LinesOfACornerLieTogether) {
     for (const auto& [place, numbers] : neighbours)
         EXPECT_EQ(numbers.size(), 1U) << place;
     const std::size_t used = arena.UsedBytes();
-    arena.Allocate(300, &corners[0]);
+    arena.Allocate(300, 0, &corners[0]);
     EXPECT_EQ(arena.UsedBytes() - used, 320U) << "a long line needs no corner";
 }
 
@@ -183,7 +212,7 @@ TEST(IniTextMemory, SnapshotsStayAsTheyWere) {
     std::vector<std::string> expected;
     for (int i = 0; i < 3000; ++i) {
         const std::string value(random() % 3000, static_cast<char>('a' + i % 26));
-        text.SetValue(text.FindSection("a"), i % 2 == 0 ? "k" : "m", value);
+        Set(&text, text.FindSection("a"), i % 2 == 0 ? "k" : "m", value);
         text.SetLine(3, "[b" + value.substr(0, random() % 20) + "]");
         if (random() % 8 == 0) {
             expected.push_back(Joined(text));
@@ -240,7 +269,7 @@ TEST(IniTextMemory, AnyNumberOfSnapshotsMayBeTaken) {
         file += "[b" + std::to_string(i) + "]\n";
     text.Load(Bytes(file));
     const auto change = [&](int i, const std::string& value) {
-        text.SetValue(text.FindSection("a"), "k" + std::to_string(i), value);
+        Set(&text, text.FindSection("a"), "k" + std::to_string(i), value);
         text.SetLine(static_cast<std::uint32_t>(1 + kTries + i), "[" + value + std::to_string(i) + "]");
     };
     text.Snapshot();
@@ -304,7 +333,7 @@ TEST(IniTextPieces, EndWithTheOneThatIsRefused) {
     for (std::uint32_t i = 0; i < kSections; ++i)
         text.SetLine(2 * i, "[renamed " + std::to_string(i) + "]");
     for (int i = 0; i < 301; ++i)  // odd: behind them groups begin with other kinds of pieces
-        text.SetValue(text.FindSection("renamed 150"), "k" + std::to_string(i), "1");
+        Set(&text, text.FindSection("renamed 150"), "k" + std::to_string(i), "1");
     const MeterUtil::TextSnapshot snapshot = text.Snapshot();
     const std::size_t all = PiecesOf(text).size();
     ASSERT_GT(all, 600U);

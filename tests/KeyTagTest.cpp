@@ -3,9 +3,12 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <random>
 #include <set>
 #include <string>
+#include <string_view>
+#include <vector>
 
 using MeterUtil::KeyTag;
 using MeterUtil::LineTag;
@@ -87,6 +90,45 @@ void ExpectEveryLetterCounts(std::size_t mostLetters, std::size_t different, con
 
 TEST(KeyTag, EveryLetterCounts) {
     ExpectEveryLetterCounts(24, 7, KeyTag);
+}
+
+// What stands behind the tags, or in front of those that are looked at, does not count.
+TEST(FindTag, FindsTheFirstFromAPlaceOn) {
+    constexpr std::uint8_t kSought = 7;
+    std::mt19937 random(2);
+    for (std::uint32_t count = 0; count <= 200; ++count) {
+        for (int round = 0; round < 20; ++round) {
+            std::vector<std::uint8_t> tags(count + MeterUtil::kTagsAtOnce, kSought);
+            std::generate(tags.begin(), tags.begin() + count,
+                          [&] { return static_cast<std::uint8_t>(random() % (1U << (round % 9))); });
+            for (std::uint32_t from = 0; from <= count; ++from) {
+                const auto found = std::find(tags.begin() + from, tags.begin() + count, kSought);
+                const auto index = static_cast<std::uint32_t>(found - tags.begin());
+                ASSERT_EQ(MeterUtil::FindTag(tags.data(), from, count, kSought),
+                          index == count ? MeterUtil::kNoIndex : index)
+                    << from << " of " << count;
+            }
+        }
+    }
+}
+
+TEST(IsEntryOf, ComparesWholeKeysOfEverySize) {
+    for (std::size_t size = 1; size <= 40; ++size) {
+        const std::string key(size, 'k');
+        const std::string line = key + "=1";
+        std::string_view value;
+        EXPECT_TRUE(MeterUtil::IsEntryOf(line, key, &value));
+        EXPECT_EQ(value, "1");
+        EXPECT_FALSE(MeterUtil::IsEntryOf(key + "k=1", key, &value));
+        EXPECT_FALSE(MeterUtil::IsEntryOf(key, key, &value));
+        for (std::size_t at = 0; at < size; ++at) {
+            std::string other = key;
+            other[at] = 'K';
+            EXPECT_TRUE(MeterUtil::IsEntryOf(other + "=1", key, &value)) << other;
+            other[at] = 'm';
+            EXPECT_FALSE(MeterUtil::IsEntryOf(other + "=1", key, &value)) << other;
+        }
+    }
 }
 
 TEST(NameHash, EveryLetterCounts) {

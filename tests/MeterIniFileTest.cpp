@@ -381,6 +381,35 @@ TEST(MeterIniFileWriteRefused, WhatWouldChangeTheStructure) {
     EXPECT_EQ(store.Saved(), before);
 }
 
+// A loaded file may have names that must not be written: they are refused also where they are found.
+TEST(MeterIniFileWriteRefused, NamesThatTheFileHasButNoWriteMakes) {
+    const std::string before = "[a\rb]\nk=1\n[c]\nk\rl=1\n[d=1\n;e=1\nf=1\n";
+    const Store store(before);
+    EXPECT_FALSE(store->WriteString("a\rb", "k", "2"));
+    for (const char* section : {"c", "a\rb"})
+        for (const char* key : {"k\rl", "[d", ";e"})
+            EXPECT_FALSE(store->WriteString(section, key, "2")) << key;
+    EXPECT_EQ(store.Saved(), before);
+    EXPECT_EQ(store.Value("c", "k\rl"), "1") << "they can be read all the same";
+    EXPECT_TRUE(store->WriteString("c", "f", "2"));
+}
+
+// A key ends at the first '=': whatever one byte of a line tells, what stands behind it is value.
+TEST(MeterIniFileWriteRefused, AKeyThatGoesOnInTheValue) {
+    std::string before = "[a]\n";
+    for (int i = 0; i < 3000; ++i)
+        before += "k=" + std::to_string(i) + "=1\n";
+    const Store store(before);
+    char dst[8];
+    for (int i = 0; i < 3000; ++i) {
+        const std::string key = "k=" + std::to_string(i);
+        ASSERT_FALSE(store->WriteString("a", key.c_str(), "2")) << key;
+        ASSERT_FALSE(store->ReadString("a", key.c_str(), dst, sizeof dst)) << key;
+        ASSERT_FALSE(store->DeleteKey("a", key.c_str())) << key;
+    }
+    EXPECT_EQ(store.Saved(), before);
+}
+
 TEST(MeterIniFileWriteRefused, AByteOrderMarkAsFirstText) {
     const Store store;
     EXPECT_EQ(store->AppendString("\xEF\xBB\xBFx"), -1);
