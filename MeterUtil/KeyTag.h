@@ -21,7 +21,8 @@ namespace MeterUtil {
 constexpr std::uint8_t kNoEntryTag = 0;
 
 constexpr std::uint8_t TagOf(std::uint64_t hash) {
-    return std::max<std::uint8_t>(static_cast<std::uint8_t>((hash * kHashFactor) >> 56U), kNoEntryTag + 1);
+    const std::uint64_t tag = (hash * kHashFactor) >> 56U;
+    return static_cast<std::uint8_t>(tag + (tag == kNoEntryTag ? 1 : 0));
 }
 
 // The tag of a key that has no blanks around it. Letters count in lower case.
@@ -34,8 +35,8 @@ inline std::uint8_t KeyTag(std::string_view key) {
     return TagOf((ends | kLowerCase) * kHashFactor ^ (words.middle | kLowerCase) ^ key.size());
 }
 
-// The tag of a line that is taken apart.
-inline std::uint8_t PartsTag(std::string_view line) {
+// The tag of a line that is taken apart. Kept apart, as this is rare.
+[[gnu::noinline]] inline std::uint8_t PartsTag(std::string_view line) {
     std::string_view key;
     std::string_view value;
     return SplitEntry(line, &key, &value) ? KeyTag(key) : kNoEntryTag;
@@ -43,33 +44,35 @@ inline std::uint8_t PartsTag(std::string_view line) {
 
 constexpr std::size_t kPlainBytes = 16;
 
-// The size of the key when a line has it, without any blank, and the '=' in its first sixteen bytes; else 0.
+// The size of the key when a line has it, without any blank, and the '=' in its first sixteen bytes; else 0 or
+// sixteen.
 inline std::size_t PlainKeySize(const char* line) {
 #if defined(__GNUC__) && defined(__SSE2__)
     __m128i bytes;
     std::memcpy(&bytes, line, sizeof bytes);
     const auto marks = [](__m128i found) { return static_cast<std::uint32_t>(_mm_movemask_epi8(found)); };
-    const std::uint32_t equals = marks(_mm_cmpeq_epi8(bytes, _mm_set1_epi8('=')));
+    const std::uint32_t equals = marks(_mm_cmpeq_epi8(bytes, _mm_set1_epi8('='))) | std::uint32_t{1}
+                                                                                        << kPlainBytes;
     const std::uint32_t blanks = marks(_mm_cmpeq_epi8(_mm_min_epu8(bytes, _mm_set1_epi8(' ')), bytes));
     const std::uint32_t inKey = (equals & (~equals + 1)) - 1;
-    return equals == 0 || (blanks & inKey) != 0 ? 0 : static_cast<std::size_t>(__builtin_ctz(equals));
+    return (blanks & inKey) != 0 ? 0 : static_cast<std::size_t>(__builtin_ctz(equals));
 #else
-    for (std::size_t i = 0; i < kPlainBytes; ++i) {
-        if (line[i] == '=')
-            return i;
-        if (static_cast<unsigned char>(line[i]) <= ' ')
+    std::size_t size = 0;
+    for (; size < kPlainBytes && line[size] != '='; ++size)
+        if (static_cast<unsigned char>(line[size]) <= ' ')
             return 0;
-    }
-    return 0;
+    return size;
 #endif
 }
 
 // The tag of a line's key; kNoEntryTag for a line that is no entry. The line may have its line end.
 inline std::uint8_t LineTag(std::string_view line) {
-    if (line.size() < kPlainBytes || line.front() == ';')
-        return PartsTag(line);
-    const std::size_t size = PlainKeySize(line.data());
-    return size == 0 ? PartsTag(line) : KeyTag(line.substr(0, size));
+    if (line.size() >= kPlainBytes && line.front() != ';') {
+        const std::string_view key = line.substr(0, PlainKeySize(line.data()));
+        if (KeyWords::Fit(key))
+            return KeyTag(key);
+    }
+    return PartsTag(line);
 }
 
 constexpr std::uint32_t kTagsAtOnce = 64;
