@@ -90,8 +90,8 @@ public:
 
     // ---- edits; each either happens whole or, without memory, throws and changes nothing
 
-    bool SetValue(const SoughtEntry& sought, std::string_view value);  // false: there is no such entry
-    void AddEntry(Section id, std::string_view key, std::string_view value);
+    bool SetValue(const SoughtEntry& sought, std::string_view value);         // false: there is no such entry
+    void AddEntry(Section id, std::string_view key, std::string_view value);  // of which there was none
     void AddSection(std::string_view name, std::string_view key, std::string_view value);
     void SetLine(std::uint32_t line, std::string_view text);  // line < LineCount()
     void AppendLine(std::string_view text);
@@ -121,7 +121,7 @@ private:
         std::uint32_t position = 0;           // in m_order; valid below m_placed
         std::uint32_t leading = 0;            // so many first lines are all entries; once tagged
         LineArena::Corner corner = 0;         // of the lines that change
-        std::uint16_t moved = 0;              // so many values were moved to the arena since it has own lines
+        std::uint16_t moved = 0;              // so many values, about, went to the arena: what to fetch
         bool tagged = false;
         bool hasBracketLines = false;  // a line behind the header may begin with '['
     };

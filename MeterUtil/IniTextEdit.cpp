@@ -57,6 +57,7 @@ void IniText::Touch(const SectionData& section) noexcept {
         m_untouched = std::min(m_untouched, m_firstLine[section.position]);
 }
 
+// A line of these parts, the last of which has all of its line end.
 LineRef IniText::NewLine(std::initializer_list<std::string_view> parts, LineArena::Corner* corner) {
     std::size_t size = 0;
     for (const std::string_view part : parts)
@@ -68,7 +69,7 @@ LineRef IniText::NewLine(std::initializer_list<std::string_view> parts, LineAren
     return line;
 }
 
-// Gives a line other bytes, with the first `kept` ones in them.
+// Gives a line a new place of `size` bytes, with the first `kept` ones in it already.
 char* IniText::MoveHead(LineRef& line, std::size_t kept, std::size_t size, std::size_t lineEnd,
                         LineArena::Corner* corner) {
     const std::string_view head = m_lines.Raw(line).substr(0, kept);
@@ -204,7 +205,7 @@ void IniText::RenameHeader(Section id, std::string_view text) {
     const std::size_t size = text.size() + lineEnd.size();
     LineRef header = section.header;
     if (header < kFirstInArena || !m_lines.arena.Takes(header, size))
-        header = m_lines.arena.Allocate(size);
+        header = m_lines.arena.Allocate(size, lineEnd.size());
 
     Unlink(id);
     ReplaceTail(header, 0, text, lineEnd);

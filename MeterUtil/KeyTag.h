@@ -78,8 +78,8 @@ inline std::uint8_t LineTag(std::string_view line) {
 constexpr std::uint32_t kTagsAtOnce = 64;
 constexpr std::uint32_t kNoIndex = UINT32_MAX;
 
-// The first of `count` tags, at or behind `from`, that is this one. There must be memory behind the tags for
-// a multiple of kTagsAtOnce of them.
+// The first of `count` tags, at or behind `from`, that is this one. So many are compared at once that there must
+// be memory for `count` tags rounded up to a multiple of kTagsAtOnce.
 inline std::uint32_t FindTag(const std::uint8_t* tags, std::uint32_t from, std::uint32_t count,
                              std::uint8_t tag) {
 #if defined(__GNUC__) && defined(__SSE2__)

@@ -32,7 +32,7 @@ public:
     // Room for a line of `size` bytes, of which its line end takes `lineEnd`, and a little more, so that a
     // value may grow; in a corner, unless the line is long or the corner is null. Throws std::bad_alloc, also
     // for a line of nearly 4 GiB, which a head cannot tell the size of.
-    LineRef Allocate(std::size_t size, std::size_t lineEnd = 0, Corner* corner = nullptr) {
+    LineRef Allocate(std::size_t size, std::size_t lineEnd, Corner* corner = nullptr) {
         if (size > kMostBytesOfALine)
             throw std::bad_alloc();
         const std::size_t room = (sizeof(Head) + size + kGranule) / kGranule * kGranule;
@@ -51,8 +51,8 @@ public:
         return {place + sizeof(Head), size};
     }
 
-    // The bytes of its line end, without a look at them.
-    std::size_t LineEndOf(LineRef line) const { return HeadOf(line).slack % kLineEnds; }
+    // How many bytes its line end takes, without a look at them.
+    std::size_t LineEndSize(LineRef line) const { return HeadOf(line).slack % kLineEnds; }
 
     // Fetches where the next line of a corner goes.
     void PrefetchCorner(Corner corner) const {
@@ -72,8 +72,9 @@ public:
     // The bytes of a line that was just given out.
     char* Writable(LineRef line) { return Place(line) + sizeof(Head); }
 
-    // The bytes of a line, so many from now on, to be written over; null when it does not take them.
-    char* WriteOver(LineRef line, std::size_t size, std::size_t lineEnd = 0) {
+    // The bytes of a line, so many from now on with its line end, to be written over; null when it does not take
+    // them.
+    char* WriteOver(LineRef line, std::size_t size, std::size_t lineEnd) {
         Head head = HeadOf(line);
         if (!Takes(head, size))
             return nullptr;

@@ -90,7 +90,8 @@ private:
         const std::uint32_t tags = (room + kTagsAtOnce - 1) / kTagsAtOnce * kTagsAtOnce;
         std::unique_ptr<LineRef[]> block(new LineRef[room + tags / kTagsOfARef]);
         std::copy(Lines(), Lines() + m_size, block.get());
-        std::copy(Tags(), Tags() + m_size, TagsOf(block.get(), room));
+        std::uint8_t* const behind = std::copy(Tags(), Tags() + m_size, TagsOf(block.get(), room));
+        std::fill_n(behind, tags - m_size, kNoEntryTag);
         m_block = std::move(block);
         m_room = room;
     }

@@ -41,7 +41,7 @@ struct LineSource {
     // The line end of a line. Not a view of it.
     std::string_view EndOf(LineRef line) const {
         return line < kFirstInArena ? LineEndOf(Raw(line))
-                                    : kCrLf.substr(kCrLf.size() - arena.LineEndOf(line));
+                                    : kCrLf.substr(kCrLf.size() - arena.LineEndSize(line));
     }
 
     // Hands out each run as one piece, until one is not taken. They may lie anywhere in memory: both ends of

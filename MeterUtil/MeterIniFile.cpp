@@ -91,7 +91,7 @@ bool MayBeWrittenAsKey(std::string_view key) {
     return MayBeWritten(key) && MayBeKey(key) && key.front() != '[' && key.front() != ';';
 }
 
-// False for names that no line has, neither a loaded one nor one that would be added.
+// False for names that may be written, but that no line has: a new one would not be read with them again.
 bool MayBeAdded(std::string_view section, std::string_view key) {
     return !MeterText::ContainsAny(section, "\n]") && !MeterText::Contains(key, '\n');
 }

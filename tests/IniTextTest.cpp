@@ -98,40 +98,40 @@ TEST(IniTextMemory, AMovedTextIsAsLargeAsItBecame) {
 TEST(LineArena, LeavesALineRoomToGrow) {
     MeterUtil::LineArena arena;
     for (std::size_t size = 0; size < 40; ++size) {
-        const MeterUtil::LineRef line = arena.Allocate(size);
+        const MeterUtil::LineRef line = arena.Allocate(size, 0);
         std::size_t room = size;
         while (arena.Takes(line, room + 1))
             ++room;
         EXPECT_GT(room, size);
         EXPECT_LE(room, size + 16);
-        EXPECT_EQ(arena.WriteOver(line, room + 1), nullptr);
+        EXPECT_EQ(arena.WriteOver(line, room + 1, 0), nullptr);
         EXPECT_EQ(arena.Raw(line).size(), size) << "it stays as it was";
         for (const std::size_t written : {room, std::size_t{0}}) {
-            EXPECT_EQ(arena.WriteOver(line, written), arena.Raw(line).data());
+            EXPECT_EQ(arena.WriteOver(line, written, 0), arena.Raw(line).data());
             EXPECT_EQ(arena.Raw(line).size(), written);
         }
         EXPECT_TRUE(arena.Takes(line, room)) << "shorter for a while";
         EXPECT_FALSE(arena.Takes(line, room + 1));
-        const char* const next = arena.Address(arena.Allocate(1));
+        const char* const next = arena.Address(arena.Allocate(1, 0));
         EXPECT_GE(next, arena.Raw(line).data() + room) << "the next line's own";
     }
 }
 
 TEST(LineArena, RefusesALineWhoseSizeItCannotTell) {
     MeterUtil::LineArena arena;
-    EXPECT_THROW(arena.Allocate(UINT32_MAX), std::bad_alloc);
-    EXPECT_THROW(arena.Allocate(UINT32_MAX - 100000), std::bad_alloc);
-    EXPECT_THROW(arena.Allocate(SIZE_MAX), std::bad_alloc);
+    EXPECT_THROW(arena.Allocate(UINT32_MAX, 0), std::bad_alloc);
+    EXPECT_THROW(arena.Allocate(UINT32_MAX - 100000, 0), std::bad_alloc);
+    EXPECT_THROW(arena.Allocate(SIZE_MAX, 0), std::bad_alloc);
     EXPECT_EQ(arena.UsedBytes(), 0U);
 }
 
 TEST(LineArena, WritesOverNoLineThatWasThereWhenItWasFrozen) {
     MeterUtil::LineArena arena;
-    const MeterUtil::LineRef before = arena.Allocate(10);
+    const MeterUtil::LineRef before = arena.Allocate(10, 0);
     arena.Freeze();
-    const MeterUtil::LineRef behind = arena.Allocate(10);
-    EXPECT_EQ(arena.WriteOver(before, 1), nullptr);
-    EXPECT_NE(arena.WriteOver(behind, 1), nullptr);
+    const MeterUtil::LineRef behind = arena.Allocate(10, 0);
+    EXPECT_EQ(arena.WriteOver(before, 1, 0), nullptr);
+    EXPECT_NE(arena.WriteOver(behind, 1, 0), nullptr);
     EXPECT_FALSE(arena.Takes(before, 1));
     EXPECT_EQ(arena.Raw(before).size(), 10U);
 }
@@ -140,10 +140,10 @@ TEST(LineArena, KnowsTheLineEndOfALine) {
     MeterUtil::LineArena arena;
     for (const std::size_t lineEnd : {0U, 1U, 2U}) {
         const MeterUtil::LineRef line = arena.Allocate(40, lineEnd);
-        EXPECT_EQ(arena.LineEndOf(line), lineEnd);
+        EXPECT_EQ(arena.LineEndSize(line), lineEnd);
         for (const std::size_t written : {1U, 2U, 0U}) {
             ASSERT_NE(arena.WriteOver(line, 20 + written, written), nullptr);
-            EXPECT_EQ(arena.LineEndOf(line), written);
+            EXPECT_EQ(arena.LineEndSize(line), written);
             EXPECT_TRUE(arena.Takes(line, 40));
         }
     }
@@ -152,10 +152,10 @@ TEST(LineArena, KnowsTheLineEndOfALine) {
 // Of a line that becomes shorter by far not all of its room is remembered, but never more than it has.
 TEST(LineArena, RemembersTheRoomOfALongLine) {
     MeterUtil::LineArena arena;
-    const MeterUtil::LineRef line = arena.Allocate(100000);
-    ASSERT_NE(arena.WriteOver(line, 99000), nullptr);
+    const MeterUtil::LineRef line = arena.Allocate(100000, 0);
+    ASSERT_NE(arena.WriteOver(line, 99000, 0), nullptr);
     EXPECT_TRUE(arena.Takes(line, 100000));
-    ASSERT_NE(arena.WriteOver(line, 10), nullptr);
+    ASSERT_NE(arena.WriteOver(line, 10, 0), nullptr);
     EXPECT_TRUE(arena.Takes(line, 10000));
     EXPECT_FALSE(arena.Takes(line, 100100));
 }
@@ -168,7 +168,7 @@ TEST(LineArena, KeepsLinesOfAllSizes) {
     for (int i = 0; i < 3000; ++i) {
         const std::size_t size = random() % (i % 100 == 0 ? 300000 : 200);
         const std::string text(size, static_cast<char>('a' + i % 26));
-        const MeterUtil::LineRef line = arena.Allocate(size);
+        const MeterUtil::LineRef line = arena.Allocate(size, 0);
         std::copy(text.begin(), text.end(), arena.Writable(line));
         lines.emplace_back(line, text);
     }
@@ -187,7 +187,7 @@ TEST(LineArena, LinesOfACornerLieTogether) {
         const std::size_t size = static_cast<std::size_t>(i) * 7 % 240;
         const MeterUtil::LineRef line = arena.Allocate(size, 0, &corners[number]);
         if (i % 3 == 0)
-            arena.Allocate(100);  // what belongs to no section goes on beside them
+            arena.Allocate(100, 0);  // what belongs to no section goes on beside them
         const std::string text(size, static_cast<char>('a' + i % 26));
         std::copy(text.begin(), text.end(), arena.Writable(line));
         lines.emplace_back(line, text);

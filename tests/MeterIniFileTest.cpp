@@ -369,9 +369,11 @@ TEST(MeterIniFileWriteRefused, WhatWouldChangeTheStructure) {
     for (const char* section : {"", "a]", "a\nb", "a\rb"})
         EXPECT_FALSE(store->WriteString(section, "k", "1")) << section;
     for (const char* key : {"", " ", "\t", "a=b", "=", "[k", ";k", " ;k", "a\nb", "a\rb"})
-        EXPECT_FALSE(store->WriteString("a", key, "1")) << key;
+        for (const char* section : {"a", "a new one"})
+            EXPECT_FALSE(store->WriteString(section, key, "1")) << key;
     for (const char* value : {"1\n", "\r", "1\r\n2"})
-        EXPECT_FALSE(store->WriteString("a", "k", value)) << value;
+        for (const char* key : {"k", "a new one"})
+            EXPECT_FALSE(store->WriteString("a", key, value)) << value;
     for (const char* line : {"a\nb", "\r"}) {
         EXPECT_FALSE(store->SetString(1, line));
         EXPECT_EQ(store->AppendString(line), -1);
