@@ -68,7 +68,7 @@ inline bool SplitEntry(std::string_view text, std::string_view* key, std::string
 struct KeyWords {
     static constexpr std::size_t kWord = sizeof(std::uint32_t);
 
-    // Less than four bytes are, taken away, a large number.
+    // For less than four bytes the difference is a very large number.
     static bool Fit(std::string_view key) { return key.size() - kWord <= 2 * kWord; }
 
     explicit KeyWords(std::string_view key) {

@@ -85,12 +85,17 @@ void IniText::Load(Platform::FileBytes bytes) {
     m_loading.reset();
     if (m_lineCount != 0 && LineEndOf(m_lines.Raw(LineRef{0})) == kLf)
         m_lineEnd = kLf;
-    // A tag that was never written costs no memory: the system gives zeroed pages when they are first
-    // touched.
-    m_tags.reset(static_cast<std::uint8_t*>(std::calloc(m_lineCount + std::size_t{kTagsAtOnce}, 1)));
-    if (m_tags == nullptr)
-        throw std::bad_alloc();
+    m_tags = NewTags(m_lineCount);
     BuildNameIndex();
+}
+
+// Room for the tags of so many lines, and for as many behind them as are looked at at once. A tag that was
+// never written costs no memory: the system gives zeroed pages when they are first touched.
+IniText::TagBlock IniText::NewTags(std::size_t lines) {
+    TagBlock tags(static_cast<std::uint8_t*>(std::calloc(lines + kTagsAtOnce, 1)));
+    if (tags == nullptr)
+        throw std::bad_alloc();
+    return tags;
 }
 
 std::shared_ptr<const char> IniText::OwnBlock(Platform::FileBytes bytes) {

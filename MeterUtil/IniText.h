@@ -121,7 +121,7 @@ private:
         std::uint32_t position = 0;           // in m_order; valid below m_placed
         std::uint32_t leading = 0;            // so many first lines are all entries; once tagged
         LineArena::Corner corner = 0;         // of the lines that change
-        std::uint16_t moved = 0;              // so many values, about, went to the arena: what to fetch
+        std::uint16_t moved = 0;              // about so many values went to the arena: tells what to fetch
         bool tagged = false;
         bool hasBracketLines = false;  // a line behind the header may begin with '['
     };
@@ -201,6 +201,8 @@ private:
     void Unlink(Section id);
 
     // loading
+    using TagBlock = std::unique_ptr<std::uint8_t[], Platform::FreeBlock>;
+    static TagBlock NewTags(std::size_t lines);
     void BeginLoad(std::size_t bytes);
     static std::shared_ptr<const char> OwnBlock(Platform::FileBytes bytes);
     void ScanLines(std::string_view text);
@@ -245,7 +247,7 @@ private:
     void Rebase(std::size_t textBytes);
 
     LineSource m_lines;
-    std::unique_ptr<std::uint8_t[], Platform::FreeBlock> m_tags;  // of the base's lines
+    TagBlock m_tags;  // of the base's lines
     std::unique_ptr<Loading> m_loading;
 
     std::vector<SectionData> m_sections;  // by Section

@@ -127,13 +127,14 @@ bool IniText::SetValue(const SoughtEntry& sought, std::string_view value) {
         return false;
     const auto kept = static_cast<std::size_t>(old.data() - line.data());
     LineRef& place = Edit(section).Lines()[index];
-    section.moved = static_cast<std::uint16_t>(section.moved + (place < kFirstInArena ? 1 : 0));
+    const bool moves = place < kFirstInArena;
     ReplaceTail(place, kept, value, m_lines.EndOf(place), &section.corner);
+    section.moved = static_cast<std::uint16_t>(section.moved + (moves ? 1 : 0));
     Tidy();
     return true;
 }
 
-// Adds an entry behind the last line of a tagged section that is not blank.
+// Adds an entry behind the last line of a section that is not blank.
 void IniText::AddEntry(Section id, std::string_view key, std::string_view value) {
     SectionData& section = m_sections[id];
     std::uint32_t index = section.count;
@@ -498,9 +499,8 @@ void IniText::Rebase(std::size_t textBytes) {
     bytes.data.reset(static_cast<char*>(std::malloc(textBytes + 1)));
     std::unique_ptr<std::uint32_t[], Platform::FreeBlock> starts(
         static_cast<std::uint32_t*>(std::malloc(startCount * sizeof(std::uint32_t))));
-    std::unique_ptr<std::uint8_t[], Platform::FreeBlock> tags(
-        static_cast<std::uint8_t*>(std::calloc(m_lineCount + std::size_t{kTagsAtOnce}, 1)));
-    if (bytes.data == nullptr || starts == nullptr || tags == nullptr)
+    TagBlock tags = NewTags(m_lineCount);
+    if (bytes.data == nullptr || starts == nullptr)
         throw std::bad_alloc();
     char* const base = bytes.data.get();
     std::uint32_t* const places = starts.get();

@@ -44,15 +44,15 @@ inline std::uint8_t KeyTag(std::string_view key) {
 
 constexpr std::size_t kPlainBytes = 16;
 
-// The size of the key when a line has it, without any blank, and the '=' in its first sixteen bytes; else 0 or
-// sixteen.
+// The size of the key of a line that has it, without any blank, and the '=' in its first sixteen bytes; else 0
+// or sixteen, which do not fit KeyWords.
 inline std::size_t PlainKeySize(const char* line) {
 #if defined(__GNUC__) && defined(__SSE2__)
+    constexpr std::uint32_t kBehind = std::uint32_t{1} << kPlainBytes;
     __m128i bytes;
     std::memcpy(&bytes, line, sizeof bytes);
     const auto marks = [](__m128i found) { return static_cast<std::uint32_t>(_mm_movemask_epi8(found)); };
-    const std::uint32_t equals = marks(_mm_cmpeq_epi8(bytes, _mm_set1_epi8('='))) | std::uint32_t{1}
-                                                                                        << kPlainBytes;
+    const std::uint32_t equals = marks(_mm_cmpeq_epi8(bytes, _mm_set1_epi8('='))) | kBehind;
     const std::uint32_t blanks = marks(_mm_cmpeq_epi8(_mm_min_epu8(bytes, _mm_set1_epi8(' ')), bytes));
     const std::uint32_t inKey = (equals & (~equals + 1)) - 1;
     return (blanks & inKey) != 0 ? 0 : static_cast<std::size_t>(__builtin_ctz(equals));
@@ -78,8 +78,8 @@ inline std::uint8_t LineTag(std::string_view line) {
 constexpr std::uint32_t kTagsAtOnce = 64;
 constexpr std::uint32_t kNoIndex = UINT32_MAX;
 
-// The first of `count` tags, at or behind `from`, that is this one. So many are compared at once that there must
-// be memory for `count` tags rounded up to a multiple of kTagsAtOnce.
+// The first of `count` tags, at or behind `from`, that is this one. So many are compared at once that there
+// must be memory for `count` tags rounded up to a multiple of kTagsAtOnce.
 inline std::uint32_t FindTag(const std::uint8_t* tags, std::uint32_t from, std::uint32_t count,
                              std::uint8_t tag) {
 #if defined(__GNUC__) && defined(__SSE2__)

@@ -72,8 +72,8 @@ public:
     // The bytes of a line that was just given out.
     char* Writable(LineRef line) { return Place(line) + sizeof(Head); }
 
-    // The bytes of a line, so many from now on with its line end, to be written over; null when it does not take
-    // them.
+    // The bytes of a line, so many from now on with its line end, to be written over; null when it does not
+    // take them.
     char* WriteOver(LineRef line, std::size_t size, std::size_t lineEnd) {
         Head head = HeadOf(line);
         if (!Takes(head, size))
