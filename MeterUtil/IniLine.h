@@ -22,6 +22,11 @@ inline std::string_view LineEndOf(std::string_view raw) {
     return raw.size() > 1 && raw[raw.size() - 2] == '\r' ? kCrLf : kLf;
 }
 
+inline bool EndsWithCrLf(std::string_view raw) {
+    return raw.size() >= kCrLf.size() &&
+           std::memcmp(raw.data() + raw.size() - kCrLf.size(), kCrLf.data(), kCrLf.size()) == 0;
+}
+
 // Puts a line end behind a text, where there is room for it.
 inline void PutLineEnd(char* at, std::string_view lineEnd) {
     if (lineEnd.size() == kCrLf.size())
@@ -176,18 +181,21 @@ inline std::uint64_t MixedHash(std::uint64_t hash, std::uint64_t bytes) {
     return hash ^ hash >> 32U;
 }
 
-// Names of records differ in their last digits alone, which reach few bits by one multiplication.
+// Of the last bytes of a name, folded or not. Names of records differ in their last digits alone: the highest
+// bytes, which a multiplication spreads over nothing, so they are mixed into the lowest ones first. A search
+// waits for each of these steps.
 inline std::uint32_t HashOfEnd(std::uint64_t hash, std::uint64_t end) {
-    return static_cast<std::uint32_t>((MixedHash(hash, end) * kHashFactor) >> 32U);
+    const std::uint64_t mixed = hash ^ (end | EachByte(0x20));
+    return static_cast<std::uint32_t>(((mixed ^ mixed >> 32U) * kHashFactor) >> 32U);
 }
 
 // A hash that is the same for names that differ in the case of letters alone, of a name of eight bytes at
-// most, of which size and folded end are known.
+// most, of which size and end are known.
 inline std::uint32_t HashOfShort(std::size_t size, std::uint64_t end) {
-    return HashOfEnd(size * kHashFactor, end);
+    return HashOfEnd(size, end);
 }
 
-// The same for any name; `end` is the folded end of the name.
+// The same for any name; `end` is what LastBytes gives of it, folded or not.
 [[gnu::noinline]] inline std::uint32_t HashOfLong(std::string_view name, std::uint64_t end) {
     std::uint64_t hash = name.size() * kHashFactor;
     for (std::size_t taken = 0; name.size() - taken > kWordBytes; taken += kWordBytes)

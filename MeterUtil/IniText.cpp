@@ -80,7 +80,8 @@ void IniText::Load(Platform::FileBytes bytes) {
     m_numbered = m_placed = static_cast<std::uint32_t>(m_order.size());
     m_lineCount = m_untouched = m_loading->starts.Count();
     m_loading->starts.Add(text.size());
-    m_lines.starts = m_loading->starts.Take();
+    m_lines.places = m_loading->starts.Take();
+    m_lines.bytes = static_cast<std::uint32_t>(text.size());
     m_lines.base = OwnBlock(std::move(bytes));
     m_loading.reset();
     if (m_lineCount != 0 && LineEndOf(m_lines.Raw(LineRef{0})) == kLf)
@@ -155,12 +156,13 @@ std::string_view IniText::NameOf(const SectionData& section) const {
 void IniText::SetName(SectionData& section, std::string_view name) {
     section.nameEnd = FoldedEnd(name);
     section.nameSize = static_cast<std::uint32_t>(name.size());
+    section.hasPlainName = !name.empty() && !MeterText::Contains(name, '\r');
 }
 
 // Most names are short: the section tells without its header being looked at.
-bool IniText::HasName(const SectionData& section, const SoughtName& sought) const {
-    return section.nameEnd == sought.end && section.nameSize == sought.name.size() &&
-           (section.nameSize <= kWordBytes || HasLongName(section, sought.name));
+bool IniText::HasName(const SectionData& section, std::string_view name, std::uint64_t foldedEnd) const {
+    return section.nameEnd == foldedEnd && section.nameSize == name.size() &&
+           (section.nameSize <= kWordBytes || HasLongName(section, name));
 }
 
 bool IniText::HasLongName(const SectionData& section, std::string_view name) const {
@@ -169,18 +171,20 @@ bool IniText::HasLongName(const SectionData& section, std::string_view name) con
 
 // ---- finding
 
-IniText::SoughtName IniText::Seek(std::string_view name) const {
-    const std::uint64_t end = FoldedEnd(name);
-    const SoughtName sought{name, end, HashWithEnd(name, end)};
-    m_names.Prefetch(sought.hash);
-    return sought;
-}
-
-IniText::Section IniText::FindSection(const SoughtName& sought) const {
-    return m_names.Find(sought.hash, [&](Section id) {
+// What is looked at next may be far from the processor: the section, and of its lines as much as a record
+// takes, also of a short one, as it costs less to fetch too much than to decide.
+IniText::Section IniText::FindSection(std::string_view name) const {
+    const std::uint64_t bytes = LastBytes(name);
+    const std::uint64_t end = ToLower8(bytes);
+    return m_names.Find(HashWithEnd(name, bytes), [&](Section id, LineRef first) {
         const SectionData& section = m_sections[id];
-        Prefetch(section);
-        return HasName(section, sought);
+        Platform::Prefetch(&section);
+        PrefetchRecord(m_lines.places.get() + first, m_tags.get() + first);
+        if (!HasName(section, name, end))
+            return false;
+        if (section.edited.Exists())
+            PrefetchRecord(section.edited.Lines(), section.edited.Tags());
+        return true;
     });
 }
 
@@ -193,73 +197,74 @@ std::uint32_t IniText::HashOf(const SectionData& section) const {
 
 // The first section of the name.
 IniText::Section IniText::FirstOf(std::uint32_t hash, const SectionData& section) const {
-    return m_names.Find(hash, [&](Section id) {
-        return HasName(m_sections[id], {NameOf(section), section.nameEnd, hash});
-    });
-}
-
-// What the search for a key will touch, all of which may be far from the processor: as much as a record
-// takes, also of a short section, as it costs less to fetch too much than to decide.
-void IniText::Prefetch(const SectionData& section) const {
-    constexpr std::uint32_t kLinesAtOnce = Platform::kCacheLine / sizeof(LineRef);
-    const auto prefetch = [](const std::uint32_t* lines) {
-        for (std::uint32_t i = 0; i < kLinesOfARecord; i += kLinesAtOnce)
-            Platform::Prefetch(lines + i);
-    };
-    const std::uint8_t* const tags = Tags(section);
-    Platform::Prefetch(tags);
-    Platform::Prefetch(tags + section.count);
-    if (section.edited.Exists())
-        prefetch(section.edited.Lines());
-    if (section.moved * 2U <= section.count)
-        prefetch(m_lines.starts.get() + section.first);
+    return m_names.Find(
+        hash, [&](Section id, LineRef) { return HasName(m_sections[id], NameOf(section), section.nameEnd); });
 }
 
 void IniText::Tag(SectionData& section) {
-    std::uint8_t* tags = section.edited.Tags();
-    if (section.edited.Exists()) {
-        std::transform(section.edited.begin(), section.edited.end(), tags,
-                       [&](LineRef line) { return LineTag(m_lines.Raw(line)); });
-    } else {
-        tags = m_tags.get() + section.first;
-        TagBase(section.first, section.count);
-    }
+    std::uint8_t* const tags = section.edited.Exists() ? section.edited.Tags() : m_tags.get() + section.first;
+    section.endsAlike = IsAsLoaded(section) && TagBase(section.first, section.count);
+    if (!IsAsLoaded(section))
+        for (std::uint32_t i = 0; i < section.count; ++i)
+            tags[i] = LineTag(Raw(section, i));
     const auto* const other = static_cast<const std::uint8_t*>(std::memchr(tags, kNoEntryTag, section.count));
     section.leading = other == nullptr ? section.count : static_cast<std::uint32_t>(other - tags);
     section.tagged = true;
 }
 
-// The text of the lines comes from far away, in the order of the file: it is fetched some lines ahead.
-void IniText::TagBase(std::uint32_t first, std::uint32_t count) {
+// True when all these lines end with CR LF. The text of the lines comes from far away, in the order of the
+// file: it is fetched some lines ahead.
+bool IniText::TagBase(std::uint32_t first, std::uint32_t count) {
     constexpr std::uint32_t kAhead = 6;
     const char* const base = m_lines.base.get();
-    const std::uint32_t* const starts = m_lines.starts.get();
+    const std::uint32_t* const starts = m_lines.places.get();
     const std::uint32_t end = first + count;
+    bool endAlike = true;
     for (std::uint32_t line = first; line < end; ++line) {
         Platform::Prefetch(base + starts[std::min(line + kAhead, end)]);
-        m_tags[line] = LineTag({base + starts[line], starts[line + 1] - starts[line]});
+        const std::string_view raw(base + starts[line], starts[line + 1] - starts[line]);
+        m_tags[line] = LineTag(raw);
+        endAlike = endAlike && EndsWithCrLf(raw);
     }
+    return endAlike;
+}
+
+IniText::SoughtEntry IniText::Seek(std::string_view name, std::string_view key) {
+    const Section id = FindSection(name);
+    return id == kNoSection ? SoughtEntry() : Seek(id, key);
 }
 
 IniText::SoughtEntry IniText::Seek(Section id, std::string_view key) {
-    if (id == kNoSection)
-        return {id, kNoIndex, key, kNoEntryTag};
     SectionData& section = m_sections[id];
     if (!section.tagged)
         Tag(section);
     const std::uint8_t tag = KeyTag(key);
     const std::uint32_t index = FindTag(Tags(section), 0, section.count, tag);
-    if (index != kNoIndex)
-        m_lines.Prefetch({LineOf(section, index), 1});
-    return {id, index, key, tag};
+    if (index == kNoIndex)
+        return {id, kNoIndex, kNoLine, key, tag};
+    const LineRef line = LineOf(section, index);
+    m_lines.Prefetch(line);
+    if (line < kFirstInArena)
+        m_lines.arena.PrefetchCorner(section.corner);
+    return {id, index, line, key, tag};
 }
 
-bool IniText::FindValue(Section id, std::string_view key, std::string_view* value) {
-    std::string_view line;
-    if (FindEntry(Seek(id, key), &line, value) == kNoIndex)
-        return false;
-    *value = WithoutLineEnd(*value);
-    return true;
+// The entry among all lines with its tag, however it is written.
+IniText::FoundEntry IniText::FindAmongOthers(const SoughtEntry& sought) const {
+    const SectionData& section = m_sections[sought.section];
+    FoundEntry found{sought.section, sought.index, sought.line, 0, false};
+    for (;;) {
+        const std::string_view line = m_lines.Raw(found.line);
+        std::string_view value;
+        if (IsEntryOf(line, sought.key, &value)) {
+            found.kept = static_cast<std::size_t>(value.data() - line.data());
+            return found;
+        }
+        found.index = FindTag(Tags(section), found.index + 1, section.count, sought.tag);
+        if (found.index == kNoIndex)
+            return found;
+        found.line = LineOf(section, found.index);
+    }
 }
 
 bool IniText::EntryAt(Section id, std::uint32_t index, std::string_view* key, std::string_view* value) {
@@ -347,7 +352,7 @@ bool IniText::LineAt(std::uint32_t line, std::string_view* text) {
     if (line >= m_lineCount)
         return false;
     if (line < m_untouched) {
-        *text = WithoutLineEnd(m_lines.Raw(LineRun{line, 1}));
+        *text = WithoutLineEnd(m_lines.Raw(line));
         return true;
     }
     const Place place = Locate(line);
@@ -406,7 +411,7 @@ void IniText::Link(Section id) {
     if (first == kNoSection) {
         section.nextSame = kNoSection;
         section.prevSame = id;
-        m_names.Insert(hash, id);
+        m_names.Insert(hash, id, section.first);
         return;
     }
     SectionData& head = m_sections[first];
@@ -414,7 +419,7 @@ void IniText::Link(Section id) {
         section.nextSame = first;
         section.prevSame = head.prevSame;
         head.prevSame = id;
-        m_names.Replace(hash, first, id);
+        m_names.Replace(hash, first, id, section.first);
         m_copies.erase(first);
         return;
     }
@@ -437,7 +442,7 @@ void IniText::Unlink(Section id) {
     if (!isFirst)
         m_sections[before].nextSame = next;
     else if (next != kNoSection)
-        m_names.Replace(hash, id, next);
+        m_names.Replace(hash, id, next, m_sections[next].first);
     else
         m_names.Erase(hash, id);
     if (next != kNoSection)
@@ -448,41 +453,52 @@ void IniText::Unlink(Section id) {
 
 // ---- saving
 
-// Lines that follow each other in the base are one run, also from section to section.
+// Lines that follow each other in the base are one piece, also from section to section.
 template <typename Take>
-bool IniText::ForEachRun(Take take) const {
-    LineRun run;
+bool IniText::ForEachPiece(Take take) const {
+    LineRef run = 0;
+    std::uint32_t lines = 0;
+    const auto end = [&] {
+        return lines == 0 || take(run < kFirstInArena ? m_lines.PieceOf(run, lines) : Piece{run, 0});
+    };
     const auto add = [&](LineRef first, std::uint32_t count) {
-        const bool goesOn = first < kFirstInArena && first == run.first + run.count;
-        const LineRun ended = run;
-        run = goesOn ? LineRun{run.first, run.count + count} : LineRun{first, count};
-        return goesOn || ended.count == 0 || take(ended);
+        if (first < kFirstInArena && first == run + lines) {
+            lines += count;
+            return true;
+        }
+        const bool goOn = end();
+        run = first;
+        lines = count;
+        return goOn;
     };
     for (std::size_t position = 0; position < m_order.size(); ++position) {
         constexpr std::size_t kSectionsAhead = 2;
         const SectionData& ahead =
             m_sections[m_order[std::min(position + kSectionsAhead, m_order.size() - 1)]];
         if (ahead.edited.Exists())
-            Prefetch(ahead);
+            PrefetchRecord(ahead.edited.Lines(), ahead.edited.Tags());
         const SectionData& section = m_sections[m_order[position]];
         if (section.header != kNoLine && !add(section.header, 1))
             return false;
-        if (!section.edited.Exists() && section.count != 0 && !add(section.first, section.count))
-            return false;
-        for (const LineRef line : section.edited)
-            if (!add(line, 1))
+        if (IsAsLoaded(section)) {
+            if (section.count != 0 && !add(section.first, section.count))
+                return false;
+            continue;
+        }
+        for (std::uint32_t i = 0; i < section.count; ++i)
+            if (!add(LineOf(section, i), 1))
                 return false;
     }
-    return run.count == 0 || take(run);
+    return end();
 }
 
-// So many runs there may be.
-std::size_t IniText::MostRuns() const {
+// So many pieces there may be.
+std::size_t IniText::MostPieces() const {
     std::size_t most = 1;
     for (const Section id : m_order) {
         const SectionData& section = m_sections[id];
-        most += section.edited.Exists() ? section.count : 1;
-        most += section.header >= kFirstInArena || section.edited.Exists() ? 1 : 0;
+        most += IsAsLoaded(section) ? 1 : section.count;
+        most += section.header >= kFirstInArena || !IsAsLoaded(section) ? 1 : 0;
     }
     return most;
 }
@@ -491,27 +507,27 @@ std::size_t IniText::MostRuns() const {
 bool IniText::HandTo(Platform::TextSink& sink) const {
     if (m_hasByteOrderMark && !sink.Take(kByteOrderMark))
         return false;
-    std::array<LineRun, 256> runs;
+    std::array<Piece, 256> pieces;
     std::size_t count = 0;
-    const auto handOut = [&] { return m_lines.HandTo(sink, runs.data(), std::exchange(count, 0)); };
-    const auto gather = [&](LineRun run) {
-        if (count == runs.size() && !handOut())
+    const auto handOut = [&] { return m_lines.HandTo(sink, pieces.data(), std::exchange(count, 0)); };
+    const auto gather = [&](Piece piece) {
+        if (count == pieces.size() && !handOut())
             return false;
-        runs[count++] = run;
+        pieces[count++] = piece;
         return true;
     };
-    return ForEachRun(gather) && handOut();
+    return ForEachPiece(gather) && handOut();
 }
 
 TextSnapshot IniText::Snapshot() {
     TextSnapshot snapshot;
     snapshot.hasByteOrderMark = m_hasByteOrderMark;
-    snapshot.runs.reserve(MostRuns());
-    ForEachRun([&](LineRun run) {
-        snapshot.runs.push_back(run);
+    snapshot.pieces.reserve(MostPieces());
+    ForEachPiece([&](Piece piece) {
+        snapshot.pieces.push_back(piece);
         return true;
     });
-    snapshot.lines = m_lines;
+    snapshot.source = m_lines;
     if (!m_lines.arena.MayFreeze())
         ForbidWriting();
     m_lines.arena.Freeze();
@@ -521,7 +537,7 @@ TextSnapshot IniText::Snapshot() {
 bool TextSnapshot::HandTo(Platform::TextSink& sink) const {
     if (hasByteOrderMark && !sink.Take(kByteOrderMark))
         return false;
-    return lines.HandTo(sink, runs.data(), runs.size());
+    return source.HandTo(sink, pieces.data(), pieces.size());
 }
 
 }  // namespace MeterUtil

@@ -1,10 +1,11 @@
 // The text of an INI file in memory: every byte of it, as lines in sections.
 //
 // How it is held. The file is read into one block, the base, which never changes; a line of it is an offset.
-// A section is a run of lines of the base until it is edited; then it gets a list of its own, whose changed
-// lines lie in an arena. So loading costs a scan for line ends, memory stays close to the size of the file,
-// an edit touches one section, and a snapshot for a background save copies no text: it shares the base and
-// the arena, whose lines are not written over from then on.
+// A section is a run of lines of the base. A line that gets another value lies in an arena from then on: that
+// takes the place of its offset. A section in which lines come or go gets a list of its own. So loading costs
+// a scan for line ends, memory stays close to the size of the file, an edit touches one section, and a
+// snapshot for a background save copies no text: it shares the base and the arena, whose lines are not
+// written over from then on.
 //
 // Sections are found by a hash of their folded name, entries by one byte a line, a tag made of the folded
 // key, which is compared before the text. The tags of a section are made when it is first asked for a key.
@@ -34,8 +35,8 @@ namespace MeterUtil {
 // A text to be saved that stays as it is while the text that it was taken from is edited.
 struct TextSnapshot final : Platform::TextPieces {
     bool hasByteOrderMark = false;
-    std::vector<LineRun> runs;
-    LineSource lines;  // which the runs refer to
+    std::vector<Piece> pieces;
+    PieceSource source;
 
     bool HandTo(Platform::TextSink& sink) const override;
 };
@@ -58,27 +59,31 @@ public:
 
     // ---- look-ups; the views are valid until the next edit
 
-    // What a section is found by. To make it fetches what FindSection begins with, while the caller still has
-    // other things to do.
-    struct SoughtName {
-        std::string_view name;
-        std::uint64_t end;  // folded
-        std::uint32_t hash;
-    };
-    SoughtName Seek(std::string_view name) const;
-    Section FindSection(const SoughtName& sought) const;
-    Section FindSection(std::string_view name) const { return FindSection(Seek(name)); }
+    Section FindSection(std::string_view name) const;
 
-    // What an entry of a section, which may be none, is found by. To make it fetches the first line that may
-    // be the entry.
+    // What an entry is found by. To make it fetches the first line that may be the entry, while the caller
+    // still has other things to do.
     struct SoughtEntry {
-        Section section;
-        std::uint32_t index;  // of that line
+        Section section = kNoSection;
+        std::uint32_t index = kNoIndex;  // of that line
+        LineRef line = kNoLine;
         std::string_view key;
-        std::uint8_t tag;
+        std::uint8_t tag = kNoEntryTag;
     };
+    SoughtEntry Seek(std::string_view name, std::string_view key);
     SoughtEntry Seek(Section id, std::string_view key);
-    bool FindValue(Section id, std::string_view key, std::string_view* value);
+
+    struct FoundEntry {
+        Section section = kNoSection;
+        std::uint32_t index = kNoIndex;  // none was found
+        LineRef line = kNoLine;
+        std::size_t kept = 0;  // bytes in front of the value
+        bool isPlain = false;  // its names are known to be such that they may be written
+    };
+    FoundEntry Find(const SoughtEntry& sought) const;
+    std::string_view ValueOf(const FoundEntry& found) const {
+        return WithoutLineEnd(m_lines.Raw(found.line).substr(found.kept));
+    }
     bool EntryAt(Section id, std::uint32_t index, std::string_view* key,
                  std::string_view* value);                                              // from 0
     bool LineOfSection(Section id, std::uint32_t index, std::string_view* text) const;  // from 0
@@ -90,7 +95,7 @@ public:
 
     // ---- edits; each either happens whole or, without memory, throws and changes nothing
 
-    bool SetValue(const SoughtEntry& sought, std::string_view value);         // false: there is no such entry
+    void SetValue(const FoundEntry& found, std::string_view value);
     void AddEntry(Section id, std::string_view key, std::string_view value);  // of which there was none
     void AddSection(std::string_view name, std::string_view key, std::string_view value);
     void SetLine(std::uint32_t line, std::string_view text);  // line < LineCount()
@@ -113,7 +118,7 @@ private:
         std::uint64_t nameEnd = 0;  // of the name, folded: all of it when it is short
         std::uint32_t nameSize = 0;
         LineRef header = kNoLine;  // none for the lines before the first header
-        LineList edited;           // when there is none: lines [first, first + count) of the base
+        LineList edited;  // when there is none: lines [first, first + count) of the base, or for them
         std::uint32_t first = 0;
         std::uint32_t count = 0;              // lines behind the header
         std::uint32_t nextSame = kNoSection;  // of the same name, in the order of the file
@@ -121,9 +126,14 @@ private:
         std::uint32_t position = 0;           // in m_order; valid below m_placed
         std::uint32_t leading = 0;            // so many first lines are all entries; once tagged
         LineArena::Corner corner = 0;         // of the lines that change
-        std::uint16_t moved = 0;              // about so many values went to the arena: tells what to fetch
-        bool tagged = false;
-        bool hasBracketLines = false;  // a line behind the header may begin with '['
+        bool replaced : 1;                    // other lines stand for some of the base
+        bool tagged : 1;
+        bool endsAlike : 1;        // once tagged: its lines of the base end with CR LF
+        bool hasPlainName : 1;     // neither empty nor with a CR
+        bool hasBracketLines : 1;  // a line behind the header may begin with '['
+
+        SectionData()
+            : replaced(false), tagged(false), endsAlike(false), hasPlainName(true), hasBracketLines(false) {}
     };
     static_assert(sizeof(SectionData) == Platform::kCacheLine);
 
@@ -161,7 +171,14 @@ private:
 
     // lines
     LineRef LineOf(const SectionData& section, std::uint32_t index) const {
-        return section.edited.Exists() ? section.edited.Lines()[index] : section.first + index;
+        if (section.edited.Exists())
+            return section.edited.Lines()[index];
+        const LineRef line = section.first + index;
+        return section.replaced ? m_lines.StandingFor(line) : line;
+    }
+    // True while the lines of a section are the base's, each as it was loaded.
+    static bool IsAsLoaded(const SectionData& section) {
+        return !section.edited.Exists() && !section.replaced;
     }
     std::string_view Raw(const SectionData& section, std::uint32_t index) const;
     std::string_view Header(const SectionData& section) const;
@@ -171,27 +188,25 @@ private:
     std::uint32_t LinesOf(const SectionData& section) const;
     std::string_view LineEndFor(std::string_view text) const;
     std::string_view NameOf(const SectionData& section) const;
-    bool HasName(const SectionData& section, const SoughtName& sought) const;
+    bool HasName(const SectionData& section, std::string_view name, std::uint64_t foldedEnd) const;
     [[gnu::noinline]] bool HasLongName(const SectionData& section, std::string_view name) const;
     static void SetName(SectionData& section, std::string_view name);
     void SetHeader(SectionData& section, LineRef header) noexcept;
-    std::size_t SizeOf(const LineList& lines) const;
     bool BeginsWithBracket(LineRef line) const;
     bool HasBracketLine(const LineList& lines) const;
     template <typename Take>
-    bool ForEachRun(Take take) const;
-    std::size_t MostRuns() const;
+    bool ForEachPiece(Take take) const;
+    std::size_t MostPieces() const;
 
     // finding
     void Tag(SectionData& section);
-    void TagBase(std::uint32_t first, std::uint32_t count);
+    bool TagBase(std::uint32_t first, std::uint32_t count);
     std::uint32_t HashOf(const SectionData& section) const;
     Section FirstOf(std::uint32_t hash, const SectionData& section) const;
-    std::uint32_t FindEntry(const SoughtEntry& sought, std::string_view* line, std::string_view* value) const;
+    [[gnu::noinline]] FoundEntry FindAmongOthers(const SoughtEntry& sought) const;
     void NumberLines(std::uint32_t upTo);
     std::uint32_t PositionOf(Section id);
     std::uint32_t PositionNear(std::uint32_t line) const;
-    void Prefetch(const SectionData& section) const;
     Place Locate(std::uint32_t line);
 
     // names
@@ -215,6 +230,8 @@ private:
         return section.edited.Exists() ? section.edited : MakeOwnLines(section);
     }
     LineList& MakeOwnLines(SectionData& section);
+    [[gnu::noinline]] void PrepareReplacing(SectionData& section);
+    void Replace(SectionData& section, std::uint32_t index, LineRef line) noexcept;
     void Touch(const SectionData& section) noexcept;
     LineRef NewLine(std::initializer_list<std::string_view> parts, LineArena::Corner* corner = nullptr);
     void ReplaceTail(LineRef& line, std::size_t kept, std::string_view text, std::string_view lineEnd,
@@ -275,17 +292,17 @@ private:
     std::map<std::string, Copy, NameOrder> m_copiesOfDeleted;
 };
 
-// The index of the entry; `value` is then a part of its line.
-inline std::uint32_t IniText::FindEntry(const SoughtEntry& sought, std::string_view* line,
-                                        std::string_view* value) const {
-    for (std::uint32_t i = sought.index; i != kNoIndex;) {
-        const SectionData& section = m_sections[sought.section];
-        *line = m_lines.Raw(LineOf(section, i));
-        if (IsEntryOf(*line, sought.key, value))
-            return i;
-        i = FindTag(Tags(section), i + 1, section.count, sought.tag);
-    }
-    return kNoIndex;
+// Mostly the first line with the tag is the entry, and written in a usual way.
+inline IniText::FoundEntry IniText::Find(const SoughtEntry& sought) const {
+    if (sought.index == kNoIndex)
+        return {};
+    const std::string_view line = m_lines.From(sought.line);
+    const std::size_t size = sought.key.size();
+    if (line.size() < kPlainBytes || !KeyWords::Fit(sought.key) || PlainKeySize(line.data()) != size ||
+        !(KeyWords(line.substr(0, size)) == KeyWords(sought.key)))
+        return FindAmongOthers(sought);
+    const bool isPlain = line.front() != '[' && m_sections[sought.section].hasPlainName;
+    return {sought.section, sought.index, sought.line, size + 1, isPlain};
 }
 
 // Puts a text and a line end behind the first `kept` bytes of a line.

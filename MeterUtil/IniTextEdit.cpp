@@ -23,13 +23,6 @@ void Reserve(std::vector<Element>& elements, std::size_t more = 1) {
 
 // ---- lines
 
-std::size_t IniText::SizeOf(const LineList& lines) const {
-    std::size_t bytes = 0;
-    for (const LineRef line : lines)
-        bytes += m_lines.Raw(line).size();
-    return bytes;
-}
-
 bool IniText::BeginsWithBracket(LineRef line) const {
     return m_lines.Raw(line).substr(0, 1) == "[";
 }
@@ -42,12 +35,31 @@ bool IniText::HasBracketLine(const LineList& lines) const {
 LineList& IniText::MakeOwnLines(SectionData& section) {
     LineList edited;
     edited.Reserve(section.count + 1);
-    edited.AppendRun(section.first, section.count);
+    for (std::uint32_t i = 0; i < section.count; ++i)
+        edited.Append(LineOf(section, i));
     if (section.tagged)
         std::copy(Tags(section), Tags(section) + section.count, edited.Tags());
     section.edited = std::move(edited);
     Touch(section);
     return section.edited;
+}
+
+// Before the first line of a section is replaced.
+void IniText::PrepareReplacing(SectionData& section) {
+    if (m_lines.MayBeReplaced())
+        Touch(section);
+    else
+        MakeOwnLines(section);
+}
+
+// Has another line with the same key stand for one.
+void IniText::Replace(SectionData& section, std::uint32_t index, LineRef line) noexcept {
+    if (section.edited.Exists()) {
+        section.edited.Lines()[index] = line;
+        return;
+    }
+    m_lines.places[section.first + index] = line;
+    section.replaced = true;
 }
 
 // A section, or its header, no longer stands in the base. Up to the first such section no position has ever
@@ -72,7 +84,7 @@ LineRef IniText::NewLine(std::initializer_list<std::string_view> parts, LineAren
 // Gives a line a new place of `size` bytes, with the first `kept` ones in it already.
 char* IniText::MoveHead(LineRef& line, std::size_t kept, std::size_t size, std::size_t lineEnd,
                         LineArena::Corner* corner) {
-    const std::string_view head = m_lines.Raw(line).substr(0, kept);
+    const std::string_view head = m_lines.From(line).substr(0, kept);
     line = m_lines.arena.Allocate(size, lineEnd, corner);
     char* const bytes = m_lines.arena.Writable(line);
     std::copy(head.begin(), head.end(), bytes);
@@ -108,30 +120,26 @@ void IniText::LinesChangedFrom(std::uint32_t position) {
 
 std::size_t IniText::BytesOf(const SectionData& section) const {
     const std::size_t header = Header(section).size();
-    if (section.edited.Exists())
-        return header + SizeOf(section.edited);
-    return header + m_lines.Raw(LineRun{section.first, section.count}).size();
+    if (IsAsLoaded(section))
+        return header + (section.count == 0 ? 0 : m_lines.PieceOf(section.first, section.count).size);
+    std::size_t lines = 0;
+    for (std::uint32_t i = 0; i < section.count; ++i)
+        lines += Raw(section, i).size();
+    return header + lines;
 }
 
 // ---- entries
 
-bool IniText::SetValue(const SoughtEntry& sought, std::string_view value) {
-    if (sought.index == kNoIndex)
-        return false;
-    SectionData& section = m_sections[sought.section];
-    m_lines.arena.PrefetchCorner(section.corner);
-    std::string_view line;
-    std::string_view old;
-    const std::uint32_t index = FindEntry(sought, &line, &old);
-    if (index == kNoIndex)
-        return false;
-    const auto kept = static_cast<std::size_t>(old.data() - line.data());
-    LineRef& place = Edit(section).Lines()[index];
-    const bool moves = place < kFirstInArena;
-    ReplaceTail(place, kept, value, m_lines.EndOf(place), &section.corner);
-    section.moved = static_cast<std::uint16_t>(section.moved + (moves ? 1 : 0));
+void IniText::SetValue(const FoundEntry& found, std::string_view value) {
+    SectionData& section = m_sections[found.section];
+    if (IsAsLoaded(section))
+        PrepareReplacing(section);
+    LineRef line = found.line;
+    const bool isKnown = line < kFirstInArena && section.endsAlike;
+    ReplaceTail(line, found.kept, value, isKnown ? kCrLf : m_lines.LineEnd(line), &section.corner);
+    if (line != found.line)
+        Replace(section, found.index, line);
     Tidy();
-    return true;
 }
 
 // Adds an entry behind the last line of a section that is not blank.
@@ -157,9 +165,7 @@ void IniText::AddEntry(Section id, std::string_view key, std::string_view value)
 
 bool IniText::DeleteKey(Section id, std::string_view key) {
     SectionData& section = m_sections[id];
-    std::string_view line;
-    std::string_view value;
-    const std::uint32_t index = FindEntry(Seek(id, key), &line, &value);
+    const std::uint32_t index = Find(Seek(id, key)).index;
     if (index == kNoIndex)
         return false;
     Edit(section).Erase(index);
@@ -192,7 +198,7 @@ void IniText::SetLine(std::uint32_t line, std::string_view text) {
 
 void IniText::ReplaceLine(SectionData& section, std::uint32_t index, std::string_view text) {
     LineRef& line = Edit(section).Lines()[index];
-    const std::string_view lineEnd = m_lines.EndOf(line);
+    const std::string_view lineEnd = m_lines.LineEnd(line);
     // An empty line always has a line end: without one it would not be there.
     ReplaceTail(line, 0, text, text.empty() && lineEnd.empty() ? m_lineEnd : lineEnd, &section.corner);
     section.hasBracketLines |= BeginsWithBracket(line);
@@ -505,7 +511,6 @@ void IniText::Rebase(std::size_t textBytes) {
     char* const base = bytes.data.get();
     std::uint32_t* const places = starts.get();
     std::shared_ptr<const char> owner = OwnBlock(std::move(bytes));
-    std::shared_ptr<const std::uint32_t> ownedStarts(starts.release(), Platform::FreeBlock());
 
     char* next = base;
     std::uint32_t line = 0;
@@ -524,14 +529,16 @@ void IniText::Rebase(std::size_t textBytes) {
             move(Raw(section, i));
         section.edited = LineList();
         section.corner = 0;
-        section.moved = 0;
+        section.replaced = false;
         section.first = first;
         section.tagged = false;
     }
     places[line] = static_cast<std::uint32_t>(next - base);
     m_lines.base = std::move(owner);
-    m_lines.starts = std::move(ownedStarts);
+    m_lines.places = std::move(starts);
+    m_lines.bytes = static_cast<std::uint32_t>(textBytes);
     m_lines.arena = LineArena();
+    m_names.SetLines([&](Section id) { return m_sections[id].first; });
     m_tags = std::move(tags);
 }
 
@@ -543,7 +550,8 @@ void IniText::ForbidWriting() noexcept {
     };
     for (SectionData& section : m_sections) {
         forbid(section.header);
-        std::for_each(section.edited.begin(), section.edited.end(), forbid);
+        for (std::uint32_t i = 0; i < section.count; ++i)
+            forbid(LineOf(section, i));
     }
     m_lines.arena.RestartEpochs();
 }

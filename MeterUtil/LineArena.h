@@ -11,6 +11,7 @@
 #include <utility>
 #include <vector>
 
+#include "MeterUtil/IniLine.h"
 #include "Platform/Prefetch.h"
 
 namespace MeterUtil {
@@ -51,8 +52,10 @@ public:
         return {place + sizeof(Head), size};
     }
 
-    // How many bytes its line end takes, without a look at them.
-    std::size_t LineEndSize(LineRef line) const { return HeadOf(line).slack % kLineEnds; }
+    // Its line end, without a look at it. Not a view of it.
+    std::string_view LineEnd(LineRef line) const {
+        return kCrLf.substr(kCrLf.size() - HeadOf(line).slack % kLineEnds);
+    }
 
     // Fetches where the next line of a corner goes.
     void PrefetchCorner(Corner corner) const {
@@ -63,8 +66,11 @@ public:
         Platform::Prefetch(next + Platform::kCacheLine);
     }
 
-    // Where the line and what is known of it lie.
-    const char* Address(LineRef line) const { return Place(line); }
+    // Fetches what is looked at of a line. Its end mostly is not far from its beginning.
+    void Prefetch(LineRef line) const {
+        Platform::Prefetch(Place(line));
+        Platform::Prefetch(Place(line) + Platform::kCacheLine);
+    }
 
     // True when the line may be written over with so many bytes.
     bool Takes(LineRef line, std::size_t size) const { return Takes(HeadOf(line), size); }

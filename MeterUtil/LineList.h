@@ -5,15 +5,23 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <numeric>
 #include <utility>
 
 #include "MeterUtil/KeyTag.h"
 #include "MeterUtil/LineArena.h"
+#include "Platform/Prefetch.h"
 
 namespace MeterUtil {
 
 constexpr std::uint32_t kLinesOfARecord = 64;  // hardly one has more
+
+// Fetches what is known of the lines of a record: tables of lines and of their tags.
+inline void PrefetchRecord(const std::uint32_t* lines, const std::uint8_t* tags) {
+    for (std::uint32_t i = 0; i < kLinesOfARecord; i += Platform::kCacheLine / sizeof *lines)
+        Platform::Prefetch(lines + i);
+    Platform::Prefetch(tags);
+    Platform::Prefetch(tags + kLinesOfARecord);
+}
 
 // Lines and their tags in one block: a search looks at the tags and then at one line.
 class LineList {
@@ -65,12 +73,6 @@ public:
 
     // Without a tag.
     void Append(LineRef line) noexcept { Lines()[m_size++] = line; }
-
-    // Lines of the base that follow each other.
-    void AppendRun(LineRef first, std::uint32_t count) noexcept {
-        std::iota(Lines() + m_size, Lines() + m_size + count, first);
-        m_size += count;
-    }
 
     void Erase(std::uint32_t at) noexcept {
         std::copy(Lines() + at + 1, Lines() + m_size, Lines() + at);

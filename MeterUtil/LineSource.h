@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <memory>
 #include <string_view>
 
@@ -14,63 +15,110 @@
 
 namespace MeterUtil {
 
-// Lines that follow each other in the base; or one line of the arena.
-struct LineRun {
-    LineRef first = 0;
-    std::uint32_t count = 0;
+// A part of a text: so many bytes of the base; or, when it has none, a line of the arena.
+struct Piece {
+    std::uint32_t start = 0;  // in the base; or the line
+    std::uint32_t size = 0;
 };
 
-// The base, a block that never changes, with the places of its lines, and the arena of what was changed. A
-// copy shares the bytes; when the arena is frozen they stay what they were.
-struct LineSource {
+// The base, a block that never changes, and the arena of what was changed. A copy shares the bytes; when the
+// arena is frozen they stay what they were.
+struct PieceSource {
     std::shared_ptr<const char> base;
-    std::shared_ptr<const std::uint32_t> starts;  // of the base's lines, and its end
     LineArena arena;
 
-    std::string_view Raw(LineRef line) const {
-        return line < kFirstInArena ? Raw(LineRun{line, 1}) : arena.Raw(line);
+    std::string_view Bytes(Piece piece) const {
+        return piece.size == 0 ? arena.Raw(piece.start)
+                               : std::string_view(base.get() + piece.start, piece.size);
     }
 
-    std::string_view Raw(LineRun run) const {
-        if (run.first >= kFirstInArena)
-            return arena.Raw(run.first);
-        const std::uint32_t* const start = starts.get() + run.first;
-        return {base.get() + start[0], start[run.count] - start[0]};
-    }
-
-    // The line end of a line. Not a view of it.
-    std::string_view EndOf(LineRef line) const {
-        return line < kFirstInArena ? LineEndOf(Raw(line))
-                                    : kCrLf.substr(kCrLf.size() - arena.LineEndSize(line));
-    }
-
-    // Hands out each run as one piece, until one is not taken. They may lie anywhere in memory: both ends of
-    // each are on their way while the runs before it are handed out.
-    bool HandTo(Platform::TextSink& sink, const LineRun* runs, std::size_t count) const {
+    // Hands out each piece, until one is not taken. They may lie anywhere in memory: both ends of each are on
+    // their way while those before it are handed out.
+    bool HandTo(Platform::TextSink& sink, const Piece* pieces, std::size_t count) const {
         constexpr std::size_t kAhead = 16;
         for (std::size_t i = 0; i < std::min(count, kAhead); ++i)
-            Prefetch(runs[i]);
+            Prefetch(pieces[i]);
         for (std::size_t i = 0; i < count; ++i) {
             if (i + kAhead < count)
-                Prefetch(runs[i + kAhead]);
-            if (!sink.Take(Raw(runs[i])))
+                Prefetch(pieces[i + kAhead]);
+            if (!sink.Take(Bytes(pieces[i])))
                 return false;
         }
         return true;
     }
 
-    // Fetches what is looked at of lines: where they begin and where they end. The end of a line of the
-    // arena, which tells its size itself, mostly is not far from its beginning.
-    void Prefetch(LineRun run) const {
-        if (run.first >= kFirstInArena) {
-            const char* const place = arena.Address(run.first);
-            Platform::Prefetch(place);
-            Platform::Prefetch(place + Platform::kCacheLine);
+private:
+    void Prefetch(Piece piece) const {
+        if (piece.size == 0) {
+            arena.Prefetch(piece.start);
             return;
         }
-        const std::string_view raw = Raw(run);
-        Platform::Prefetch(raw.data());
-        Platform::Prefetch(raw.data() + raw.size());
+        Platform::Prefetch(base.get() + piece.start);
+        Platform::Prefetch(base.get() + piece.start + piece.size);
+    }
+};
+
+// The same with the places of the base's lines.
+struct LineSource : PieceSource {
+    // By line where it begins. Of a line that has another value since then, the line of the arena that stands
+    // for it: who looks for a line looks at one table. Behind them, where the base ends.
+    std::unique_ptr<std::uint32_t[], Platform::FreeBlock> places;
+    std::uint32_t bytes = 0;  // of the base
+
+    // False for lines of a base so large that a place may look like a line of the arena.
+    bool MayBeReplaced() const { return bytes < kFirstInArena; }
+
+    // What stands for a line of the base some lines of which were replaced: mostly itself.
+    LineRef StandingFor(LineRef line) const { return places[line] < kFirstInArena ? line : places[line]; }
+
+    // Lines of the base, none of which was replaced.
+    Piece PieceOf(LineRef first, std::uint32_t count) const {
+        const std::uint32_t start = places[first];
+        return {start, EndOf(first + count - 1) - start};
+    }
+
+    std::string_view Raw(LineRef line) const {
+        return line < kFirstInArena ? Bytes(PieceOf(line, 1)) : arena.Raw(line);
+    }
+
+    // A line and, of the base, all that stands behind it: where it ends is not looked for.
+    std::string_view From(LineRef line) const {
+        if (line >= kFirstInArena)
+            return arena.Raw(line);
+        const std::uint32_t start = places[line];
+        return {base.get() + start, bytes - start};
+    }
+
+    // The line end of a line. Not a view of it.
+    std::string_view LineEnd(LineRef line) const {
+        return line < kFirstInArena ? LineEndOf(Raw(line)) : arena.LineEnd(line);
+    }
+
+    // Fetches what is looked at of a line that is mostly short.
+    void Prefetch(LineRef line) const {
+        if (line >= kFirstInArena) {
+            arena.Prefetch(line);
+            return;
+        }
+        const char* const place = base.get() + places[line];
+        Platform::Prefetch(place);
+        Platform::Prefetch(place + Platform::kCacheLine);
+    }
+
+private:
+    // Where a line of the base ends that was not replaced.
+    std::uint32_t EndOf(LineRef line) const {
+        const std::uint32_t next = places[line + 1];
+        return next < kFirstInArena ? next : EndOfBeforeReplaced(line);
+    }
+
+    // The place of the line behind it tells another thing: the line ends itself.
+    [[gnu::noinline]] std::uint32_t EndOfBeforeReplaced(LineRef line) const {
+        if (!MayBeReplaced())
+            return places[line + 1];
+        const std::uint32_t start = places[line];
+        const void* const lf = std::memchr(base.get() + start, '\n', bytes - start);
+        return static_cast<std::uint32_t>(static_cast<const char*>(lf) + 1 - base.get());
     }
 };
 

@@ -8,6 +8,7 @@
 #include <cstring>
 #include <memory>
 #include <new>
+#include <utility>
 
 #include "MeterUtil/LineArena.h"
 #include "Platform/Platform.h"
@@ -71,9 +72,9 @@ public:
     }
 
     // Gives the table away, without the room that was not needed.
-    std::shared_ptr<const std::uint32_t> Take() {
+    std::unique_ptr<std::uint32_t[], Platform::FreeBlock> Take() {
         Resize(m_count);
-        return {m_block.release(), Platform::FreeBlock()};
+        return std::move(m_block);
     }
 
 private:

@@ -138,17 +138,14 @@ CMeterIniFile::~CMeterIniFile() {
 
 bool CMeterIniFile::ReadString(const char* section, const char* key, char* dst, int size) const {
     CopyText(dst, size, {});
-    const IniText::Section found = FindSection(m_store, section);
-    if (found == IniText::kNoSection || key == nullptr)
-        return false;
-    const std::string_view name = MeterText::TrimBlanks(key);
-    if (!MayBeKey(name))
+    if (m_store == nullptr || section == nullptr || key == nullptr)
         return false;
     return Guarded(false, [&] {
-        std::string_view value;
-        if (!m_store->text.FindValue(found, name, &value))
+        const std::string_view name = MeterText::TrimBlanks(key);
+        const IniText::FoundEntry found = m_store->text.Find(m_store->text.Seek(section, name));
+        if (found.index == MeterUtil::kNoIndex || (!found.isPlain && !MayBeKey(name)))
             return false;
-        CopyText(dst, size, value);
+        CopyText(dst, size, m_store->text.ValueOf(found));
         return true;
     });
 }
@@ -207,25 +204,26 @@ bool CMeterIniFile::SectionExists(const char* section) const {
 bool CMeterIniFile::WriteString(const char* section, const char* key, const char* value) {
     if (m_store == nullptr || section == nullptr || key == nullptr)
         return false;
-    // What is looked at next is fetched while there are other things to do: the section while the key is
-    // taken, the line of the entry while all three texts are checked. Of names that are found there is less
-    // to check.
-    IniText& text = m_store->text;
-    const std::string_view sectionName = section;
-    const IniText::SoughtName sought = text.Seek(sectionName);
-    const std::string_view keyName = MeterText::TrimBlanks(key);
-    const IniText::Section found = text.FindSection(sought);
     return Guarded(false, [&] {
-        const IniText::SoughtEntry entry = text.Seek(found, keyName);
+        // The line of the entry is on its way while the value is looked at.
+        IniText& text = m_store->text;
+        const std::string_view sectionName = section;
+        const std::string_view keyName = MeterText::TrimBlanks(key);
+        const IniText::SoughtEntry sought = text.Seek(sectionName, keyName);
         std::string_view newValue;
-        if (!MayBeWritten(sectionName) || !MayBeWrittenAsKey(keyName) || !TakeLine(value, &newValue))
+        if (!TakeLine(value, &newValue))
             return false;
-        if (text.SetValue(entry, newValue))
+        const IniText::FoundEntry found = text.Find(sought);
+        if (!found.isPlain && !(MayBeWritten(sectionName) && MayBeWrittenAsKey(keyName)))
+            return false;
+        if (found.index != MeterUtil::kNoIndex) {
+            text.SetValue(found, newValue);
             return true;
+        }
         if (!MayBeAdded(sectionName, keyName))
             return false;
-        if (found != IniText::kNoSection)
-            text.AddEntry(found, keyName, newValue);
+        if (sought.section != IniText::kNoSection)
+            text.AddEntry(sought.section, keyName, newValue);
         else
             text.AddSection(sectionName, keyName, newValue);
         return true;

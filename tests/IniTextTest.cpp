@@ -37,7 +37,10 @@ Platform::FileBytes Bytes(const std::string& text) {
 }
 
 void Set(IniText* text, IniText::Section id, std::string_view key, std::string_view value) {
-    if (!text->SetValue(text->Seek(id, key), value))
+    const IniText::FoundEntry found = text->Find(text->Seek(id, key));
+    if (found.index != MeterUtil::kNoIndex)
+        text->SetValue(found, value);
+    else
         text->AddEntry(id, key, value);
 }
 
@@ -54,6 +57,22 @@ TEST(IniTextMemory, AFileAsItWasReadIsOnePiece) {
     EXPECT_EQ(PiecesOf(text).size(), 1U);
     Set(&text, text.FindSection("a"), "k", "2");
     EXPECT_EQ(PiecesOf(text).size(), 3U) << "what stands before and behind the change is as it was read";
+}
+
+// What a section is known by stays as it was loaded while only values change in it: a visit of each meter
+// costs no more memory than its readings take.
+TEST(IniTextMemory, NewValuesNeedRoomForTheirLinesAlone) {
+    std::string bytes;
+    for (int i = 0; i < 100; ++i)
+        bytes += "[" + std::to_string(i) + "]\r\nfirst=1\r\nsecond=2\r\nthird=3\r\n";
+    IniText text;
+    text.Load(Bytes(bytes));
+    Set(&text, text.FindSection("0"), "first", "takes a block");
+    const HeapFault fault(1);
+    for (const IniText::Section id : {1U, 50U, 99U})
+        for (const char* const key : {"first", "second", "third"})
+            Set(&text, id + 1, key, "new");
+    EXPECT_FALSE(fault.Happened());
 }
 
 // A day's readings written over and over would fill the memory of a terminal. What changes leave behind is
@@ -89,10 +108,11 @@ TEST(IniTextMemory, AMovedTextIsAsLargeAsItBecame) {
         value += std::string(1000000, 'v');
         Set(&text, section, "k0", value);
     }
-    std::string_view found;
-    for (int i = 1; i < kLines; ++i)
-        ASSERT_TRUE(text.FindValue(section, "k" + std::to_string(i), &found)) << i;
-    EXPECT_EQ(found, "1");
+    for (int i = 1; i < kLines; ++i) {
+        const IniText::FoundEntry found = text.Find(text.Seek(section, "k" + std::to_string(i)));
+        ASSERT_NE(found.index, MeterUtil::kNoIndex) << i;
+        ASSERT_EQ(text.ValueOf(found), "1") << i;
+    }
 }
 
 TEST(LineArena, LeavesALineRoomToGrow) {
@@ -112,7 +132,7 @@ TEST(LineArena, LeavesALineRoomToGrow) {
         }
         EXPECT_TRUE(arena.Takes(line, room)) << "shorter for a while";
         EXPECT_FALSE(arena.Takes(line, room + 1));
-        const char* const next = arena.Address(arena.Allocate(1, 0));
+        const char* const next = arena.Raw(arena.Allocate(1, 0)).data();
         EXPECT_GE(next, arena.Raw(line).data() + room) << "the next line's own";
     }
 }
@@ -138,12 +158,12 @@ TEST(LineArena, WritesOverNoLineThatWasThereWhenItWasFrozen) {
 
 TEST(LineArena, KnowsTheLineEndOfALine) {
     MeterUtil::LineArena arena;
-    for (const std::size_t lineEnd : {0U, 1U, 2U}) {
-        const MeterUtil::LineRef line = arena.Allocate(40, lineEnd);
-        EXPECT_EQ(arena.LineEndSize(line), lineEnd);
-        for (const std::size_t written : {1U, 2U, 0U}) {
-            ASSERT_NE(arena.WriteOver(line, 20 + written, written), nullptr);
-            EXPECT_EQ(arena.LineEndSize(line), written);
+    for (const std::string_view lineEnd : {"", "\n", "\r\n"}) {
+        const MeterUtil::LineRef line = arena.Allocate(40, lineEnd.size());
+        EXPECT_EQ(arena.LineEnd(line), lineEnd);
+        for (const std::string_view written : {"\n", "\r\n", ""}) {
+            ASSERT_NE(arena.WriteOver(line, 20 + written.size(), written.size()), nullptr);
+            EXPECT_EQ(arena.LineEnd(line), written);
             EXPECT_TRUE(arena.Takes(line, 40));
         }
     }
@@ -408,6 +428,23 @@ TEST(IniTextLoading, PartsOfAFileGiveWhatTheFileGives) {
 // ---- names
 
 // Short names are compared without a look at the header, of long ones the end alone.
+// In a base of more than 2 GiB a place looks like a line of the arena: none of its lines is replaced.
+TEST(LineSource, LinesOfALargeBaseEndWhereTheNextBegins) {
+    MeterUtil::LineSource lines;
+    lines.places.reset(static_cast<std::uint32_t*>(std::malloc(4 * sizeof(std::uint32_t))));
+    const std::uint32_t places[] = {0, 0x7FFFFFFFU, 0x80000001U, 0xFFFFFFFEU};
+    std::copy(std::begin(places), std::end(places), lines.places.get());
+    lines.bytes = places[3];
+    EXPECT_FALSE(lines.MayBeReplaced());
+    EXPECT_EQ(lines.PieceOf(1, 1).size, 2U);
+    EXPECT_EQ(lines.PieceOf(1, 2).size, 0x7FFFFFFFU);
+    EXPECT_EQ(lines.PieceOf(0, 3).size, 0xFFFFFFFEU);
+    lines.bytes = 0x80000000U;
+    EXPECT_FALSE(lines.MayBeReplaced());
+    lines.bytes = 0x7FFFFFFFU;
+    EXPECT_TRUE(lines.MayBeReplaced());
+}
+
 TEST(IniTextNames, DifferInAnyByteAndInTheirSize) {
     const std::string longest = "meter with a name";
     for (std::size_t size = 1; size <= longest.size(); ++size) {
@@ -484,13 +521,17 @@ TEST(IniTextOrder, NamesAreFoundAmongManyOfLikeHashes) {
     std::mt19937 random(3);
     MeterUtil::NameTable table;
     std::unordered_map<std::uint32_t, std::uint32_t> hashes;  // by number
+    std::uint32_t linesAdded = 0;
     const auto find = [&](std::uint32_t number, std::uint32_t hash) {
-        return table.Find(hash, [&](std::uint32_t found) { return found == number; });
+        return table.Find(hash, [&](std::uint32_t found, std::uint32_t line) {
+            EXPECT_EQ(line, found * 2 + linesAdded);
+            return found == number;
+        });
     };
     for (std::uint32_t number = 0; number < 20000; ++number) {
         const auto hash = static_cast<std::uint32_t>(random() % 64 + (random() % 3 == 0 ? 0xFFFFFFC0U : 0));
         table.Reserve(hashes.size() + 1);
-        table.Insert(hash, number);
+        table.Insert(hash, number, number * 2);
         hashes[number] = hash;
         while (hashes.size() > 40 + random() % 40) {
             const auto [erased, itsHash] = *hashes.begin();
@@ -502,8 +543,11 @@ TEST(IniTextOrder, NamesAreFoundAmongManyOfLikeHashes) {
             ASSERT_EQ(find(kept, itsHash), kept);
     }
     const auto [number, hash] = *hashes.begin();
-    table.Replace(hash, number, 1000000);
+    table.Replace(hash, number, 1000000, 2000000);
     EXPECT_EQ(find(number, hash), MeterUtil::NameTable::kNone);
+    EXPECT_EQ(find(1000000, hash), 1000000U);
+    linesAdded = 3;
+    table.SetLines([&](std::uint32_t changed) { return changed * 2 + linesAdded; });
     EXPECT_EQ(find(1000000, hash), 1000000U);
 }
 

@@ -1,8 +1,11 @@
 // What the store promises about edits: the bytes that they leave, what they refuse, and copies of sections.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "MeterUtil/MeterIniFile.h"
 #include "tests/support/NaiveIni.h"
@@ -90,6 +93,22 @@ TEST(MeterIniFileWriteRefused, NamesThatTheFileHasButNoWriteMakes) {
     EXPECT_EQ(store.Saved(), before);
     EXPECT_EQ(store.Value("c", "k\rl"), "1") << "they can be read all the same";
     EXPECT_TRUE(store->WriteString("c", "f", "2"));
+}
+
+// The same of names and lines as most are: what is known of them when they are found must tell it.
+TEST(MeterIniFileWriteRefused, LongerNamesThatTheFileHasButNoWriteMakes) {
+    const std::string before =
+        "[a\rb]\nState=U,0123456789\n[a long name\r, by far]\nState=U,0123456789\n"
+        "[]\nState=U,0123456789\n[c]\nSta\rte=0123456789\n[State=0123456789\n;State=0123456789\nState="
+        "0123456789\n";
+    const Store store(before);
+    for (const char* section : {"a\rb", "a long name\r, by far", ""})
+        EXPECT_FALSE(store->WriteString(section, "State", "2")) << section;
+    for (const char* key : {"Sta\rte", "[State", ";State"})
+        EXPECT_FALSE(store->WriteString("c", key, "2")) << key;
+    EXPECT_EQ(store.Saved(), before);
+    EXPECT_EQ(store.Value("c", "[state"), "0123456789") << "they can be read all the same";
+    EXPECT_TRUE(store->WriteString("c", "State", "2"));
 }
 
 // A key ends at the first '=': whatever one byte of a line tells, what stands behind it is value.
@@ -212,6 +231,80 @@ TEST(MeterIniFileEdit, ManyChangesOfOneValueShowInNothing) {
     EXPECT_TRUE(store->DeleteSection("a"));
     EXPECT_TRUE(store->RestoreSection("a"));
     EXPECT_EQ(store.Value("a", "m"), value);
+}
+
+// A line with a new value lies elsewhere; those beside it begin and end where they did.
+TEST(MeterIniFileEdit, LinesBesideANewValueStayAsTheyAre) {
+    const std::string shapes[] = {
+        "[a]\r\nState=first value\r\n1.8.0=second value\r\nC.1=3\r\nLast=fourth value\r\n[b]\r\nState=5\r\n",
+        "[a]\nState=first value\n1.8.0=second value\nC.1=3\nLast=fourth value",
+        "[a]\r\nState=first value\n1.8.0=second value\r\nC.1=3\n;\r\n\nLast=fourth value\r",
+        "State=before any header\r\n[a] ;c\r\nState=1\r\n1.8.0=2\r\nC.1=\r\nLast=\r\n[b]"};
+    std::vector<const char*> keys = {"1.8.0", "C.1", "Last", "State"};
+    for (const std::string& shape : shapes) {
+        do {
+            const Store store(shape);
+            NaiveIni naive(shape);
+            for (const char* const changed : keys) {
+                ASSERT_TRUE(store->WriteString("a", changed, changed));
+                ASSERT_TRUE(naive.WriteString("a", changed, changed));
+                std::string text;
+                for (const char* const read : keys) {
+                    ASSERT_TRUE(naive.ReadString("a", read, &text));
+                    ASSERT_EQ(store.Value("a", read), text) << read << " behind " << changed;
+                }
+                for (int line = 0; naive.GetString(line, &text); ++line)
+                    ASSERT_EQ(store.Line(line), text) << line << " behind " << changed;
+                ASSERT_EQ(store.Saved(), naive.Bytes()) << "behind " << changed;
+            }
+        } while (std::next_permutation(keys.begin(), keys.end(),
+                                       [](const char* a, const char* b) { return std::string_view(a) < b; }));
+    }
+}
+
+// Lines come and go among some with new values.
+TEST(MeterIniFileEdit, NewValuesStayWhenOtherLinesComeAndGo) {
+    const std::string before =
+        "[a]\r\nState=U\r\n1.8.0=,8.1 kWh,,\"energy\"\r\n1.8.1=,\r\nUserID=A\r\n[b]\r\nx=1\r\n";
+    const auto changed = [](const Store& store) {
+        EXPECT_TRUE(store->WriteString("a", "State", "E"));
+        EXPECT_TRUE(store->WriteString("a", "1.8.1", "12345.6"));
+    };
+    const std::string head = "[a]\r\nState=E\r\n";
+    const std::string energy = "1.8.0=,8.1 kWh,,\"energy\"\r\n";
+    const std::string tail = "[b]\r\nx=1\r\n";
+    {
+        const Store store(before);
+        changed(store);
+        EXPECT_TRUE(store->DeleteKey("a", "1.8.0"));
+        EXPECT_EQ(store.Saved(), head + "1.8.1=12345.6\r\nUserID=A\r\n" + tail);
+    }
+    {
+        const Store store(before);
+        changed(store);
+        EXPECT_TRUE(store->WriteString("a", "new", "1"));
+        EXPECT_TRUE(store->WriteString("a", "1.8.1", "a value as long as it needs a new place"));
+        EXPECT_EQ(
+            store.Saved(),
+            head + energy + "1.8.1=a value as long as it needs a new place\r\nUserID=A\r\nnew=1\r\n" + tail);
+    }
+    {
+        const Store store(before);
+        changed(store);
+        EXPECT_TRUE(store->SetString(3, "[c]"));
+        EXPECT_EQ(store.Value("c", "UserID"), "A");
+        EXPECT_EQ(store.Value("a", "1.8.0"), ",8.1 kWh,,\"energy\"");
+        EXPECT_EQ(store.Saved(), head + energy + "[c]\r\nUserID=A\r\n" + tail);
+    }
+    {
+        const Store store(before);
+        changed(store);
+        EXPECT_TRUE(store->BackupSection("a"));
+        changed(store);
+        EXPECT_TRUE(store->DeleteSection("a"));
+        EXPECT_TRUE(store->RestoreSection("a"));
+        EXPECT_EQ(store.Saved(), tail + head + energy + "1.8.1=12345.6\r\nUserID=A\r\n");
+    }
 }
 
 // The moves of a large text to a new block, which free what changes left behind, show in nothing.

@@ -49,9 +49,9 @@ private:
 
 const std::vector<std::string> kNames = {"a",   "A",  "b", "#_1", "#_2",      "#1_1",
                                          "x y", " a", "",  "c]",  "e\xC3\x84"};
-const std::vector<std::string> kKeys = {"k",     "K",        "State",    " k ", "long key of a value",
-                                        "1.8.0", "1.8.1*01", "",         " ",   "a=b",
-                                        "[k",    ";k",       "k\xC3\xA4"};
+const std::vector<std::string> kKeys = {"k",     "K",        "State",     " k ",   "long key of a value",
+                                        "1.8.0", "1.8.1*01", "",          " ",     "a=b",
+                                        "[k",    ";k",       "k\xC3\xA4", "[state"};
 const std::vector<std::string> kValues = {
     "",        "1",
     " 2 ",     "A,U,8,12,\"\"",
@@ -59,12 +59,37 @@ const std::vector<std::string> kValues = {
     "x\ry",    "[a]",
     ";",       "a value that is longer than the line it takes the place of",
     "\xFF\xFE"};
-const std::vector<std::string> kLines = {"",        " ",      "\t",     "k=v",     " k = v ",
-                                         ";k=v",    "[a]",    "[A] x",  " [b]",    "[#_1]",
-                                         "[#_2]",   "[#1_1]", "[x y]",  "[",       "[a",
-                                         "[k=v",    "]",      "=",      " =v",     "text",
-                                         "State=E", "a\rb=c", "[]",     "[c\xC4]", "\xEF\xBB\xBF[a]",
-                                         "k=",      "[ a]",   "k\t=v=w"};
+const std::vector<std::string> kLines = {"",
+                                         " ",
+                                         "\t",
+                                         "k=v",
+                                         " k = v ",
+                                         ";k=v",
+                                         "[a]",
+                                         "[A] x",
+                                         " [b]",
+                                         "[#_1]",
+                                         "[#_2]",
+                                         "[#1_1]",
+                                         "[x y]",
+                                         "[",
+                                         "[a",
+                                         "[k=v",
+                                         "]",
+                                         "=",
+                                         " =v",
+                                         "text",
+                                         "State=E",
+                                         "a\rb=c",
+                                         "[]",
+                                         "[c\xC4]",
+                                         "\xEF\xBB\xBF[a]",
+                                         "k=",
+                                         "[ a]",
+                                         "k\t=v=w",
+                                         "State=a text of some size",
+                                         "1.8.1*01=0123456.789*kWh",
+                                         "[State=no header, a key"};
 
 void Pair::CompareReads(std::mt19937& random) {
     char dst[kSize];
