@@ -182,11 +182,11 @@ inline std::uint64_t MixedHash(std::uint64_t hash, std::uint64_t bytes) {
 }
 
 // Of the last bytes of a name, folded or not. Names of records differ in their last digits alone: the highest
-// bytes, which a multiplication spreads over nothing, so they are mixed into the lowest ones first. A search
-// waits for each of these steps.
+// bytes, which a multiplication spreads over nothing, so they are mixed into the lowest ones first; by no
+// whole bytes, as digits that change together would cancel each other. A search waits for each of these steps.
 inline std::uint32_t HashOfEnd(std::uint64_t hash, std::uint64_t end) {
     const std::uint64_t mixed = hash ^ (end | EachByte(0x20));
-    return static_cast<std::uint32_t>(((mixed ^ mixed >> 32U) * kHashFactor) >> 32U);
+    return static_cast<std::uint32_t>(((mixed ^ mixed >> 27U) * kHashFactor) >> 32U);
 }
 
 // A hash that is the same for names that differ in the case of letters alone, of a name of eight bytes at

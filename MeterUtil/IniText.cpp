@@ -459,7 +459,7 @@ bool IniText::ForEachPiece(Take take) const {
     LineRef run = 0;
     std::uint32_t lines = 0;
     const auto end = [&] {
-        return lines == 0 || take(run < kFirstInArena ? m_lines.PieceOf(run, lines) : Piece{run, 0});
+        return lines == 0 || take(run < kFirstInArena ? m_lines.PieceOf(run, lines) : Piece::OfArena(run));
     };
     const auto add = [&](LineRef first, std::uint32_t count) {
         if (first < kFirstInArena && first == run + lines) {
@@ -527,7 +527,7 @@ TextSnapshot IniText::Snapshot() {
         snapshot.pieces.push_back(piece);
         return true;
     });
-    snapshot.source = m_lines;
+    snapshot.source = static_cast<const PieceSource&>(m_lines);
     if (!m_lines.arena.MayFreeze())
         ForbidWriting();
     m_lines.arena.Freeze();

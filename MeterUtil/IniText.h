@@ -2,8 +2,8 @@
 //
 // How it is held. The file is read into one block, the base, which never changes; a line of it is an offset.
 // A section is a run of lines of the base. A line that gets another value lies in an arena from then on: that
-// takes the place of its offset. A section in which lines come or go gets a list of its own. So loading costs
-// a scan for line ends, memory stays close to the size of the file, an edit touches one section, and a
+// takes the place of its offset. A section in which lines come, go or change otherwise gets a list of its own.
+// So loading costs a scan for line ends, memory stays close to the size of the file, an edit touches one section, and a
 // snapshot for a background save copies no text: it shares the base and the arena, whose lines are not
 // written over from then on.
 //
@@ -61,8 +61,8 @@ public:
 
     Section FindSection(std::string_view name) const;
 
-    // What an entry is found by. To make it fetches the first line that may be the entry, while the caller
-    // still has other things to do.
+    // What an entry is found by. To make it fetches the first line that may be the entry, and where another
+    // one would go, while the caller still has other things to do.
     struct SoughtEntry {
         Section section = kNoSection;
         std::uint32_t index = kNoIndex;  // of that line
@@ -117,23 +117,27 @@ private:
     struct alignas(Platform::kCacheLine) SectionData {
         std::uint64_t nameEnd = 0;  // of the name, folded: all of it when it is short
         std::uint32_t nameSize = 0;
-        LineRef header = kNoLine;  // none for the lines before the first header
-        LineList edited;  // when there is none: lines [first, first + count) of the base, or for them
-        std::uint32_t first = 0;
+        LineRef header = kNoLine;             // none for the lines before the first header
+        LineList edited;                      // its lines, where they are not those of the base
+        std::uint32_t first = 0;              // of its lines in the base
         std::uint32_t count = 0;              // lines behind the header
         std::uint32_t nextSame = kNoSection;  // of the same name, in the order of the file
         std::uint32_t prevSame = kNoSection;  // of the first: the last one
         std::uint32_t position = 0;           // in m_order; valid below m_placed
         std::uint32_t leading = 0;            // so many first lines are all entries; once tagged
         LineArena::Corner corner = 0;         // of the lines that change
-        bool replaced : 1;                    // other lines stand for some of the base
+        bool hasStandIns : 1;                 // for lines of the base; while there is no list
         bool tagged : 1;
         bool endsAlike : 1;        // once tagged: its lines of the base end with CR LF
         bool hasPlainName : 1;     // neither empty nor with a CR
         bool hasBracketLines : 1;  // a line behind the header may begin with '['
 
         SectionData()
-            : replaced(false), tagged(false), endsAlike(false), hasPlainName(true), hasBracketLines(false) {}
+            : hasStandIns(false),
+              tagged(false),
+              endsAlike(false),
+              hasPlainName(true),
+              hasBracketLines(false) {}
     };
     static_assert(sizeof(SectionData) == Platform::kCacheLine);
 
@@ -174,11 +178,11 @@ private:
         if (section.edited.Exists())
             return section.edited.Lines()[index];
         const LineRef line = section.first + index;
-        return section.replaced ? m_lines.StandingFor(line) : line;
+        return section.hasStandIns ? m_lines.StandingFor(line) : line;
     }
     // True while the lines of a section are the base's, each as it was loaded.
     static bool IsAsLoaded(const SectionData& section) {
-        return !section.edited.Exists() && !section.replaced;
+        return !section.edited.Exists() && !section.hasStandIns;
     }
     std::string_view Raw(const SectionData& section, std::uint32_t index) const;
     std::string_view Header(const SectionData& section) const;
@@ -230,8 +234,8 @@ private:
         return section.edited.Exists() ? section.edited : MakeOwnLines(section);
     }
     LineList& MakeOwnLines(SectionData& section);
-    [[gnu::noinline]] void PrepareReplacing(SectionData& section);
-    void Replace(SectionData& section, std::uint32_t index, LineRef line) noexcept;
+    [[gnu::noinline]] void PrepareStandIn(SectionData& section);
+    void PutStandIn(SectionData& section, std::uint32_t index, LineRef line) noexcept;
     void Touch(const SectionData& section) noexcept;
     LineRef NewLine(std::initializer_list<std::string_view> parts, LineArena::Corner* corner = nullptr);
     void ReplaceTail(LineRef& line, std::size_t kept, std::string_view text, std::string_view lineEnd,
@@ -301,6 +305,7 @@ inline IniText::FoundEntry IniText::Find(const SoughtEntry& sought) const {
     if (line.size() < kPlainBytes || !KeyWords::Fit(sought.key) || PlainKeySize(line.data()) != size ||
         !(KeyWords(line.substr(0, size)) == KeyWords(sought.key)))
         return FindAmongOthers(sought);
+    // No plain key holds a CR or '='; and no line with ';' in front has a tag.
     const bool isPlain = line.front() != '[' && m_sections[sought.section].hasPlainName;
     return {sought.section, sought.index, sought.line, size + 1, isPlain};
 }

@@ -44,26 +44,26 @@ LineList& IniText::MakeOwnLines(SectionData& section) {
     return section.edited;
 }
 
-// Before the first line of a section is replaced.
-void IniText::PrepareReplacing(SectionData& section) {
-    if (m_lines.MayBeReplaced())
+// Before the first value of a section changes.
+void IniText::PrepareStandIn(SectionData& section) {
+    if (m_lines.TakesStandIns())
         Touch(section);
     else
         MakeOwnLines(section);
 }
 
-// Has another line with the same key stand for one.
-void IniText::Replace(SectionData& section, std::uint32_t index, LineRef line) noexcept {
+// Has a line stand for one with the same key.
+void IniText::PutStandIn(SectionData& section, std::uint32_t index, LineRef line) noexcept {
     if (section.edited.Exists()) {
         section.edited.Lines()[index] = line;
         return;
     }
     m_lines.places[section.first + index] = line;
-    section.replaced = true;
+    section.hasStandIns = true;
 }
 
-// A section, or its header, no longer stands in the base. Up to the first such section no position has ever
-// changed; behind it any number will do.
+// A line of a section, or its header, no longer stands in the base. Up to the first such section no position
+// has ever changed; behind it any number will do.
 void IniText::Touch(const SectionData& section) noexcept {
     if (section.position < m_firstLine.size())
         m_untouched = std::min(m_untouched, m_firstLine[section.position]);
@@ -133,12 +133,12 @@ std::size_t IniText::BytesOf(const SectionData& section) const {
 void IniText::SetValue(const FoundEntry& found, std::string_view value) {
     SectionData& section = m_sections[found.section];
     if (IsAsLoaded(section))
-        PrepareReplacing(section);
+        PrepareStandIn(section);
     LineRef line = found.line;
     const bool isKnown = line < kFirstInArena && section.endsAlike;
     ReplaceTail(line, found.kept, value, isKnown ? kCrLf : m_lines.LineEnd(line), &section.corner);
     if (line != found.line)
-        Replace(section, found.index, line);
+        PutStandIn(section, found.index, line);
     Tidy();
 }
 
@@ -333,6 +333,7 @@ IniText::Section IniText::NewSection(LineRef header, LineList lines, std::uint32
     m_unused.pop_back();
     SectionData& section = m_sections[id];
     SetHeader(section, header);
+    section.first = 0;
     section.count = lines.Size();
     section.hasBracketLines = HasBracketLine(lines);
     section.edited = std::move(lines);
@@ -529,7 +530,7 @@ void IniText::Rebase(std::size_t textBytes) {
             move(Raw(section, i));
         section.edited = LineList();
         section.corner = 0;
-        section.replaced = false;
+        section.hasStandIns = false;
         section.first = first;
         section.tagged = false;
     }

@@ -19,6 +19,9 @@ namespace MeterUtil {
 struct Piece {
     std::uint32_t start = 0;  // in the base; or the line
     std::uint32_t size = 0;
+
+    static Piece OfArena(LineRef line) { return {line, 0}; }
+    bool IsOfArena() const { return size == 0; }
 };
 
 // The base, a block that never changes, and the arena of what was changed. A copy shares the bytes; when the
@@ -28,8 +31,8 @@ struct PieceSource {
     LineArena arena;
 
     std::string_view Bytes(Piece piece) const {
-        return piece.size == 0 ? arena.Raw(piece.start)
-                               : std::string_view(base.get() + piece.start, piece.size);
+        return piece.IsOfArena() ? arena.Raw(piece.start)
+                                 : std::string_view(base.get() + piece.start, piece.size);
     }
 
     // Hands out each piece, until one is not taken. They may lie anywhere in memory: both ends of each are on
@@ -37,10 +40,10 @@ struct PieceSource {
     bool HandTo(Platform::TextSink& sink, const Piece* pieces, std::size_t count) const {
         constexpr std::size_t kAhead = 16;
         for (std::size_t i = 0; i < std::min(count, kAhead); ++i)
-            Prefetch(pieces[i]);
+            PrefetchEnds(pieces[i]);
         for (std::size_t i = 0; i < count; ++i) {
             if (i + kAhead < count)
-                Prefetch(pieces[i + kAhead]);
+                PrefetchEnds(pieces[i + kAhead]);
             if (!sink.Take(Bytes(pieces[i])))
                 return false;
         }
@@ -48,8 +51,8 @@ struct PieceSource {
     }
 
 private:
-    void Prefetch(Piece piece) const {
-        if (piece.size == 0) {
+    void PrefetchEnds(Piece piece) const {
+        if (piece.IsOfArena()) {
             arena.Prefetch(piece.start);
             return;
         }
@@ -61,17 +64,17 @@ private:
 // The same with the places of the base's lines.
 struct LineSource : PieceSource {
     // By line where it begins. Of a line that has another value since then, the line of the arena that stands
-    // for it: who looks for a line looks at one table. Behind them, where the base ends.
+    // in for it: who looks for a line looks at one table. Behind them, where the base ends.
     std::unique_ptr<std::uint32_t[], Platform::FreeBlock> places;
     std::uint32_t bytes = 0;  // of the base
 
-    // False for lines of a base so large that a place may look like a line of the arena.
-    bool MayBeReplaced() const { return bytes < kFirstInArena; }
+    // False for a base so large that where a line begins may look like a line of the arena.
+    bool TakesStandIns() const { return bytes < kFirstInArena; }
 
-    // What stands for a line of the base some lines of which were replaced: mostly itself.
+    // Where some lines have stand-ins: that of a line, or the line itself.
     LineRef StandingFor(LineRef line) const { return places[line] < kFirstInArena ? line : places[line]; }
 
-    // Lines of the base, none of which was replaced.
+    // Lines of the base, none of which has a stand-in.
     Piece PieceOf(LineRef first, std::uint32_t count) const {
         const std::uint32_t start = places[first];
         return {start, EndOf(first + count - 1) - start};
@@ -106,15 +109,15 @@ struct LineSource : PieceSource {
     }
 
 private:
-    // Where a line of the base ends that was not replaced.
+    // Where a line of the base ends that has no stand-in.
     std::uint32_t EndOf(LineRef line) const {
         const std::uint32_t next = places[line + 1];
-        return next < kFirstInArena ? next : EndOfBeforeReplaced(line);
+        return next < kFirstInArena ? next : EndBeforeStandIn(line);
     }
 
-    // The place of the line behind it tells another thing: the line ends itself.
-    [[gnu::noinline]] std::uint32_t EndOfBeforeReplaced(LineRef line) const {
-        if (!MayBeReplaced())
+    // The line behind it has one, and does not tell where it began.
+    [[gnu::noinline]] std::uint32_t EndBeforeStandIn(LineRef line) const {
+        if (!TakesStandIns())
             return places[line + 1];
         const std::uint32_t start = places[line];
         const void* const lf = std::memchr(base.get() + start, '\n', bytes - start);

@@ -115,6 +115,23 @@ TEST(IniTextMemory, AMovedTextIsAsLargeAsItBecame) {
     }
 }
 
+// In a base of more than 2 GiB a line may begin where a line of the arena seems to be: none gets a stand-in.
+TEST(LineSource, LinesOfALargeBaseEndWhereTheNextBegins) {
+    MeterUtil::LineSource lines;
+    lines.places.reset(static_cast<std::uint32_t*>(std::malloc(4 * sizeof(std::uint32_t))));
+    const std::uint32_t places[] = {0, 0x7FFFFFFFU, 0x80000001U, 0xFFFFFFFEU};
+    std::copy(std::begin(places), std::end(places), lines.places.get());
+    lines.bytes = places[3];
+    EXPECT_FALSE(lines.TakesStandIns());
+    EXPECT_EQ(lines.PieceOf(1, 1).size, 2U);
+    EXPECT_EQ(lines.PieceOf(1, 2).size, 0x7FFFFFFFU);
+    EXPECT_EQ(lines.PieceOf(0, 3).size, 0xFFFFFFFEU);
+    lines.bytes = 0x80000000U;
+    EXPECT_FALSE(lines.TakesStandIns());
+    lines.bytes = 0x7FFFFFFFU;
+    EXPECT_TRUE(lines.TakesStandIns());
+}
+
 TEST(LineArena, LeavesALineRoomToGrow) {
     MeterUtil::LineArena arena;
     for (std::size_t size = 0; size < 40; ++size) {
@@ -273,6 +290,11 @@ TEST(IniTextMemory, ASnapshotTakesItsMemoryAtOnce) {
                       text.SetLine(2 * i + 1, "k=2");
               }),
               few);
+    EXPECT_EQ(allocations([](IniText& text) {
+                  for (int i = 0; i < 100; ++i)
+                      Set(&text, text.FindSection(std::to_string(i)), "k", "2");
+              }),
+              few);
 }
 
 // More snapshots than the lines can tell apart: what was changed between the first two of them must not pass
@@ -428,23 +450,6 @@ TEST(IniTextLoading, PartsOfAFileGiveWhatTheFileGives) {
 // ---- names
 
 // Short names are compared without a look at the header, of long ones the end alone.
-// In a base of more than 2 GiB a place looks like a line of the arena: none of its lines is replaced.
-TEST(LineSource, LinesOfALargeBaseEndWhereTheNextBegins) {
-    MeterUtil::LineSource lines;
-    lines.places.reset(static_cast<std::uint32_t*>(std::malloc(4 * sizeof(std::uint32_t))));
-    const std::uint32_t places[] = {0, 0x7FFFFFFFU, 0x80000001U, 0xFFFFFFFEU};
-    std::copy(std::begin(places), std::end(places), lines.places.get());
-    lines.bytes = places[3];
-    EXPECT_FALSE(lines.MayBeReplaced());
-    EXPECT_EQ(lines.PieceOf(1, 1).size, 2U);
-    EXPECT_EQ(lines.PieceOf(1, 2).size, 0x7FFFFFFFU);
-    EXPECT_EQ(lines.PieceOf(0, 3).size, 0xFFFFFFFEU);
-    lines.bytes = 0x80000000U;
-    EXPECT_FALSE(lines.MayBeReplaced());
-    lines.bytes = 0x7FFFFFFFU;
-    EXPECT_TRUE(lines.MayBeReplaced());
-}
-
 TEST(IniTextNames, DifferInAnyByteAndInTheirSize) {
     const std::string longest = "meter with a name";
     for (std::size_t size = 1; size <= longest.size(); ++size) {
@@ -553,19 +558,42 @@ TEST(IniTextOrder, NamesAreFoundAmongManyOfLikeHashes) {
 
 // The names of records differ in their last digits alone. Those of a route stand where random numbers would:
 // a search that begins in a crowd passes dozens of other names.
+void ExpectSpread(const std::vector<std::string>& names) {
+    std::size_t slots = 16;
+    while (names.size() * 4 > slots * 3)
+        slots *= 2;
+    std::set<std::size_t> taken;
+    for (const std::string& name : names)
+        taken.insert(MeterUtil::FoldedHash(name) & (slots - 1));
+    const auto all = static_cast<double>(slots);
+    const double expected = all * (1 - std::exp(-static_cast<double>(names.size()) / all));
+    EXPECT_GT(static_cast<double>(taken.size()), 0.95 * expected) << names.size() << ", " << names.back();
+}
+
 TEST(IniTextSpeed, NamesOfARouteSpreadOverTheTable) {
     for (const int meters : {200, 760, 3000, 20000}) {
-        std::size_t slots = 16;
-        while (static_cast<std::size_t>(meters) * 2 * 4 > slots * 3)
-            slots *= 2;
-        std::set<std::size_t> taken;
+        std::vector<std::string> names;
         for (int meter = 1; meter <= meters; ++meter)
             for (const char* const kind : {"#_", "#1_"})
-                taken.insert(MeterUtil::FoldedHash(kind + std::to_string(meter)) & (slots - 1));
-        const auto all = static_cast<double>(slots);
-        const double expected = all * (1 - std::exp(-2.0 * meters / all));
-        EXPECT_GT(static_cast<double>(taken.size()), 0.95 * expected) << meters;
+                names.push_back(kind + std::to_string(meter));
+        ExpectSpread(names);
     }
+}
+
+// Names in which two numbers grow together, or letters repeat.
+TEST(IniTextSpeed, NamesWithinWhichDigitsRepeatSpreadOverTheTable) {
+    const auto digits = [](int number) { return std::to_string(1000 + number).substr(1); };
+    std::vector<std::string> alike[5];
+    for (int i = 0; i < 1000; ++i) {
+        alike[0].push_back("#" + digits(i) + "_" + digits(i));
+        alike[1].push_back("meter" + digits(i) + "F" + digits(i));
+        alike[2].push_back(digits(i) + "x" + digits(i) + "x");
+        alike[3].push_back("Route/" + digits(i) + "x" + digits(i) + "x");
+        for (int j = 0; j < 10; ++j)
+            alike[4].push_back("#" + digits(i) + "_" + digits(j));
+    }
+    for (const std::vector<std::string>& names : alike)
+        ExpectSpread(names);
 }
 
 // Headers that are made of lines from the last to the first, as a route in disorder gets them: minutes, if

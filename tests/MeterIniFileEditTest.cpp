@@ -262,6 +262,16 @@ TEST(MeterIniFileEdit, LinesBesideANewValueStayAsTheyAre) {
     }
 }
 
+// What is known of the line ends of a section must not outlive a line that comes with another one.
+TEST(MeterIniFileEdit, LinesThatJoinASectionKeepTheirLineEnds) {
+    const Store store("[a]\r\nState=U,0123456789\r\n[b]\nUserID=U,0123456789\n[c]\nx=1\n");
+    EXPECT_EQ(store.Value("a", "State"), "U,0123456789");
+    EXPECT_TRUE(store->SetString(2, ";b"));
+    EXPECT_TRUE(store->WriteString("a", "UserID", "reader07"));
+    EXPECT_TRUE(store->WriteString("a", "State", "E"));
+    EXPECT_EQ(store.Saved(), "[a]\r\nState=E\r\n;b\nUserID=reader07\n[c]\nx=1\n");
+}
+
 // Lines come and go among some with new values.
 TEST(MeterIniFileEdit, NewValuesStayWhenOtherLinesComeAndGo) {
     const std::string before =
