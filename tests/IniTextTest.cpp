@@ -265,7 +265,7 @@ TEST(IniTextMemory, ASnapshotTakesItsMemoryAtOnce) {
     const auto allocations = [](const std::function<void(IniText&)>& edit) {
         std::string file;
         for (int i = 0; i < 100; ++i)
-            file += "[" + std::to_string(i) + "]\nk=1\n";
+            file += "[" + std::to_string(i) + "]\nk=1\nl=1\n";
         IniText text;
         text.Load(Bytes(file));
         text.AppendLine("in the arena");
@@ -282,17 +282,18 @@ TEST(IniTextMemory, ASnapshotTakesItsMemoryAtOnce) {
     EXPECT_GT(few, 0);
     EXPECT_EQ(allocations([](IniText& text) {
                   for (std::uint32_t i = 0; i < 100; ++i)
-                      text.SetLine(2 * i, "[n" + std::to_string(i) + "]");
+                      text.SetLine(3 * i, "[n" + std::to_string(i) + "]");
               }),
               few);
     EXPECT_EQ(allocations([](IniText& text) {
                   for (std::uint32_t i = 0; i < 100; ++i)
-                      text.SetLine(2 * i + 1, "k=2");
+                      text.SetLine(3 * i + 1, "k=2");
               }),
               few);
     EXPECT_EQ(allocations([](IniText& text) {
                   for (int i = 0; i < 100; ++i)
-                      Set(&text, text.FindSection(std::to_string(i)), "k", "2");
+                      for (const char* const key : {"k", "l"})
+                          Set(&text, text.FindSection(std::to_string(i)), key, "2");
               }),
               few);
 }
