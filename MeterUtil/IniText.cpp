@@ -453,13 +453,22 @@ void IniText::Unlink(Section id) {
 
 // ---- saving
 
-// Lines that follow each other in the base are one piece, also from section to section.
+// Lines that follow each other in the base are one piece, also from section to section; but the last one is
+// its own when the line behind it was changed.
 template <typename Take>
 bool IniText::ForEachPiece(Take take) const {
     LineRef run = 0;
     std::uint32_t lines = 0;
     const auto end = [&] {
-        return lines == 0 || take(run < kFirstInArena ? m_lines.PieceOf(run, lines) : Piece::OfArena(run));
+        if (lines == 0)
+            return true;
+        if (run >= kFirstInArena)
+            return take(Piece::OfArena(run));
+        const LineRef last = run + lines - 1;
+        if (!m_lines.HasStandIn(last + 1))
+            return take(m_lines.PieceOf(run, lines));
+        return (lines == 1 || take(m_lines.PieceOf(run, lines - 1))) &&
+               take(Piece::LineOfBase(m_lines.places[last]));
     };
     const auto add = [&](LineRef first, std::uint32_t count) {
         if (first < kFirstInArena && first == run + lines) {

@@ -15,24 +15,33 @@
 
 namespace MeterUtil {
 
-// A part of a text: so many bytes of the base; or, when it has none, a line of the arena.
+// A part of a text: so many bytes of the base; one line of the base, up to its LF, which is not looked for
+// before the bytes are needed; or a line of the arena.
 struct Piece {
-    std::uint32_t start = 0;  // in the base; or the line
+    std::uint32_t start = 0;  // in the base; or the line of the arena
     std::uint32_t size = 0;
 
-    static Piece OfArena(LineRef line) { return {line, 0}; }
-    bool IsOfArena() const { return size == 0; }
+    static Piece OfArena(LineRef line) { return {line, kArena}; }
+    static Piece LineOfBase(std::uint32_t start) { return {start, kLine}; }
+    bool IsOfArena() const { return size == kArena; }
+    bool IsLineOfBase() const { return size == kLine; }
+
+private:
+    static constexpr std::uint32_t kArena = 0;
+    static constexpr std::uint32_t kLine = UINT32_MAX;  // no base is so large
 };
 
 // The base, a block that never changes, and the arena of what was changed. A copy shares the bytes; when the
 // arena is frozen they stay what they were.
 struct PieceSource {
     std::shared_ptr<const char> base;
+    std::uint32_t bytes = 0;  // of the base
     LineArena arena;
 
     std::string_view Bytes(Piece piece) const {
-        return piece.IsOfArena() ? arena.Raw(piece.start)
-                                 : std::string_view(base.get() + piece.start, piece.size);
+        if (piece.IsOfArena())
+            return arena.Raw(piece.start);
+        return {base.get() + piece.start, piece.IsLineOfBase() ? SizeOfLine(piece.start) : piece.size};
     }
 
     // Hands out each piece, until one is not taken. They may lie anywhere in memory: both ends of each are on
@@ -50,6 +59,14 @@ struct PieceSource {
         return true;
     }
 
+protected:
+    // Of a line of the base that another one stands behind.
+    std::uint32_t SizeOfLine(std::uint32_t start) const {
+        const char* const begin = base.get() + start;
+        const void* const lf = std::memchr(begin, '\n', bytes - start);
+        return static_cast<std::uint32_t>(static_cast<const char*>(lf) + 1 - begin);
+    }
+
 private:
     void PrefetchEnds(Piece piece) const {
         if (piece.IsOfArena()) {
@@ -57,7 +74,8 @@ private:
             return;
         }
         Platform::Prefetch(base.get() + piece.start);
-        Platform::Prefetch(base.get() + piece.start + piece.size);
+        Platform::Prefetch(base.get() + piece.start +
+                           (piece.IsLineOfBase() ? Platform::kCacheLine : piece.size));
     }
 };
 
@@ -66,7 +84,6 @@ struct LineSource : PieceSource {
     // By line where it begins. Of a line that has another value since then, the line of the arena that stands
     // in for it: who looks for a line looks at one table. Behind them, where the base ends.
     std::unique_ptr<std::uint32_t[], Platform::FreeBlock> places;
-    std::uint32_t bytes = 0;  // of the base
 
     // False for a base so large that where a line begins may look like a line of the arena.
     bool TakesStandIns() const { return bytes < kFirstInArena; }
@@ -108,20 +125,17 @@ struct LineSource : PieceSource {
         Platform::Prefetch(place + Platform::kCacheLine);
     }
 
+    // True when a line of the base does not tell where it begins any more.
+    bool HasStandIn(LineRef line) const { return places[line] >= kFirstInArena && TakesStandIns(); }
+
 private:
     // Where a line of the base ends that has no stand-in.
     std::uint32_t EndOf(LineRef line) const {
-        const std::uint32_t next = places[line + 1];
-        return next < kFirstInArena ? next : EndBeforeStandIn(line);
+        return HasStandIn(line + 1) ? EndBeforeStandIn(line) : places[line + 1];
     }
 
-    // The line behind it has one, and does not tell where it began.
     [[gnu::noinline]] std::uint32_t EndBeforeStandIn(LineRef line) const {
-        if (!TakesStandIns())
-            return places[line + 1];
-        const std::uint32_t start = places[line];
-        const void* const lf = std::memchr(base.get() + start, '\n', bytes - start);
-        return static_cast<std::uint32_t>(static_cast<const char*>(lf) + 1 - base.get());
+        return places[line] + SizeOfLine(places[line]);
     }
 };
 

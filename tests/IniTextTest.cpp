@@ -56,7 +56,7 @@ TEST(IniTextMemory, AFileAsItWasReadIsOnePiece) {
     text.Load(Bytes("top\n[a]\nk=1\n[b]\n"));
     EXPECT_EQ(PiecesOf(text).size(), 1U);
     Set(&text, text.FindSection("a"), "k", "2");
-    EXPECT_EQ(PiecesOf(text).size(), 3U) << "what stands before and behind the change is as it was read";
+    EXPECT_EQ(PiecesOf(text).size(), 4U) << "before the change, the line in front of it, it, and behind it";
 }
 
 // What a section is known by stays as it was loaded while only values change in it: a visit of each meter
